@@ -11,6 +11,11 @@
 namespace number_text {
 namespace {
 
+// Powers of ten that a double holds exactly.
+constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
 // ---- doubles to text
 // -----------------------------------------------------------------------------------------
 
@@ -130,13 +135,18 @@ bool IsPowerOfTwo(std::uint64_t bits) {
   return (bits & 0x000F'FFFF'FFFF'FFFF) == 0;
 }
 
-// Finite and not zero. The shortest digits give the answer wherever that can be proven:
+// Finite and not zero. Integers of at most `precision` digits are their own answer. Otherwise the shortest
+// digits give the answer wherever that can be proven:
 // - not more than `precision` of them, and a precision that normal doubles carry faithfully: they are exact
 // to it;
 // - more than `precision`: they are the decimal of their length nearest to the value, so a rounding boundary,
 //   which is a decimal of that length too, never lies between them and the value. Powers of two are left out:
 //   the doubles below them lie closer, and the nearest decimal may belong to a neighbour.
 char* WriteFinite(double magnitude, int precision, char* out) {
+  if (magnitude < kExactPowersOfTen[std::min(precision, kFaithfulDigits)]) {
+    const auto whole = static_cast<std::int64_t>(magnitude);
+    if (static_cast<double>(whole) == magnitude) return std::to_chars(out, out + kMaxChars - 1, whole).ptr;
+  }
   decimal_t decimal;
   ShortestDigits(magnitude, decimal);
   const auto bits = std::bit_cast<std::uint64_t>(magnitude);
@@ -155,6 +165,19 @@ bool IsBlank(char16_t unit) {
 // 0 to 9 for a digit, more for anything else.
 unsigned DigitOf(char16_t unit) {
   return static_cast<unsigned>(unit) - u'0';
+}
+
+// The value of four units that are all digits, else a negative number. The units lie in the lanes of one
+// word, the first in the lowest: two multiplications make two pairs of them, then one number.
+int FourDigits(const char16_t* at) {
+  std::uint64_t lanes;
+  std::memcpy(&lanes, at, sizeof lanes);
+  if constexpr (std::endian::native == std::endian::big) return -1;
+  constexpr std::uint64_t kZeros = 0x0030'0030'0030'0030;
+  const std::uint64_t digits = lanes ^ kZeros;  // '0' to '9' become 0 to 9, all other units more
+  if (((digits | (digits + 0x0006'0006'0006'0006)) & 0xFFF0'FFF0'FFF0'FFF0) != 0) return -1;
+  const std::uint64_t pairs = (digits * 10 + (digits >> 16)) & 0x0000'FFFF'0000'FFFF;
+  return static_cast<int>((pairs & 0xFF) * 100 + (pairs >> 32));
 }
 
 const char16_t* SkipBlanks(const char16_t* at, const char16_t* end) {
@@ -200,11 +223,6 @@ constexpr std::array<std::uint64_t, 20> kPowersOfTen = [] {
   return powers;
 }();
 
-// Powers of ten that a double holds exactly.
-constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-
 #if defined(__SIZEOF_INT128__)
 // significand / 10^places to nearest, for 0 <= places <= 19: a quotient of at least 64 bits whose last bit
 // also stands for whatever remains, so that the one rounding is the conversion to double.
@@ -213,11 +231,15 @@ constexpr std::int64_t kMaxDivisorPlaces = 19;
 double DivideExactly(std::uint64_t significand, std::int64_t places) {
   __extension__ using uint128_t = unsigned __int128;
   const std::uint64_t divisor = kPowersOfTen[static_cast<std::size_t>(places)];
-  const int shift = 64 + std::countl_zero(significand);
-  const uint128_t dividend = static_cast<uint128_t>(significand) << shift;
-  const uint128_t quotient = dividend / divisor;
-  const bool remains = quotient * divisor != dividend;
-  return std::ldexp(static_cast<double>(quotient | static_cast<unsigned>(remains)), -shift);
+  const int significandShift = std::countl_zero(significand);
+  const int divisorShift = std::countl_zero(divisor);
+  const uint128_t dividend = static_cast<uint128_t>(significand << significandShift) << 63;
+  const uint128_t normalDivisor = divisor << divisorShift;
+  const uint128_t quotient = dividend / normalDivisor;
+  const bool remains = quotient * normalDivisor != dividend;
+  const auto sticky = static_cast<std::uint64_t>(quotient) | static_cast<std::uint64_t>(remains);
+  const auto scale = static_cast<std::uint64_t>(1023 + divisorShift - significandShift - 63) << 52;
+  return static_cast<double>(sticky) * std::bit_cast<double>(scale);
 }
 #endif
 
@@ -241,6 +263,9 @@ const char16_t* ScanDigits(const char16_t* at, const char16_t* end, real_text_t&
     real.digits = at;
   }
   const char16_t* const first = at;
+  for (int four; end - at >= 4 && (four = FourDigits(at)) >= 0; at += 4) {
+    significand = significand * 10'000 + static_cast<unsigned>(four);
+  }
   for (; at != end; ++at) {
     const unsigned digit = DigitOf(*at);
     if (digit > 9) break;
