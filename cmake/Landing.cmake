@@ -1,0 +1,38 @@
+# While the folders land: leaves out what is named but not there yet, so that everyone can configure at any time.
+# This file goes away with the first complete tree.
+file(WRITE "${PROJECT_BINARY_DIR}/empty.cpp" "")
+
+macro(add_subdirectory folder)
+  if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${folder}/CMakeLists.txt")
+    _add_subdirectory(${folder} ${ARGN})
+  else()
+    message(STATUS "Not there yet: ${CMAKE_CURRENT_SOURCE_DIR}/${folder}")
+  endif()
+endmacro()
+
+function(zorutil_landed out)
+  set(there "")
+  foreach(item IN LISTS ARGN)
+    if(NOT item MATCHES "\\.(cpp|h)$" OR IS_ABSOLUTE "${item}" OR EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${item}")
+      list(APPEND there "${item}")
+    else()
+      set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${item}")
+      message(STATUS "Not there yet: ${CMAKE_CURRENT_SOURCE_DIR}/${item}")
+    endif()
+  endforeach()
+  set(${out} "${there}" PARENT_SCOPE)
+endfunction()
+
+macro(target_sources)
+  zorutil_landed(landed_sources ${ARGN})
+  _target_sources(${landed_sources})
+endmacro()
+
+macro(add_executable)
+  zorutil_landed(landed_sources ${ARGN})
+  if("${landed_sources}" MATCHES "\\.cpp|IMPORTED|ALIAS")
+    _add_executable(${landed_sources})
+  else()
+    _add_executable(${landed_sources} "${PROJECT_BINARY_DIR}/empty.cpp")
+  endif()
+endmacro()

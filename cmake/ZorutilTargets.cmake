@@ -1,0 +1,45 @@
+# What every target of the build has in common.
+
+# The same double arithmetic in every kernel and on both compilers: no fused multiply-add. The two
+# other options change no value; they let loops over sqrt and range checks be vectorised.
+add_compile_options(-ffp-contract=off -fno-math-errno -fno-trapping-math)
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor)
+if(ZORUTIL_WARNINGS_AS_ERRORS)
+  add_compile_options(-Werror)
+endif()
+if(ZORUTIL_SANITIZE)
+  add_compile_options(-fsanitize=${ZORUTIL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${ZORUTIL_SANITIZE})
+endif()
+
+# Options of an installed library: its include path, its export macro, its version.
+function(zorutil_library target macro)
+  add_library(zorutil::${target} ALIAS ${target})
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+  target_include_directories(${target} PUBLIC
+    $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+    $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zorutil>)
+  target_compile_features(${target} PUBLIC cxx_std_20)
+  target_compile_definitions(${target} PRIVATE ${macro}_BUILDING)
+  if(BUILD_SHARED_LIBS)
+    target_compile_options(${target} PRIVATE -fno-semantic-interposition)
+    target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
+    if(NOT ZORUTIL_SANITIZE)
+      target_link_options(${target} PRIVATE -Wl,--no-undefined)
+    endif()
+  else()
+    target_compile_definitions(${target} PUBLIC ZORUTIL_STATIC)
+  endif()
+endfunction()
+
+# zorutil_folder_tests(NAME file...): one test program for the tests that sit in a folder.
+function(zorutil_folder_tests name)
+  if(NOT ZORUTIL_BUILD_TESTS)
+    return()
+  endif()
+  add_executable(${name} ${ARGN})
+  target_link_libraries(${name} PRIVATE zorutil GTest::gtest_main)
+  target_compile_definitions(${name} PRIVATE ZORUTIL_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+  add_test(NAME ${name} COMMAND ${name})
+endfunction()
