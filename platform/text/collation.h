@@ -1,10 +1,11 @@
-// Case-insensitive, locale-aware order of names: ICU's root collation at secondary strength, so that letter case
-// does not count but accents do. It is what the whole family means by comparing names.
+// Case-insensitive, locale-aware order of names: ICU's root collation at secondary strength, so that letter
+// case does not count but accents do. It is what the whole family means by comparing names.
 //
 //   if (collation::CompareNoCase(name, u"Device 1") == 0) ...
 //
 // Two texts of plain ASCII are compared through a table that gives the same order without entering ICU. The
-// functions may run on any number of threads; the first non-ASCII comparison of the process opens the collator.
+// functions may run on any number of threads; the first non-ASCII comparison of the process opens the
+// collator.
 #pragma once
 
 #include <string_view>
@@ -14,7 +15,8 @@
 namespace collation {
 
 /// Negative, zero or positive. Characters that the collation ignores (controls, NUL included) do not count.
-/// Unpaired surrogates are taken as U+FFFD's peers by ICU's rules; any units may be passed.
+/// Any units may be passed, unpaired surrogates too: ICU has a place for them. Where ICU has no collation data,
+/// the order is that of the simple-case-folded units behind ASCII, which keeps its own.
 ZORPLATFORM_API int CompareNoCase(std::u16string_view a, std::u16string_view b) noexcept;
 
 /// True for a letter or a digit of any script (Unicode general categories L* and Nd). Surrogates are neither.
