@@ -1,0 +1,100 @@
+#include "platform/framework/sync.h"
+
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <ctime>
+#include <optional>
+
+namespace {
+
+using steady_t = std::chrono::steady_clock;
+
+enum state_t : std::uint32_t { kFree, kHeld, kHeldAndAwaited };
+
+// Sleeps while the word has the value, at most until the deadline. May return early.
+void SleepWhile(std::atomic<std::uint32_t>& word, std::uint32_t value, std::optional<steady_t::time_point> deadline) {
+  timespec rest{};
+  if (deadline.has_value()) {
+    const auto left = std::max(*deadline - steady_t::now(), steady_t::duration::zero());
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
+    rest = {seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
+  }
+  ::syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, value, deadline.has_value() ? &rest : nullptr, nullptr, 0);
+}
+
+void WakeOne(std::atomic<std::uint32_t>& word) {
+  ::syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+}
+
+// Tells the processor that this is a waiting loop.
+inline void Pause() {
+#if defined(__x86_64__)
+  __builtin_ia32_pause();
+#elif defined(__aarch64__)
+  asm volatile("yield");
+#endif
+}
+
+// With one processor the holder cannot get on while somebody spins.
+bool SpinningHelps() {
+  static const bool helps = std::thread::hardware_concurrency() != 1;
+  return helps;
+}
+
+}  // namespace
+
+CSyncObject::~CSyncObject() = default;
+
+CCriticalSection::CCriticalSection(std::uint32_t spinCount) noexcept
+    : spinCount_(spinCount != 0 && SpinningHelps() ? spinCount : 0) {}
+
+CCriticalSection::~CCriticalSection() = default;
+
+bool CCriticalSection::Lock(std::uint32_t timeoutMs) {
+  // Only the owner itself can find its own name here, so no order of memory is needed.
+  const std::thread::id self = std::this_thread::get_id();
+  if (owner_.load(std::memory_order_relaxed) == self) {
+    ++depth_;
+    return true;
+  }
+  std::uint32_t expected = kFree;
+  if (!word_.compare_exchange_strong(expected, kHeld, std::memory_order_acquire, std::memory_order_relaxed) &&
+      !LockContended(timeoutMs)) {
+    return false;
+  }
+  owner_.store(self, std::memory_order_relaxed);
+  depth_ = 1;
+  return true;
+}
+
+bool CCriticalSection::LockContended(std::uint32_t timeoutMs) {
+  if (timeoutMs == 0) return false;
+  for (std::uint32_t spin = 0; spin < spinCount_; ++spin) {
+    std::uint32_t expected = kFree;
+    if (word_.load(std::memory_order_relaxed) == kFree &&
+        word_.compare_exchange_weak(expected, kHeld, std::memory_order_acquire, std::memory_order_relaxed)) {
+      return true;
+    }
+    Pause();
+  }
+  std::optional<steady_t::time_point> deadline;
+  if (timeoutMs != kInfinite) deadline = steady_t::now() + std::chrono::milliseconds(timeoutMs);
+  // Whoever gets the lock here leaves it marked as awaited, for others may sleep still. At worst that costs one wake
+  // too many.
+  while (word_.exchange(kHeldAndAwaited, std::memory_order_acquire) != kFree) {
+    if (deadline.has_value() && steady_t::now() >= *deadline) return false;
+    SleepWhile(word_, kHeldAndAwaited, deadline);
+  }
+  return true;
+}
+
+bool CCriticalSection::Unlock() {
+  if (owner_.load(std::memory_order_relaxed) != std::this_thread::get_id()) return false;
+  if (--depth_ > 0) return true;
+  owner_.store(std::thread::id(), std::memory_order_relaxed);
+  if (word_.exchange(kFree, std::memory_order_release) == kHeldAndAwaited) WakeOne(word_);
+  return true;
+}
