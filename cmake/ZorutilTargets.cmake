@@ -12,6 +12,10 @@ if(ZORUTIL_SANITIZE)
   add_link_options(-fsanitize=${ZORUTIL_SANITIZE})
 endif()
 
+if(ZORUTIL_BUILD_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # Options of an installed library: its include path, its export macro, its version.
 function(zorutil_library target macro)
   add_library(zorutil::${target} ALIAS ${target})
