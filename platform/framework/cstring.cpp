@@ -14,8 +14,7 @@ namespace {
 
 using traits_t = std::char_traits<char16_t>;
 
-// UTF-8 up to this size gets room for one unit a byte, which no text exceeds; longer text is measured first, so that
-// scripts of three bytes a unit do not keep three times the memory.
+// A text made from more UTF-8 than this does not keep the room it was converted in, when a good part stayed unused.
 constexpr std::size_t kShortUtf8 = 64;
 
 // Blocks of the system's allocator have 16n + 8 usable bytes; what a smaller request leaves over becomes capacity.
@@ -59,10 +58,17 @@ CString::CString(std::wstring_view text) {
   }
 }
 
-CString::CString(std::string_view utf8) {
+// Delegates, so that the text is freed when the second allocation fails.
+CString::CString(std::string_view utf8) : CString() {
   if (utf8.empty()) return;
-  text_ = Allocate(utf8.size() <= kShortUtf8 ? utf::MaxUtf16Units(utf8.size()) : utf::Utf16Length(utf8));
-  SetLength(utf::Utf8ToUtf16(utf8, text_));
+  if (utf8.size() > kMaxLength) {
+    Assign(utf::ToUtf16(utf8));
+    return;
+  }
+  text_ = Allocate(utf::MaxUtf16Units(utf8.size()));
+  const std::size_t length = utf::Utf8ToUtf16(utf8, text_);
+  SetLength(length);
+  if (utf8.size() > kShortUtf8 && length < utf8.size() - utf8.size() / 4) *this = CString(View());
 }
 
 CString::CString(char16_t unit, int count) {

@@ -1,0 +1,252 @@
+#include "platform/framework/file.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <functional>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/framework/mem_file.h"
+#include "platform/framework/native_path.h"
+
+namespace {
+
+class FileTest : public testing::Test {
+ protected:
+  FileTest() {
+    std::string name = (std::filesystem::temp_directory_path() / "file_test_XXXXXX").string();
+    folder_ = ::mkdtemp(name.data());
+  }
+  ~FileTest() override { std::filesystem::remove_all(folder_); }
+
+  CString PathOf(const char* name) const { return zorplatform::FromNativePath(folder_ / name); }
+
+  std::filesystem::path folder_;
+};
+
+constexpr unsigned kNewFile = CFile::modeCreate | CFile::modeReadWrite;
+
+std::string ReadAll(CFile& file) {
+  std::string text(static_cast<std::size_t>(file.GetLength()), '\0');
+  file.SeekToBegin();
+  text.resize(file.Read(text.data(), static_cast<unsigned>(text.size())));
+  return text;
+}
+
+int ErrorOf(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const CFileException& failure) {
+    return failure.GetSystemError();
+  }
+  return -1;
+}
+
+// One step on both files: they must agree on everything a caller sees.
+void StepBoth(CFile& disk, CFile& memory, std::minstd_rand& random) {
+  const auto upTo = [&](unsigned limit) { return static_cast<unsigned>(random() % (limit + 1)); };
+  const unsigned sizes[] = {1, 7, 300, 64 * 1024, 200'000};
+  const unsigned count = upTo(sizes[upTo(4)]);
+  switch (upTo(6)) {
+    case 0:
+    case 1: {
+      std::string a(count, 'a'), b(count, 'a');
+      ASSERT_EQ(disk.Read(a.data(), count), memory.Read(b.data(), count));
+      ASSERT_EQ(a, b);
+      break;
+    }
+    case 2:
+    case 3: {
+      const std::string bytes(count, static_cast<char>(random()));
+      disk.Write(bytes.data(), count);
+      memory.Write(bytes.data(), count);
+      break;
+    }
+    case 4: {
+      const auto from = static_cast<CFile::seek_t>(upTo(2));
+      const std::int64_t offset = std::int64_t{upTo(400'000)} - (from == CFile::begin ? 0 : 200'000);
+      ASSERT_EQ(ErrorOf([&] { disk.Seek(offset, from); }), ErrorOf([&] { memory.Seek(offset, from); }));
+      break;
+    }
+    case 5: {
+      if (upTo(9) != 0) break;
+      const unsigned length = upTo(300'000);
+      disk.SetLength(length);
+      memory.SetLength(length);
+      break;
+    }
+    default: disk.Flush(); break;
+  }
+  ASSERT_EQ(disk.GetPosition(), memory.GetPosition());
+  ASSERT_EQ(disk.GetLength(), memory.GetLength());
+}
+
+TEST_F(FileTest, MixedReadsAndWritesGiveWhatAFileInMemoryGives) {
+  for (unsigned seed = 1; seed <= 20; ++seed) {
+    SCOPED_TRACE(seed);
+    std::minstd_rand random(seed);
+    CFile disk(PathOf("mixed"), kNewFile);
+    CMemFile memory;
+    for (int step = 0; step < 300 && !HasFatalFailure(); ++step) StepBoth(disk, memory, random);
+    disk.Close();
+    CFile again(PathOf("mixed"), CFile::modeRead);
+    ASSERT_EQ(ReadAll(again), ReadAll(memory));
+  }
+}
+
+TEST_F(FileTest, ModesDecideWhatBecomesOfAFileThatIsThere) {
+  const struct {
+    unsigned flags;
+    const char* after;
+  } cases[] = {
+      {CFile::modeWrite, "xbc"},
+      {CFile::modeReadWrite, "xbc"},
+      {CFile::modeCreate | CFile::modeWrite, "x"},
+      {CFile::modeCreate | CFile::modeNoTruncate | CFile::modeWrite, "xbc"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.flags);
+    CFile(PathOf("there"), kNewFile).Write("abc", 3);
+    CFile(PathOf("there"), c.flags).Write("x", 1);
+    CFile file(PathOf("there"), CFile::modeRead);
+    EXPECT_EQ(ReadAll(file), c.after);
+  }
+}
+
+TEST_F(FileTest, WhatCannotBeOpenedSaysPathAndCause) {
+  const struct {
+    CString path;
+    unsigned flags;
+    int error;
+  } cases[] = {
+      {PathOf("missing"), CFile::modeRead, ENOENT},
+      {PathOf("missing\\deeper"), kNewFile, ENOENT},
+      {PathOf(""), CFile::modeRead, EISDIR},
+      {PathOf(""), CFile::modeReadWrite, EISDIR},
+      {PathOf("n") + CString(u'\0', 1) + u"ul", kNewFile, EINVAL},
+      {PathOf("both"), kNewFile | CFile::modeWrite, EINVAL},
+      {u"", CFile::modeRead, ENOENT},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.path.ToUtf8());
+    CFile file;
+    std::unique_ptr<CFileException> error;
+    EXPECT_FALSE(file.Open(c.path, c.flags, &error));
+    EXPECT_FALSE(file.IsOpen());
+    if (error == nullptr) {
+      ADD_FAILURE() << "no exception given";
+      continue;
+    }
+    EXPECT_EQ(error->GetSystemError(), c.error);
+    EXPECT_EQ(error->GetPath(), c.path);
+  }
+  EXPECT_STREQ(CFileException(u"\\tmp\\x", "open", ENOENT).what(), "\\tmp\\x: open: No such file or directory");
+  EXPECT_STREQ(CFileException(u"", "read: the file is not open", 0).what(), "(no file): read: the file is not open");
+}
+
+TEST_F(FileTest, RefusesWhatItsModeOrStateForbids) {
+  char byte = 0;
+  CFile writer(PathOf("w"), CFile::modeCreate | CFile::modeWrite);
+  EXPECT_EQ(ErrorOf([&] { writer.Read(&byte, 1); }), EBADF);
+  EXPECT_EQ(ErrorOf([&] { writer.Seek(-1, CFile::begin); }), EINVAL);
+  EXPECT_EQ(ErrorOf([&] { writer.Seek(INT64_MAX, CFile::begin); }), EINVAL);
+  CFile reader(PathOf("w"), CFile::modeRead);
+  EXPECT_EQ(ErrorOf([&] { reader.Write(&byte, 1); }), EBADF);
+  EXPECT_EQ(ErrorOf([&] { reader.SetLength(1); }), EBADF);
+  reader.Close();
+  reader.Close();
+  CFile never;
+  for (CFile* file : {&reader, &never}) {
+    EXPECT_EQ(ErrorOf([&] { file->Read(&byte, 1); }), 0);
+    EXPECT_EQ(ErrorOf([&] { file->Write(&byte, 1); }), 0);
+    EXPECT_EQ(ErrorOf([&] { file->Seek(0, CFile::begin); }), 0);
+    EXPECT_EQ(ErrorOf([&] { file->GetLength(); }), 0);
+    EXPECT_EQ(ErrorOf([&] { file->Flush(); }), 0);
+  }
+}
+
+TEST_F(FileTest, ADeviceThatIsFullIsToldToWhoeverFlushesOrCloses) {
+  CFile file;
+  if (!file.Open(u"\\dev\\full", CFile::modeWrite)) GTEST_SKIP() << "no such device here";
+  const std::string large(100'000, 'x');
+  EXPECT_EQ(ErrorOf([&] { file.Write(large.data(), 100'000); }), ENOSPC);
+  file.Write("abc", 3);
+  EXPECT_EQ(ErrorOf([&] { file.Flush(); }), ENOSPC);
+  EXPECT_EQ(file.GetPosition(), 3U);
+  EXPECT_EQ(ErrorOf([&] { file.Close(); }), ENOSPC);
+  EXPECT_FALSE(file.IsOpen());
+  CFile(u"\\dev\\full", CFile::modeWrite).Write("abc", 3);  // the destructor keeps it to itself
+}
+
+TEST_F(FileTest, APipeIsReadUntilTheCountIsThere) {
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  CFile file(zorplatform::FromNativePath("/proc/self/fd/" + std::to_string(ends[0])), CFile::modeRead);
+  std::thread writer([&] {
+    for (int i = 0; i < 5; ++i) EXPECT_EQ(::write(ends[1], "abcd", 4), 4);
+    ::close(ends[1]);
+  });
+  std::string got(18, '\0');
+  EXPECT_EQ(file.Read(got.data(), 18), 18U);
+  EXPECT_EQ(got, "abcdabcdabcdabcdab");
+  EXPECT_EQ(file.Read(got.data(), 18), 2U);
+  EXPECT_EQ(ErrorOf([&] { file.SeekToBegin(); }), ESPIPE);
+  writer.join();
+  ::close(ends[0]);
+}
+
+TEST_F(FileTest, PositionsHave64Bits) {
+  CFile file(PathOf("sparse"), kNewFile);
+  const std::int64_t far = std::int64_t{5} << 30;
+  file.Seek(far, CFile::begin);
+  file.Write("end", 3);
+  EXPECT_EQ(file.GetLength(), static_cast<std::uint64_t>(far) + 3);
+  file.Seek(-4, CFile::end);
+  char bytes[5] = {};
+  EXPECT_EQ(file.Read(bytes, 5), 4U);
+  EXPECT_EQ(std::string(bytes, 4), std::string("\0end", 4));
+}
+
+TEST(MemFile, RefusesAbsurdSizesUnchanged) {
+  const std::byte content[3] = {};
+  CMemFile file{std::span<const std::byte>(content)};
+  file.Seek(std::int64_t{1} << 62, CFile::begin);
+  EXPECT_THROW(file.Write("x", 1), std::length_error);
+  EXPECT_THROW(file.SetLength(CMemFile::kMaxSize + 1), std::length_error);
+  EXPECT_EQ(file.GetLength(), 3U);
+  EXPECT_EQ(file.Read(nullptr, 1), 0U);
+  file.Close();
+  EXPECT_EQ(file.GetPosition() + file.GetLength(), 0U);
+}
+
+TEST(NativePath, IsUtf8WithTheSystemsSeparatorAndComesBack) {
+  const struct {
+    const char16_t* text;
+    const char* native;
+    const char16_t* back;
+  } cases[] = {
+      {u"", "", u""},
+      {u"\\var\\lib\\", "/var/lib/", u"\\var\\lib\\"},
+      {u"a/b\\..\\\\c", "a/b/..//c", u"a\\b\\..\\\\c"},
+      {u"\\\u00dcber\\\U0001F600",
+       "/\xC3\x9C"
+       "ber/\xF0\x9F\x98\x80",
+       u"\\\u00dcber\\\U0001F600"},
+      {u"a\xD800z", "a\xEF\xBF\xBDz", u"a\uFFFDz"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.native);
+    const std::filesystem::path path = zorplatform::ToNativePath(c.text);
+    EXPECT_EQ(path.string(), c.native);
+    EXPECT_EQ(zorplatform::FromNativePath(path), c.back);
+    EXPECT_EQ(zorplatform::ToNativePath(zorplatform::FromNativePath(path).View()), path);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,36 @@
+#include "platform/framework/string_array.h"
+
+#include <gtest/gtest.h>
+
+#include "platform/framework/invalid_arg.h"
+
+namespace {
+
+TEST(StringArray, KeepsItsOrderThroughEveryChange) {
+  CStringArray list = {u"a", u"b"};
+  EXPECT_EQ(list.Add(u"c"), 2);
+  list.InsertAt(3, u"d");
+  list.InsertAt(0, list[1]);
+  list.SetAt(1, list[4]);
+  EXPECT_EQ(list, (CStringArray{u"b", u"d", u"b", u"c", u"d"}));
+  list.RemoveAt(1, 2);
+  list.RemoveAt(3, 0);
+  list.SetSize(4);
+  EXPECT_EQ(list, (CStringArray{u"b", u"c", u"d", u""}));
+}
+
+TEST(StringArray, RefusesIndexesOutsideAndStaysAsItWas) {
+  const CStringArray before = {u"a", u"b"};
+  CStringArray list = before;
+  EXPECT_THROW(list.GetAt(2), CInvalidArgException);
+  EXPECT_THROW(list[-1], CInvalidArgException);
+  EXPECT_THROW(list.SetAt(2, u"x"), CInvalidArgException);
+  EXPECT_THROW(list.InsertAt(3, u"x"), CInvalidArgException);
+  EXPECT_THROW(list.RemoveAt(1, 2), CInvalidArgException);
+  EXPECT_THROW(list.RemoveAt(1, -1), CInvalidArgException);
+  EXPECT_THROW(list.SetSize(-1), CInvalidArgException);
+  EXPECT_THROW(CStringArray().GetAt(0), CInvalidArgException);
+  EXPECT_EQ(list, before);
+}
+
+}  // namespace
