@@ -12,9 +12,8 @@ namespace number_text {
 namespace {
 
 // Powers of ten that a double holds exactly.
-constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                        1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
 // ---- doubles to text
 // -----------------------------------------------------------------------------------------
@@ -35,9 +34,8 @@ struct decimal_t {
 
 // The shortest decimal that reads back as `magnitude`, which is finite and not zero.
 void ShortestDigits(double magnitude, decimal_t& decimal) {
-  const char* end = std::to_chars(decimal.room, decimal.room + sizeof decimal.room, magnitude,
-                                  std::chars_format::scientific)
-                        .ptr;
+  const char* end =
+      std::to_chars(decimal.room, decimal.room + sizeof decimal.room, magnitude, std::chars_format::scientific).ptr;
   const char* mark = end - 4;  // "e+12", or one digit more
   int exponent = (end[-2] - '0') * 10 + (end[-1] - '0');
   if (*mark != 'e') {

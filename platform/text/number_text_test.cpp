@@ -90,8 +90,7 @@ TEST(NumberTextFormat, AgreesWithPrintfOnEveryKindOfValue) {
   for (const auto kind : kinds) {
     for (int i = 0; i < 40'000; ++i) {
       const double value = kind(random);
-      const int precision =
-          i % 4 == 0 ? 1 + static_cast<int>(random() % 40) : 1 + static_cast<int>(random() % 18);
+      const int precision = i % 4 == 0 ? 1 + static_cast<int>(random() % 40) : 1 + static_cast<int>(random() % 18);
       ASSERT_EQ(General(value, precision), GeneralOfPrintf(value, precision)) << value << " " << precision;
     }
   }
