@@ -329,11 +329,6 @@ void CString::Adopt(char16_t* text, std::size_t length) noexcept {
   SetLength(length);
 }
 
-void CString::SetLength(std::size_t length) noexcept {
-  GetHeader()->length = static_cast<std::int32_t>(length);
-  text_[length] = u'\0';
-}
-
 // Puts `text` in the place of `removed` units. The text may lie in this string: it is then built in new memory, while
 // the old still stands.
 void CString::Splice(std::size_t at, std::size_t removed, std::u16string_view text) {

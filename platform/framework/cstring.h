@@ -128,7 +128,12 @@ class ZORPLATFORM_API CString {
   CString& operator+=(const CString& text) { return Append(text.View()); }
   CString& operator+=(std::string_view utf8) { return Append(CString(utf8).View()); }
   CString& operator+=(const char* utf8) { return Append(CString(utf8).View()); }
-  CString& operator+=(char16_t unit) { return Append({&unit, 1}); }
+  CString& operator+=(char16_t unit) {
+    if (!IsOwn() || GetLength() == GetCapacity()) return Append({&unit, 1});
+    text_[GetLength()] = unit;
+    SetLength(Size(GetLength() + 1));
+    return *this;
+  }
   CString& AppendAscii(std::string_view ascii);
   /// Each returns how many units were removed, inserted (the new length) or replaced (occurrences). Places and
   /// counts outside the text are cut to it.
@@ -226,7 +231,10 @@ class ZORPLATFORM_API CString {
   std::size_t GrownCapacity(std::size_t length) const noexcept;
   void MakeOwn(std::size_t capacity);
   void Adopt(char16_t* text, std::size_t length) noexcept;
-  void SetLength(std::size_t length) noexcept;
+  void SetLength(std::size_t length) noexcept {
+    GetHeader()->length = static_cast<std::int32_t>(length);
+    text_[length] = u'\0';
+  }
   bool EqualsUtf8(std::string_view utf8) const;
   void Splice(std::size_t at, std::size_t removed, std::u16string_view text);
 
