@@ -196,6 +196,9 @@ std::uint64_t ReadSaturating(const char16_t* at, const char16_t* end) {
   constexpr std::ptrdiff_t kSafeDigits = 19;
   const char16_t* const safeEnd = at + std::min(end - at, kSafeDigits);
   std::uint64_t value = 0;
+  for (int four; safeEnd - at >= 4 && (four = FourDigits(at)) >= 0; at += 4) {
+    value = value * 10'000 + static_cast<unsigned>(four);
+  }
   for (; at != safeEnd; ++at) {
     const unsigned digit = DigitOf(*at);
     if (digit > 9) return value;

@@ -14,12 +14,13 @@
 
 namespace number_text {
 
-/// Room that any of the functions below needs.
+/// Room that any of the functions below needs. Characters behind the returned length may be written over.
 inline constexpr std::size_t kMaxChars = 64;
 
 /// "%.*G": the given number of significant digits (1 to 40), trailing zeros removed, an upper-case exponent of
 /// at least two digits; "INF", "-INF", "NAN", "-NAN". Correctly rounded, ties as the exact binary value falls
-/// (round half to even on the exact decimal expansion). Returns the number of characters written.
+/// (round half to even on the exact decimal expansion). A precision outside 1 to 40 is taken as the nearer end.
+/// Returns the number of characters written.
 ZORPLATFORM_API std::size_t FormatGeneral(double value, int precision, char* out) noexcept;
 
 /// Decimal digits with a leading "-" for negative values. Returns the number of characters written.
