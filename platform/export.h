@@ -1,0 +1,21 @@
+// The export macros of the two libraries. Everything is hidden unless it carries one of them.
+#pragma once
+
+#if defined(ZORUTIL_STATIC)
+#define ZORPLATFORM_API
+#define ZORUTIL_API
+#elif defined(_WIN32)
+#if defined(ZORPLATFORM_BUILDING)
+#define ZORPLATFORM_API __declspec(dllexport)
+#else
+#define ZORPLATFORM_API __declspec(dllimport)
+#endif
+#if defined(ZORUTIL_BUILDING)
+#define ZORUTIL_API __declspec(dllexport)
+#else
+#define ZORUTIL_API __declspec(dllimport)
+#endif
+#else
+#define ZORPLATFORM_API __attribute__((visibility("default")))
+#define ZORUTIL_API __attribute__((visibility("default")))
+#endif

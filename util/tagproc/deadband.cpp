@@ -1,0 +1,69 @@
+#include "util/tagproc/deadband.h"
+
+#include <cfloat>
+#include <cmath>
+#include <iterator>
+
+#include "platform/text/collation.h"
+#include "util/serialization/primitives_internal.h"
+#include "util/serialization/stream_serializers.h"
+
+using zorutil::primitives::ReadLittle;
+using zorutil::primitives::WriteLittle;
+
+namespace {
+
+constexpr const char16_t* kTexts[] = {u"None", u"Absolute", u"Percent"};
+static_assert(std::size(kTexts) == CDeadband::PERCENT + 1);
+
+constexpr std::uint16_t kVersion = 0;
+
+}  // namespace
+
+bool CDeadband::IsSame(double a, double b) { return std::fabs(a - b) <= DBL_EPSILON; }
+
+int CDeadband::Set(double& field, double value) {
+  if (field == value || IsSame(field, value)) return 0;
+  field = value;
+  return 1;
+}
+
+int CDeadband::SetDeadbandType(int type) {
+  if (type_ == type) return 0;
+  type_ = static_cast<deadband_t>(type);
+  return 1;
+}
+
+const char16_t* CDeadband::ToString(deadband_t type) {
+  return type >= NONE && type <= PERCENT ? kTexts[type] : nullptr;
+}
+
+CDeadband::deadband_t CDeadband::FromString(const char16_t* text) {
+  if (text == nullptr) return NONE;
+  for (std::int32_t i = NONE; i <= PERCENT; ++i) {
+    if (collation::CompareNoCase(text, kTexts[i]) == 0) return static_cast<deadband_t>(i);
+  }
+  return NONE;
+}
+
+int CDeadband::Load(CFile* file) {
+  zorutil::file_serializer_t in(file);
+  ReadLittle<std::uint16_t>(in);
+  CDeadband read;
+  read.type_ = ReadLittle<deadband_t>(in);
+  read.deadband_ = ReadLittle<double>(in);
+  read.highRange_ = ReadLittle<double>(in);
+  read.lowRange_ = ReadLittle<double>(in);
+  *this = read;
+  return 1;
+}
+
+int CDeadband::Save(CFile* file) const {
+  zorutil::file_serializer_t out(file);
+  WriteLittle(out, kVersion);
+  WriteLittle(out, type_);
+  WriteLittle(out, deadband_);
+  WriteLittle(out, highRange_);
+  WriteLittle(out, lowRange_);
+  return 1;
+}

@@ -1,0 +1,193 @@
+#include "util/tagproc/scaling.h"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+
+#include "platform/text/collation.h"
+#include "util/serialization/primitives_internal.h"
+#include "util/serialization/stream_serializers.h"
+#include "util/serialization/string_serialization.h"
+#include "util/tagproc/scaling_kernels_internal.h"
+#include "util/values/array_kernels_internal.h"
+#include "util/values/safe_array_internal.h"
+#include "util/values/variant.h"
+
+using scaling_kernels::step_t;
+using zorutil::primitives::ReadLittle;
+using zorutil::primitives::WriteLittle;
+
+namespace {
+
+constexpr const char16_t* kNames[] = {u"None", u"Linear", u"Square Root"};
+static_assert(std::size(kNames) == CScaling::SQUARE_ROOT + 1);
+
+constexpr std::uint16_t kVersion = 2;
+constexpr std::uint16_t kUnitsSince = 1;
+constexpr std::uint16_t kNegateSince = 2;
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+bool IsBetween(DATATYPE basic, DATATYPE first, DATATYPE last) { return basic >= first && basic <= last; }
+
+// Arrays beyond this many rows or columns are converted by no rule.
+constexpr std::uint32_t kMaxArrayExtent = 65535;
+
+// Whether converting to double, scaling and converting to `to` can go through whole-array loops with the result that
+// the three steps one after another have.
+bool CanScaleInOnePass(const CVariant& value, VARTYPE from, VARTYPE to) {
+  const CSafeArray* const array = value.GetArray();
+  if (array == nullptr || array->GetVarType() != from) return false;
+  const bool converts = from != VT_R8 || to != VT_R8;
+  if (converts && (array->GetNumRows() > kMaxArrayExtent || array->GetNumCols() > kMaxArrayExtent)) return false;
+  return array_kernels::CanConvert(from, VT_R8) && array_kernels::CanConvert(VT_R8, to);
+}
+
+// Block by block, so that the doubles in between stay in the nearest cache.
+HRESULT ScaleInOnePass(const step_t& step, CVariant& value, VARTYPE from, VARTYPE to) {
+  constexpr std::size_t kBlock = 1024;
+  const CSafeArray& source = *value.GetArray();
+  const std::size_t count = source.GetNumElements();
+  if (from == VT_R8 && to == VT_R8) {
+    scaling_kernels::Apply(step, static_cast<double*>(source.pvData), count);
+    return S_OK;
+  }
+  array_owner_t made = safe_array_access_t::Make(source.GetNumRows(), source.GetNumCols(), to, false);
+  const char* in = static_cast<const char*>(source.pvData);
+  char* out = static_cast<char*>(made->pvData);
+  double buffer[kBlock];
+  for (std::size_t done = 0; done < count; done += kBlock) {
+    const std::size_t now = std::min(kBlock, count - done);
+    double* const block = to == VT_R8 ? reinterpret_cast<double*>(out) : buffer;
+    array_kernels::Convert(from, VT_R8, in, now, block);
+    scaling_kernels::Apply(step, block, now);
+    if (to != VT_R8 && array_kernels::Convert(VT_R8, to, block, now, out) < 0) return DISP_E_OVERFLOW;
+    in += now * source.cbElements;
+    out += now * made->cbElements;
+  }
+  tagVARIANT result{};
+  result.vt = static_cast<VARTYPE>(to | VT_ARRAY);
+  result.parray = made.release();
+  value.AttachData(result);
+  return S_OK;
+}
+
+// Converts to double, applies the step, converts to `target`. A failure leaves the value empty.
+HRESULT Scale(const step_t& step, CVariant& value, VARTYPE target) {
+  if (!value.IsArray()) {
+    HRESULT result = value.ConvertTypeEx(VT_R8, 0, false);
+    if (result < 0) return result;
+    scaling_kernels::Apply(step, &value.dblVal, 1);
+    return value.ConvertTypeEx(target, 0, false);
+  }
+  const auto from = static_cast<VARTYPE>(value.vt & ~VT_ARRAY);
+  const auto to = static_cast<VARTYPE>(target & ~VT_ARRAY);
+  if (CanScaleInOnePass(value, from, to)) {
+    const HRESULT result = ScaleInOnePass(step, value, from, to);
+    if (result < 0) value.Clear();
+    return result;
+  }
+  HRESULT result = value.ConvertTypeEx(VT_R8 | VT_ARRAY, 0, false);
+  if (result < 0) return result;
+  const std::span<double> elements = value.AsSpan<double>();
+  scaling_kernels::Apply(step, elements.data(), elements.size());
+  return value.ConvertTypeEx(target, 0, false);
+}
+
+}  // namespace
+
+bool CScaling::IsScalingTypeSupported(DATATYPE scaled) {
+  return IsBetween(CDataType::MakeBasicType(scaled), DT_CHAR, DT_DOUBLE);
+}
+
+bool CScaling::IsRawTypeSupported(DATATYPE raw) {
+  const DATATYPE basic = CDataType::MakeBasicType(raw);
+  return basic != DT_DEFAULT && basic != DT_STRING && basic != DT_BOOLEAN && !CDataType::Is64BitIntegerType(basic);
+}
+
+bool CScaling::IsValid(DATATYPE rawType, SCALINGRESULT* result) const {
+  const auto verdict = [&]() -> SCALINGRESULT {
+    if (type_ == NONE) return VALID;
+    if (!IsRawTypeSupported(rawType)) return INVALID_RAW_TYPE;
+    if (rawLow_ >= rawHigh_ || rawLow_ < CDataType::MinVal(rawType) || rawHigh_ > CDataType::MaxVal(rawType)) {
+      return INVALID_RAW_RANGE;
+    }
+    if (scaledLow_ >= scaledHigh_) return INVALID_SCALED_RANGE;
+    if (!IsScalingTypeSupported(scaledDataType_)) return INVALID_SCALED_TYPE;
+    if (scaledLow_ < CDataType::MinVal(scaledDataType_) || scaledHigh_ > CDataType::MaxVal(scaledDataType_)) {
+      return INVALID_SCALED_RANGE;
+    }
+    return VALID;
+  }();
+  if (result != nullptr) *result = verdict;
+  return verdict == VALID;
+}
+
+bool CScaling::IsValid(VARTYPE rawType, SCALINGRESULT* result) const {
+  return IsValid(CVariant::ConvertVarType(rawType), result);
+}
+
+scaling_kernels::step_t CScaling::ForwardStep() const {
+  const auto formula = type_ == LINEAR ? step_t::LINEAR_FORWARD : type_ == SQUARE_ROOT ? step_t::ROOT_FORWARD : step_t::COPY;
+  return {formula,  clampLow_ ? rawLow_ : -kInfinity, clampHigh_ ? rawHigh_ : kInfinity,
+          rawLow_,  rawHigh_, scaledLow_, scaledHigh_, negate_};
+}
+
+scaling_kernels::step_t CScaling::ReverseStep() const {
+  const auto formula = type_ == LINEAR ? step_t::LINEAR_REVERSE : type_ == SQUARE_ROOT ? step_t::ROOT_REVERSE : step_t::COPY;
+  return {formula,    clampLow_ ? scaledLow_ : -kInfinity, clampHigh_ ? scaledHigh_ : kInfinity,
+          scaledLow_, scaledHigh_, rawLow_, rawHigh_, negate_};
+}
+
+bool CScaling::DoScaling(CVariant& value) const {
+  const VARTYPE target = CVariant::ConvertDataType(scaledDataType_);
+  return Scale(ForwardStep(), value, static_cast<VARTYPE>(value.IsArray() ? target | VT_ARRAY : target)) >= 0;
+}
+
+HRESULT CScaling::ReverseScaling(CVariant& value, DATATYPE rawType) const {
+  const VARTYPE target = CVariant::ConvertDataType(rawType);
+  if (!IsRawTypeSupported(rawType) || value.IsArray() != ((target & VT_ARRAY) != 0)) return DISP_E_TYPEMISMATCH;
+  return Scale(ReverseStep(), value, target);
+}
+
+const char16_t* CScaling::TextFromType(SCALINGTYPE type) {
+  return type >= NONE && type <= SQUARE_ROOT ? kNames[type] : u"";
+}
+
+CScaling::SCALINGTYPE CScaling::TypeFromText(const char16_t* text) {
+  if (text == nullptr) return NONE;
+  for (std::int32_t i = NONE; i <= SQUARE_ROOT; ++i) {
+    if (collation::CompareNoCase(text, kNames[i]) == 0) return static_cast<SCALINGTYPE>(i);
+  }
+  return NONE;
+}
+
+int CScaling::Load(CFile* file) {
+  zorutil::file_serializer_t in(file);
+  CScaling read(*this);
+  const auto version = ReadLittle<std::uint16_t>(in);
+  read.type_ = ReadLittle<SCALINGTYPE>(in);
+  read.scaledDataType_ = ReadLittle<DATATYPE>(in);
+  for (double* const field : {&read.rawLow_, &read.rawHigh_, &read.scaledLow_, &read.scaledHigh_}) {
+    *field = ReadLittle<double>(in);
+  }
+  read.clampLow_ = ReadLittle<std::uint8_t>(in) != 0;
+  read.clampHigh_ = ReadLittle<std::uint8_t>(in) != 0;
+  if (version >= kUnitsSince) zorutil::Deserialize(read.units_, in);
+  if (version >= kNegateSince) read.negate_ = ReadLittle<std::uint8_t>(in) != 0;
+  *this = std::move(read);
+  return 1;
+}
+
+int CScaling::Save(CFile* file) const {
+  zorutil::file_serializer_t out(file);
+  WriteLittle(out, kVersion);
+  WriteLittle(out, type_);
+  WriteLittle(out, scaledDataType_);
+  for (const double field : {rawLow_, rawHigh_, scaledLow_, scaledHigh_}) WriteLittle(out, field);
+  WriteLittle<std::uint8_t>(out, clampLow_);
+  WriteLittle<std::uint8_t>(out, clampHigh_);
+  zorutil::Serialize(units_, out);
+  WriteLittle<std::uint8_t>(out, negate_);
+  return 1;
+}
