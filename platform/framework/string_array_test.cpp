@@ -6,19 +6,6 @@
 
 namespace {
 
-TEST(StringArray, KeepsItsOrderThroughEveryChange) {
-  CStringArray list = {u"a", u"b"};
-  EXPECT_EQ(list.Add(u"c"), 2);
-  list.InsertAt(3, u"d");
-  list.InsertAt(0, list[1]);
-  list.SetAt(1, list[4]);
-  EXPECT_EQ(list, (CStringArray{u"b", u"d", u"b", u"c", u"d"}));
-  list.RemoveAt(1, 2);
-  list.RemoveAt(3, 0);
-  list.SetSize(4);
-  EXPECT_EQ(list, (CStringArray{u"b", u"c", u"d", u""}));
-}
-
 TEST(StringArray, RefusesIndexesOutsideAndStaysAsItWas) {
   const CStringArray before = {u"a", u"b"};
   CStringArray list = before;

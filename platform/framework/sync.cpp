@@ -4,6 +4,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <optional>
@@ -11,8 +12,6 @@
 namespace {
 
 using steady_t = std::chrono::steady_clock;
-
-enum state_t : std::uint32_t { kFree, kHeld, kHeldAndAwaited };
 
 // Sleeps while the word has the value, at most until the deadline. May return early.
 void SleepWhile(std::atomic<std::uint32_t>& word, std::uint32_t value, std::optional<steady_t::time_point> deadline) {
@@ -23,10 +22,6 @@ void SleepWhile(std::atomic<std::uint32_t>& word, std::uint32_t value, std::opti
     rest = {seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
   }
   ::syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, value, deadline.has_value() ? &rest : nullptr, nullptr, 0);
-}
-
-void WakeOne(std::atomic<std::uint32_t>& word) {
-  ::syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
 }
 
 // Tells the processor that this is a waiting loop.
@@ -53,24 +48,7 @@ CCriticalSection::CCriticalSection(std::uint32_t spinCount) noexcept
 
 CCriticalSection::~CCriticalSection() = default;
 
-bool CCriticalSection::Lock(std::uint32_t timeoutMs) {
-  // Only the owner itself can find its own name here, so no order of memory is needed.
-  const std::thread::id self = std::this_thread::get_id();
-  if (owner_.load(std::memory_order_relaxed) == self) {
-    ++depth_;
-    return true;
-  }
-  std::uint32_t expected = kFree;
-  if (!word_.compare_exchange_strong(expected, kHeld, std::memory_order_acquire, std::memory_order_relaxed) &&
-      !LockContended(timeoutMs)) {
-    return false;
-  }
-  owner_.store(self, std::memory_order_relaxed);
-  depth_ = 1;
-  return true;
-}
-
-bool CCriticalSection::LockContended(std::uint32_t timeoutMs) {
+bool CCriticalSection::EnterContended(std::uint32_t timeoutMs) {
   if (timeoutMs == 0) return false;
   for (std::uint32_t spin = 0; spin < spinCount_; ++spin) {
     std::uint32_t expected = kFree;
@@ -91,10 +69,6 @@ bool CCriticalSection::LockContended(std::uint32_t timeoutMs) {
   return true;
 }
 
-bool CCriticalSection::Unlock() {
-  if (owner_.load(std::memory_order_relaxed) != std::this_thread::get_id()) return false;
-  if (--depth_ > 0) return true;
-  owner_.store(std::thread::id(), std::memory_order_relaxed);
-  if (word_.exchange(kFree, std::memory_order_release) == kHeldAndAwaited) WakeOne(word_);
-  return true;
+void CCriticalSection::WakeOne() {
+  ::syscall(SYS_futex, &word_, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
 }

@@ -45,18 +45,44 @@ class ZORPLATFORM_API CCriticalSection : public CSyncObject {
   /// Nobody holds the lock or waits for it.
   ~CCriticalSection() override;
 
-  bool Lock(std::uint32_t timeoutMs = kInfinite) override;
-  bool TryLock() { return CCriticalSection::Lock(0); }
-  bool Unlock() override;
+  bool Lock(std::uint32_t timeoutMs = kInfinite) override { return Enter(timeoutMs); }
+  bool TryLock() { return Enter(0); }
+  bool Unlock() override { return Leave(); }
 
-  void lock() { CCriticalSection::Lock(); }
+  void lock() { Enter(kInfinite); }
   bool try_lock() { return TryLock(); }
-  void unlock() { CCriticalSection::Unlock(); }
+  void unlock() { Leave(); }
 
  private:
-  bool LockContended(std::uint32_t timeoutMs);
+  enum state_t : std::uint32_t { kFree, kHeld, kHeldAndAwaited };
 
-  std::atomic<std::uint32_t> word_{0};  // free, held, or held and somebody may sleep
+  bool Enter(std::uint32_t timeoutMs) {
+    // Only the owner itself can find its own name here, so no order of memory is needed.
+    const std::thread::id self = std::this_thread::get_id();
+    if (owner_.load(std::memory_order_relaxed) == self) {
+      ++depth_;
+      return true;
+    }
+    std::uint32_t expected = kFree;
+    if (!word_.compare_exchange_strong(expected, kHeld, std::memory_order_acquire, std::memory_order_relaxed) &&
+        !EnterContended(timeoutMs)) {
+      return false;
+    }
+    owner_.store(self, std::memory_order_relaxed);
+    depth_ = 1;
+    return true;
+  }
+  bool Leave() {
+    if (owner_.load(std::memory_order_relaxed) != std::this_thread::get_id()) return false;
+    if (--depth_ > 0) return true;
+    owner_.store(std::thread::id(), std::memory_order_relaxed);
+    if (word_.exchange(kFree, std::memory_order_release) == kHeldAndAwaited) WakeOne();
+    return true;
+  }
+  bool EnterContended(std::uint32_t timeoutMs);
+  void WakeOne();
+
+  std::atomic<std::uint32_t> word_{kFree};
   std::uint32_t spinCount_;
   std::atomic<std::thread::id> owner_{};
   std::uint32_t depth_ = 0;  // the owner's
