@@ -1,0 +1,36 @@
+#include "platform/ole/safe_array_descriptor.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+// The element VARTYPE takes the last word of the prefix; the rest keeps the descriptor aligned.
+constexpr std::size_t kPrefixBytes = alignof(std::max_align_t);
+constexpr std::size_t kDataAlignment = 64;
+
+}  // namespace
+
+tagSAFEARRAY* SafeArrayAllocDescriptor() noexcept {
+  void* const block = std::calloc(1, kPrefixBytes + sizeof(tagSAFEARRAY));
+  if (block == nullptr) return nullptr;
+  auto* const array = reinterpret_cast<tagSAFEARRAY*>(static_cast<char*>(block) + kPrefixBytes);
+  array->fFeatures = FADF_FIXEDSIZE | FADF_HAVEVARTYPE;
+  return array;
+}
+
+void SafeArrayDestroyDescriptor(tagSAFEARRAY* array) noexcept {
+  if (array != nullptr) std::free(reinterpret_cast<char*>(array) - kPrefixBytes);
+}
+
+void* SafeArrayAllocData(std::size_t bytes, bool zeroed) noexcept {
+  if (bytes == 0 || bytes > PTRDIFF_MAX) return nullptr;
+  const std::size_t whole = (bytes + kDataAlignment - 1) / kDataAlignment * kDataAlignment;
+  void* const data = std::aligned_alloc(kDataAlignment, whole);
+  if (data != nullptr && zeroed) std::memset(data, 0, bytes);
+  return data;
+}
+
+void SafeArrayFreeData(void* data) noexcept {
+  std::free(data);
+}

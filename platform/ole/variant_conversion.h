@@ -1,0 +1,31 @@
+// VariantChangeTypeEx: one scalar VARIANT into another type, by the rules of OLE automation under US English
+// conventions, which stand for every locale identifier.
+//
+//   tagVARIANT text{VT_BSTR}; text.bstrVal = SysAllocString(u"1,234.5");
+//   tagVARIANT number{};
+//   VariantChangeTypeEx(&number, &text, 0, 0, VT_R8);            // S_OK, 1234.5
+//
+// Reals become integers by rounding half to even. A value that does not fit is DISP_E_OVERFLOW, a signed and an
+// unsigned type of one width included; NaN to an integer, CY, DATE or DECIMAL too. A pair that has no conversion,
+// or a text that is no such value, is DISP_E_TYPEMISMATCH. No state; any number of threads.
+#pragma once
+
+#include "platform/export.h"
+#include "platform/ole/ole_types.h"
+
+/// Zeroes the record without freeing anything.
+inline void VariantInit(tagVARIANT* value) noexcept {
+  *value = tagVARIANT{};
+}
+
+/// Frees the string of a VT_BSTR and empties the record. Arrays belong to CVariant: DISP_E_BADVARTYPE, unchanged.
+ZORPLATFORM_API HRESULT VariantClear(tagVARIANT* value) noexcept;
+
+/// Clears `destination` and makes it a copy of `source` (strings are duplicated). Arrays: DISP_E_BADVARTYPE and
+/// nothing changes. E_OUTOFMEMORY leaves `destination` empty. Both may be the same record.
+ZORPLATFORM_API HRESULT VariantCopy(tagVARIANT* destination, const tagVARIANT* source) noexcept;
+
+/// Converts `source` to `target` into `destination`, which is cleared first and may be `source` itself. On failure
+/// `destination` is as it was. `lcid` and `flags` are taken as 0. An array on either side is DISP_E_TYPEMISMATCH.
+ZORPLATFORM_API HRESULT VariantChangeTypeEx(tagVARIANT* destination, const tagVARIANT* source, LCID lcid,
+                                            std::uint16_t flags, VARTYPE target) noexcept;
