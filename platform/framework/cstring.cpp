@@ -18,9 +18,7 @@ using traits_t = std::char_traits<char16_t>;
 constexpr std::size_t kShortUtf8 = 64;
 
 // Blocks of the system's allocator have 16n + 8 usable bytes; what a smaller request leaves over becomes capacity.
-constexpr std::size_t BlockBytes(std::size_t bytes) {
-  return (bytes + 7) / 16 * 16 + 8;
-}
+constexpr std::size_t BlockBytes(std::size_t bytes) { return (bytes + 7) / 16 * 16 + 8; }
 
 bool Overlaps(std::u16string_view whole, std::u16string_view part) noexcept {
   const std::less<const char16_t*> before;
@@ -98,22 +96,16 @@ CString& CString::AssignAscii(std::string_view ascii) {
   return *this;
 }
 
-std::string CString::ToUtf8() const {
-  return utf::ToUtf8(View());
-}
+std::string CString::ToUtf8() const { return utf::ToUtf8(View()); }
 
-CString CString::Left(int count) const {
-  return Mid(0, count);
-}
+CString CString::Left(int count) const { return Mid(0, count); }
 
 CString CString::Right(int count) const {
   const int length = GetLength();
   return Mid(length - std::clamp(count, 0, length));
 }
 
-CString CString::Mid(int first) const {
-  return Mid(first, GetLength());
-}
+CString CString::Mid(int first) const { return Mid(first, GetLength()); }
 
 CString CString::Mid(int first, int count) const {
   const std::u16string_view text = View();
@@ -121,25 +113,19 @@ CString CString::Mid(int first, int count) const {
   return part.size() == text.size() ? *this : CString(part);
 }
 
-int CString::Find(char16_t unit, int start) const noexcept {
-  return static_cast<int>(View().find(unit, Size(start)));
-}
+int CString::Find(char16_t unit, int start) const noexcept { return static_cast<int>(View().find(unit, Size(start))); }
 
 int CString::Find(std::u16string_view part, int start) const noexcept {
   return static_cast<int>(View().find(part, Size(start)));
 }
 
-int CString::ReverseFind(char16_t unit) const noexcept {
-  return static_cast<int>(View().rfind(unit));
-}
+int CString::ReverseFind(char16_t unit) const noexcept { return static_cast<int>(View().rfind(unit)); }
 
 int CString::FindOneOf(std::u16string_view units) const noexcept {
   return static_cast<int>(View().find_first_of(units));
 }
 
-int CString::CompareNoCase(std::u16string_view other) const noexcept {
-  return collation::CompareNoCase(View(), other);
-}
+int CString::CompareNoCase(std::u16string_view other) const noexcept { return collation::CompareNoCase(View(), other); }
 
 void CString::SetAt(int index, char16_t unit) {
   assert(index >= 0 && index < GetLength());
@@ -223,9 +209,7 @@ int CString::Replace(std::u16string_view from, std::u16string_view to) {
   return static_cast<int>(found);
 }
 
-CString& CString::Trim() {
-  return TrimRight().TrimLeft();
-}
+CString& CString::Trim() { return TrimRight().TrimLeft(); }
 
 CString& CString::TrimLeft() {
   const std::u16string_view text = View();
@@ -302,9 +286,7 @@ char16_t* CString::Allocate(std::size_t capacity) {
   return text;
 }
 
-void CString::Free(header_t* header) noexcept {
-  ::operator delete(header);
-}
+void CString::Free(header_t* header) noexcept { ::operator delete(header); }
 
 // What to allocate for a text that has grown to `length`: half as much again as there was, so that appending unit by
 // unit costs a constant time each.
@@ -350,10 +332,6 @@ void CString::Splice(std::size_t at, std::size_t removed, std::u16string_view te
 
 // --- free functions ----------------------------------------------------------------------------------------------
 
-std::ostream& operator<<(std::ostream& out, const CString& text) {
-  return out << text.ToUtf8();
-}
+std::ostream& operator<<(std::ostream& out, const CString& text) { return out << text.ToUtf8(); }
 
-void PrintTo(const CString& text, std::ostream* out) {
-  *out << '"' << text.ToUtf8() << '"';
-}
+void PrintTo(const CString& text, std::ostream* out) { *out << '"' << text.ToUtf8() << '"'; }

@@ -31,12 +31,8 @@ thread_local bool failing = false;
   void* const memory = failing ? nullptr : std::malloc(size == 0 ? 1 : size);
   return memory != nullptr ? memory : throw std::bad_alloc();
 }
-[[gnu::noinline]] void operator delete(void* memory) noexcept {
-  std::free(memory);
-}
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
-  std::free(memory);
-}
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 #endif
 
 namespace {

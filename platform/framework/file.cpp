@@ -225,9 +225,7 @@ bool CFile::Open(const CString& path, unsigned flags, std::unique_ptr<CFileExcep
   }
 }
 
-bool CFile::IsOpen() const noexcept {
-  return state_ != nullptr && state_->handle >= 0;
-}
+bool CFile::IsOpen() const noexcept { return state_ != nullptr && state_->handle >= 0; }
 
 const CString& CFile::GetFilePath() const noexcept {
   static const CString none;
@@ -275,9 +273,7 @@ std::uint64_t CFile::Seek(std::int64_t offset, seek_t from) {
   return file.position = target;
 }
 
-std::uint64_t CFile::GetPosition() const {
-  return GetOpen("position").position;
-}
+std::uint64_t CFile::GetPosition() const { return GetOpen("position").position; }
 
 std::uint64_t CFile::GetLength() const {
   const state_t& file = GetOpen("length");

@@ -22,18 +22,14 @@ std::size_t CheckedIndex(int index, std::size_t size) {
 
 CInvalidArgException::~CInvalidArgException() = default;
 
-const CString& CStringArray::GetAt(int index) const {
-  return strings_[CheckedIndex(index, strings_.size())];
-}
+const CString& CStringArray::GetAt(int index) const { return strings_[CheckedIndex(index, strings_.size())]; }
 
 int CStringArray::Add(CString text) {
   strings_.push_back(std::move(text));
   return GetSize() - 1;
 }
 
-void CStringArray::SetAt(int index, CString text) {
-  strings_[CheckedIndex(index, strings_.size())] = std::move(text);
-}
+void CStringArray::SetAt(int index, CString text) { strings_[CheckedIndex(index, strings_.size())] = std::move(text); }
 
 void CStringArray::InsertAt(int index, CString text) {
   const auto at = static_cast<std::ptrdiff_t>(Checked(index, strings_.size(), "place"));

@@ -69,6 +69,4 @@ bool CCriticalSection::EnterContended(std::uint32_t timeoutMs) {
   return true;
 }
 
-void CCriticalSection::WakeOne() {
-  ::syscall(SYS_futex, &word_, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
-}
+void CCriticalSection::WakeOne() { ::syscall(SYS_futex, &word_, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0); }

@@ -20,24 +20,16 @@ constexpr std::int64_t FloorDivide(std::int64_t value, std::int64_t divisor) {
   return value / divisor - (value % divisor < 0 ? 1 : 0);
 }
 
-bool IsLeapYear(std::int32_t year) {
-  return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-}
+bool IsLeapYear(std::int32_t year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
 
 // ---- Reading texts
 
 constexpr std::string_view kMonths[] = {"january", "february", "march",     "april",   "may",      "june",
                                         "july",    "august",   "september", "october", "november", "december"};
 
-bool IsBlank(char16_t unit) {
-  return unit == u' ' || (unit >= u'\t' && unit <= u'\r');
-}
-bool IsDigit(char16_t unit) {
-  return unit >= u'0' && unit <= u'9';
-}
-char16_t ToLowerAscii(char16_t unit) {
-  return unit >= u'A' && unit <= u'Z' ? unit | 0x20 : unit;
-}
+bool IsBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
+bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
+char16_t ToLowerAscii(char16_t unit) { return unit >= u'A' && unit <= u'Z' ? unit | 0x20 : unit; }
 
 struct number_t {
   std::int32_t value = 0;
@@ -208,9 +200,7 @@ bool ReadAll(reader_t reader, fields_t& out) {
 
 // ---- Writing texts
 
-char* WriteNumber(std::int32_t value, char* out) {
-  return std::to_chars(out, out + 11, value).ptr;
-}
+char* WriteNumber(std::int32_t value, char* out) { return std::to_chars(out, out + 11, value).ptr; }
 
 char* WriteTwoDigits(char separator, std::int32_t value, char* out) {
   *out++ = separator;

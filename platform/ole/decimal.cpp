@@ -26,15 +26,9 @@ uint128_t PowerOfTen(int places) {
 
 // ---- The parts of a record, whatever bytes it holds: a scale beyond 28 counts as 28
 
-uint128_t MagnitudeOf(const DECIMAL& value) {
-  return static_cast<uint128_t>(value.Hi32) << 64 | value.Lo64;
-}
-bool IsNegative(const DECIMAL& value) {
-  return (value.sign & DECIMAL::kNegative) != 0;
-}
-int ScaleOf(const DECIMAL& value) {
-  return std::min<int>(value.scale, DECIMAL::kMaxScale);
-}
+uint128_t MagnitudeOf(const DECIMAL& value) { return static_cast<uint128_t>(value.Hi32) << 64 | value.Lo64; }
+bool IsNegative(const DECIMAL& value) { return (value.sign & DECIMAL::kNegative) != 0; }
+int ScaleOf(const DECIMAL& value) { return std::min<int>(value.scale, DECIMAL::kMaxScale); }
 
 DECIMAL Make(uint128_t magnitude, int scale, bool negative) {
   DECIMAL result{};
@@ -137,17 +131,11 @@ HRESULT FromDigits(const digits_t& value, bool negative, DECIMAL& out) noexcept 
   return S_OK;
 }
 
-DECIMAL FromInt64(std::int64_t value) noexcept {
-  return Make(MagnitudeOf(value), 0, value < 0);
-}
+DECIMAL FromInt64(std::int64_t value) noexcept { return Make(MagnitudeOf(value), 0, value < 0); }
 
-DECIMAL FromUInt64(std::uint64_t value) noexcept {
-  return Make(value, 0, false);
-}
+DECIMAL FromUInt64(std::uint64_t value) noexcept { return Make(value, 0, false); }
 
-DECIMAL FromCurrency(CY value) noexcept {
-  return Make(MagnitudeOf(value.int64), kCurrencyPlaces, value.int64 < 0);
-}
+DECIMAL FromCurrency(CY value) noexcept { return Make(MagnitudeOf(value.int64), kCurrencyPlaces, value.int64 < 0); }
 
 HRESULT FromDouble(double value, int significantDigits, DECIMAL& out) noexcept {
   const double magnitude = std::fabs(value);
@@ -218,8 +206,6 @@ std::size_t Format(const DECIMAL& value, char* out) noexcept {
   return static_cast<std::size_t>(at - out);
 }
 
-bool IsZero(const DECIMAL& value) noexcept {
-  return value.Hi32 == 0 && value.Lo64 == 0;
-}
+bool IsZero(const DECIMAL& value) noexcept { return value.Hi32 == 0 && value.Lo64 == 0; }
 
 }  // namespace ole_decimal

@@ -31,6 +31,4 @@ void* SafeArrayAllocData(std::size_t bytes, bool zeroed) noexcept {
   return data;
 }
 
-void SafeArrayFreeData(void* data) noexcept {
-  std::free(data);
-}
+void SafeArrayFreeData(void* data) noexcept { std::free(data); }

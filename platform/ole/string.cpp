@@ -77,9 +77,7 @@ bool OpenCache() {
   return true;
 }
 
-std::size_t ClassOf(std::size_t blockSize) {
-  return (blockSize - 1) / kClassStep;
-}
+std::size_t ClassOf(std::size_t blockSize) { return (blockSize - 1) / kClassStep; }
 
 // `blockSize` becomes what the block really has.
 void* AllocateBlock(std::size_t& blockSize) {
@@ -107,9 +105,7 @@ void FreeBlock(void* memory, std::size_t blockSize) {
 
 // ---- Texts
 
-header_t* HeaderOf(BSTR text) {
-  return reinterpret_cast<header_t*>(text) - 1;
-}
+header_t* HeaderOf(BSTR text) { return reinterpret_cast<header_t*>(text) - 1; }
 
 // Terminates the text; the odd byte of an odd length is made up to a unit with a zero byte.
 void SetByteLength(BSTR text, std::uint32_t byteLength) {

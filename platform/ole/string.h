@@ -35,9 +35,7 @@ inline std::uint32_t SysStringByteLen(const char16_t* text) noexcept {
 }
 
 /// The length in UTF-16 units; 0 for null. The odd byte of an odd length does not count.
-inline std::uint32_t SysStringLen(const char16_t* text) noexcept {
-  return SysStringByteLen(text) / 2;
-}
+inline std::uint32_t SysStringLen(const char16_t* text) noexcept { return SysStringByteLen(text) / 2; }
 
 /// The text of a BSTR as a view; empty for null.
 inline std::u16string_view SysStringView(const char16_t* text) noexcept {

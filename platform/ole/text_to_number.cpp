@@ -15,14 +15,10 @@ namespace {
 using ole_decimal::digits_t;
 using ole_decimal::uint128_t;
 
-bool IsBlank(char16_t unit) {
-  return unit == u' ' || (unit >= u'\t' && unit <= u'\r');
-}
+bool IsBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
 
 // 0 to 9 for a digit, more for anything else.
-unsigned DigitOf(char16_t unit) {
-  return static_cast<unsigned>(unit) - u'0';
-}
+unsigned DigitOf(char16_t unit) { return static_cast<unsigned>(unit) - u'0'; }
 
 // A number in its parts: either a decimal one or the bits of a hexadecimal or octal one.
 struct number_t {
@@ -158,9 +154,7 @@ class reader_t {
   bool sign_ = false, plus_ = false, currency_ = false, parenthesis_ = false;
 };
 
-bool Read(std::u16string_view text, number_t& out) {
-  return reader_t(text).Read(out);
-}
+bool Read(std::u16string_view text, number_t& out) { return reader_t(text).Read(out); }
 
 // Plain digits behind an optional sign, few enough for 64 bits: what nearly every text is.
 bool ReadPlainInteger(std::u16string_view text, bool& negative, std::uint64_t& magnitude) {

@@ -33,24 +33,18 @@ outcome_t Done(Field value) {
   return outcome;
 }
 
-outcome_t Failed(HRESULT status) {
-  return {status, 0};
-}
+outcome_t Failed(HRESULT status) { return {status, 0}; }
 
-outcome_t Truth(bool value) {
-  return Done(value ? VARIANT_TRUE : VARIANT_FALSE);
-}
+outcome_t Truth(bool value) { return Done(value ? VARIANT_TRUE : VARIANT_FALSE); }
 
-outcome_t Text(const char* text, std::size_t length) {
+[[gnu::noinline]] outcome_t Text(const char* text, std::size_t length) {
   const BSTR result = SysAllocStringLen(nullptr, static_cast<std::uint32_t>(length));
   if (result == nullptr) return Failed(E_OUTOFMEMORY);
   std::copy(text, text + length, result);
   return Done(result);
 }
 
-bool IsKnown(VARTYPE vt) {
-  return vt <= VT_UINT && vt != 15;
-}
+bool IsKnown(VARTYPE vt) { return vt <= VT_UINT && vt != 15; }
 
 // The targets that no value reaches, and those that keep nothing of it: VT_EMPTY and VT_NULL take any value that
 // converts at all.
@@ -106,7 +100,7 @@ outcome_t IntegerToDate(Integer value) {
 }
 
 template <class Integer>
-outcome_t IntegerToText(Integer value) {
+[[gnu::noinline]] outcome_t IntegerToText(Integer value) {
   char text[number_text::kMaxChars];
   return Text(text, number_text::FormatInteger(value, text));
 }
@@ -164,7 +158,7 @@ outcome_t RealToCurrency(double value) {
 }
 
 // Zero is written without its sign.
-outcome_t RealToText(double value, int digits) {
+[[gnu::noinline]] outcome_t RealToText(double value, int digits) {
   char text[number_text::kMaxChars];
   return Text(text, number_text::FormatGeneral(value == 0 ? 0 : value, digits, text));
 }
@@ -189,7 +183,7 @@ outcome_t FromReal(double value, int digits, VARTYPE target) {
 }
 
 // A date converts as the double it is; only its text is its own.
-outcome_t FromDate(DATE value, VARTYPE target) {
+[[gnu::noinline]] outcome_t FromDate(DATE value, VARTYPE target) {
   if (target != VT_BSTR) return FromReal(value, kDoubleDigits, target);
   char text[number_text::kMaxChars];
   const std::size_t length = ole_date::Format(value, text);
@@ -198,7 +192,7 @@ outcome_t FromDate(DATE value, VARTYPE target) {
 
 // ---- Fixed-point numbers
 
-outcome_t DecimalToText(const DECIMAL& value) {
+[[gnu::noinline]] outcome_t DecimalToText(const DECIMAL& value) {
   char text[number_text::kMaxChars];
   return Text(text, ole_decimal::Format(value, text));
 }
@@ -233,7 +227,7 @@ outcome_t DecimalToInteger(const DECIMAL& value, VARTYPE target) {
   return status == S_OK ? IntegerToInteger(asUnsigned, target) : Failed(status);
 }
 
-outcome_t FromDecimal(const DECIMAL& value, VARTYPE target) {
+[[gnu::noinline]] outcome_t FromDecimal(const DECIMAL& value, VARTYPE target) {
   switch (target) {
     case VT_R4: return Done(static_cast<float>(ole_decimal::ToDouble(value)));
     case VT_R8:
@@ -284,7 +278,7 @@ outcome_t TextTo(std::u16string_view text) {
   return status == S_OK ? Done(value) : Failed(status);
 }
 
-outcome_t FromText(std::u16string_view text, VARTYPE target) {
+[[gnu::noinline]] outcome_t FromText(std::u16string_view text, VARTYPE target) {
   switch (target) {
     case VT_R4: return TextTo<float, text_to_number::ToFloat>(text);
     case VT_R8: return TextTo<double, text_to_number::ToDouble>(text);
@@ -326,7 +320,7 @@ outcome_t Convert(const tagVARIANT& source, VARTYPE target) {
 }
 
 // Of a boolean only its truth arrives: 0 or 1.
-HRESULT ConvertToDecimal(const tagVARIANT& source, DECIMAL& out) {
+[[gnu::noinline]] HRESULT ConvertToDecimal(const tagVARIANT& source, DECIMAL& out) {
   switch (source.vt) {
     case VT_DECIMAL: out = GetDecimal(source); return S_OK;
     case VT_BOOL: out = ole_decimal::FromInt64(source.boolVal != 0 ? 1 : 0); return S_OK;
@@ -346,7 +340,7 @@ HRESULT ConvertToDecimal(const tagVARIANT& source, DECIMAL& out) {
 
 // A value of its own type: the bits, or a new string. OLE's one difference to a copy: a null string becomes an
 // empty one.
-outcome_t ConvertToItself(const tagVARIANT& source) {
+[[gnu::noinline]] outcome_t ConvertToItself(const tagVARIANT& source) {
   if (source.vt != VT_BSTR) return Done(source.ullVal);
   if (source.bstrVal == nullptr) return Text("", 0);
   const auto* const bytes = reinterpret_cast<const char*>(source.bstrVal);
@@ -354,9 +348,7 @@ outcome_t ConvertToItself(const tagVARIANT& source) {
   return copy == nullptr ? Failed(E_OUTOFMEMORY) : Done(copy);
 }
 
-bool IsArray(VARTYPE vt) {
-  return (vt & VT_ARRAY) != 0;
-}
+bool IsArray(VARTYPE vt) { return (vt & VT_ARRAY) != 0; }
 
 void FreeOwned(tagVARIANT& value) {
   if (value.vt == VT_BSTR) SysFreeString(value.bstrVal);

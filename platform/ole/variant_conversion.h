@@ -14,9 +14,7 @@
 #include "platform/ole/ole_types.h"
 
 /// Zeroes the record without freeing anything.
-inline void VariantInit(tagVARIANT* value) noexcept {
-  *value = tagVARIANT{};
-}
+inline void VariantInit(tagVARIANT* value) noexcept { *value = tagVARIANT{}; }
 
 /// Frees the string of a VT_BSTR and empties the record. Arrays belong to CVariant: DISP_E_BADVARTYPE, unchanged.
 ZORPLATFORM_API HRESULT VariantClear(tagVARIANT* value) noexcept;

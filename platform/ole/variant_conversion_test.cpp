@@ -29,9 +29,7 @@ struct value_t : tagVARIANT {
   ~value_t() { VariantClear(this); }
 };
 
-HRESULT Change(tagVARIANT& value, VARTYPE target) {
-  return VariantChangeTypeEx(&value, &value, 0, 0, target);
-}
+HRESULT Change(tagVARIANT& value, VARTYPE target) { return VariantChangeTypeEx(&value, &value, 0, 0, target); }
 
 // ---- The file of reference results
 

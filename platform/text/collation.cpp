@@ -18,18 +18,10 @@
 namespace collation {
 namespace {
 
-constexpr bool IsAscii(char16_t unit) {
-  return unit < 0x80;
-}
-constexpr bool IsUpper(char16_t unit) {
-  return unit >= u'A' && unit <= u'Z';
-}
-constexpr bool IsLower(char16_t unit) {
-  return unit >= u'a' && unit <= u'z';
-}
-constexpr bool IsDigit(char16_t unit) {
-  return unit >= u'0' && unit <= u'9';
-}
+constexpr bool IsAscii(char16_t unit) { return unit < 0x80; }
+constexpr bool IsUpper(char16_t unit) { return unit >= u'A' && unit <= u'Z'; }
+constexpr bool IsLower(char16_t unit) { return unit >= u'a' && unit <= u'z'; }
+constexpr bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 
 // The place of each ASCII character in the root collation; 0 for the controls that it ignores. At secondary
 // strength an ASCII text is the sequence of these ranks and nothing else: no character has a secondary weight
@@ -51,9 +43,7 @@ constexpr std::array<std::uint8_t, 128> kRanks = [] {
 #if defined(__SSE2__)
 constexpr std::size_t kLanes = 8;
 
-__m128i LoadLanes(const char16_t* at) {
-  return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
-}
+__m128i LoadLanes(const char16_t* at) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(at)); }
 
 // Upper-case ASCII letters made lower-case.
 __m128i FoldLanes(__m128i lanes) {
@@ -104,9 +94,7 @@ unsigned TakeRank(const char16_t*& at, const char16_t* end) {
   return 0;
 }
 
-bool IsForeign(const char16_t* at, const char16_t* end) {
-  return at != end && !IsAscii(*at);
-}
+bool IsForeign(const char16_t* at, const char16_t* end) { return at != end && !IsAscii(*at); }
 
 // As above without a collator: any unit has a weight.
 unsigned TakeWeight(const char16_t*& at, const char16_t* end) {
@@ -142,9 +130,7 @@ int CompareByCollator(std::u16string_view a, std::u16string_view b) {
   return ucol_strcoll(collator, a.data(), IcuLength(a), b.data(), IcuLength(b));
 }
 
-char16_t OneUnit(UChar32 mapped, char16_t unit) {
-  return mapped <= 0xFFFF ? static_cast<char16_t>(mapped) : unit;
-}
+char16_t OneUnit(UChar32 mapped, char16_t unit) { return mapped <= 0xFFFF ? static_cast<char16_t>(mapped) : unit; }
 
 }  // namespace
 

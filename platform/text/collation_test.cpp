@@ -14,9 +14,7 @@
 
 namespace {
 
-int Sign(int order) {
-  return (order > 0) - (order < 0);
-}
+int Sign(int order) { return (order > 0) - (order < 0); }
 
 // ICU itself, which is the definition of the order.
 int IcuOrder(std::u16string_view a, std::u16string_view b) {

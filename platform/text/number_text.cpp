@@ -126,12 +126,8 @@ char* WriteExact(double magnitude, int precision, char* out) {
   return end;
 }
 
-bool IsNormal(std::uint64_t bits) {
-  return (bits & 0x7FF0'0000'0000'0000) != 0;
-}
-bool IsPowerOfTwo(std::uint64_t bits) {
-  return (bits & 0x000F'FFFF'FFFF'FFFF) == 0;
-}
+bool IsNormal(std::uint64_t bits) { return (bits & 0x7FF0'0000'0000'0000) != 0; }
+bool IsPowerOfTwo(std::uint64_t bits) { return (bits & 0x000F'FFFF'FFFF'FFFF) == 0; }
 
 // Finite and not zero. Integers of at most `precision` digits are their own answer. Otherwise the shortest
 // digits give the answer wherever that can be proven:
@@ -156,14 +152,10 @@ char* WriteFinite(double magnitude, int precision, char* out) {
 // ---- text to numbers
 // -----------------------------------------------------------------------------------------
 
-bool IsBlank(char16_t unit) {
-  return unit == u' ' || (unit >= u'\t' && unit <= u'\r');
-}
+bool IsBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
 
 // 0 to 9 for a digit, more for anything else.
-unsigned DigitOf(char16_t unit) {
-  return static_cast<unsigned>(unit) - u'0';
-}
+unsigned DigitOf(char16_t unit) { return static_cast<unsigned>(unit) - u'0'; }
 
 // The value of four units that are all digits, else a negative number. The units lie in the lanes of one
 // word, the first in the lowest: two multiplications make two pairs of them, then one number.

@@ -26,13 +26,9 @@ std::string GeneralOfPrintf(double value, int precision) {
   return {text, static_cast<std::size_t>(std::snprintf(text, sizeof text, "%.*G", precision, value))};
 }
 
-std::u16string Wide(std::string_view ascii) {
-  return {ascii.begin(), ascii.end()};
-}
+std::u16string Wide(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
 
-double AnyDouble(std::mt19937_64& random) {
-  return std::bit_cast<double>(random());
-}
+double AnyDouble(std::mt19937_64& random) { return std::bit_cast<double>(random()); }
 
 // A decimal as people write it: few digits, a small exponent.
 double ShortDecimal(std::mt19937_64& random) {
@@ -45,13 +41,9 @@ double Half(std::mt19937_64& random) {
   return std::ldexp(static_cast<double>(random() % 1'000'000), -static_cast<int>(random() % 24));
 }
 
-double PowerOfTwo(std::mt19937_64& random) {
-  return std::ldexp(1.0, static_cast<int>(random() % 2098) - 1074);
-}
+double PowerOfTwo(std::mt19937_64& random) { return std::ldexp(1.0, static_cast<int>(random() % 2098) - 1074); }
 
-double Subnormal(std::mt19937_64& random) {
-  return std::bit_cast<double>(random() >> (12 + random() % 50));
-}
+double Subnormal(std::mt19937_64& random) { return std::bit_cast<double>(random() >> (12 + random() % 50)); }
 
 TEST(NumberTextFormat, LaysOutAsGeneralFormat) {
   const struct {

@@ -16,9 +16,7 @@ using byte_t = unsigned char;
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-const byte_t* Bytes(const char* at) {
-  return reinterpret_cast<const byte_t*>(at);
-}
+const byte_t* Bytes(const char* at) { return reinterpret_cast<const byte_t*>(at); }
 
 // ---- blocks of ASCII -----------------------------------------------------------------------------------------
 //
@@ -31,15 +29,9 @@ constexpr std::size_t kHalf = 8;
 
 #if defined(__SSE2__)
 
-__m128i Load(const void* at) {
-  return _mm_loadu_si128(static_cast<const __m128i*>(at));
-}
-__m128i LoadHalf(const void* at) {
-  return _mm_loadl_epi64(static_cast<const __m128i*>(at));
-}
-void Store(void* at, __m128i lanes) {
-  _mm_storeu_si128(static_cast<__m128i*>(at), lanes);
-}
+__m128i Load(const void* at) { return _mm_loadu_si128(static_cast<const __m128i*>(at)); }
+__m128i LoadHalf(const void* at) { return _mm_loadl_epi64(static_cast<const __m128i*>(at)); }
+void Store(void* at, __m128i lanes) { _mm_storeu_si128(static_cast<__m128i*>(at), lanes); }
 
 // `foreign` has a bit for each of `units` that is not ASCII.
 std::size_t UnitsBefore(int foreign, std::size_t units) {
@@ -57,12 +49,8 @@ std::size_t AsciiUnits(__m128i first, __m128i second) {
   return UnitsBefore(ascii ^ 0xFFFF, kBlock);
 }
 
-std::size_t AsciiBlock(const byte_t* in) {
-  return UnitsBefore(_mm_movemask_epi8(Load(in)), kBlock);
-}
-std::size_t AsciiBlock(const char16_t* in) {
-  return AsciiUnits(Load(in), Load(in + 8));
-}
+std::size_t AsciiBlock(const byte_t* in) { return UnitsBefore(_mm_movemask_epi8(Load(in)), kBlock); }
+std::size_t AsciiBlock(const char16_t* in) { return AsciiUnits(Load(in), Load(in + 8)); }
 
 std::size_t ConvertBlock(const byte_t* in, char16_t* out) {
   const __m128i bytes = Load(in);
@@ -155,9 +143,7 @@ const In* SkipAscii(const In* at, const In* end) {
 
 #define ZORPLATFORM_SHUFFLE __attribute__((target("ssse3,popcnt")))
 
-bool HasShuffle() {
-  return __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("popcnt");
-}
+bool HasShuffle() { return __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("popcnt"); }
 
 constexpr std::ptrdiff_t kMixedBlock = 8;
 
@@ -262,9 +248,7 @@ ZORPLATFORM_SHUFFLE void ConvertMixedBlocks(const char16_t*& at, const char16_t*
 
 #else
 
-bool HasShuffle() {
-  return false;
-}
+bool HasShuffle() { return false; }
 
 template <typename In, typename Out>
 void ConvertMixedBlocks(const In*&, const In*, Out*&) {}
@@ -273,18 +257,10 @@ void ConvertMixedBlocks(const In*&, const In*, Out*&) {}
 
 // ---- one character -------------------------------------------------------------------------------------------
 
-constexpr bool IsContinuation(byte_t byte) {
-  return (byte & 0xC0) == 0x80;
-}
-constexpr bool IsSurrogate(char32_t code) {
-  return (code & 0xFFFF'F800) == 0xD800;
-}
-constexpr bool IsHighSurrogate(char32_t unit) {
-  return (unit & 0xFFFF'FC00) == 0xD800;
-}
-constexpr bool IsLowSurrogate(char32_t unit) {
-  return (unit & 0xFFFF'FC00) == 0xDC00;
-}
+constexpr bool IsContinuation(byte_t byte) { return (byte & 0xC0) == 0x80; }
+constexpr bool IsSurrogate(char32_t code) { return (code & 0xFFFF'F800) == 0xD800; }
+constexpr bool IsHighSurrogate(char32_t unit) { return (unit & 0xFFFF'FC00) == 0xD800; }
+constexpr bool IsLowSurrogate(char32_t unit) { return (unit & 0xFFFF'FC00) == 0xDC00; }
 
 // Behind these leads some second bytes begin no character: it would be overlong, a surrogate or beyond Unicode.
 constexpr bool IsSecond(byte_t lead, byte_t second) {
@@ -348,9 +324,7 @@ inline void AppendUtf16(char32_t code, char16_t*& out) {
   *out++ = static_cast<char16_t>(code);
 }
 
-constexpr char Continuation(char32_t code) {
-  return static_cast<char>(0x80 | (code & 0x3F));
-}
+constexpr char Continuation(char32_t code) { return static_cast<char>(0x80 | (code & 0x3F)); }
 
 // A character that is not ASCII.
 inline void AppendUtf8(char32_t code, char*& out) {
@@ -384,9 +358,7 @@ inline char32_t Decode(const char16_t*& at, const char16_t* end) {
   return (unit << 10) + *at++ - ((0xD800U << 10) + 0xDC00 - 0x10000);
 }
 
-char32_t Checked(char32_t code) {
-  return code > 0x10FFFF || IsSurrogate(code) ? kReplacement : code;
-}
+char32_t Checked(char32_t code) { return code > 0x10FFFF || IsSurrogate(code) ? kReplacement : code; }
 
 constexpr std::size_t Utf8Size(char32_t code) {
   return 1 + std::size_t{code >= 0x80} + std::size_t{code >= 0x800} + std::size_t{code >= 0x10000};
@@ -415,9 +387,7 @@ std::size_t CountPlainBlocks(const char16_t*& at, const char16_t* end) {
 
 #else
 
-std::size_t CountPlainBlocks(const char16_t*&, const char16_t*) {
-  return 0;
-}
+std::size_t CountPlainBlocks(const char16_t*&, const char16_t*) { return 0; }
 
 #endif
 

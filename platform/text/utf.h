@@ -17,12 +17,8 @@
 namespace utf {
 
 /// Upper bounds for the room an output needs, in units of the output. They hold for malformed input too.
-constexpr std::size_t MaxUtf16Units(std::size_t utf8Bytes) {
-  return utf8Bytes;
-}
-constexpr std::size_t MaxUtf8Bytes(std::size_t utf16Units) {
-  return 3 * utf16Units;
-}
+constexpr std::size_t MaxUtf16Units(std::size_t utf8Bytes) { return utf8Bytes; }
+constexpr std::size_t MaxUtf8Bytes(std::size_t utf16Units) { return 3 * utf16Units; }
 
 /// Converts and returns the number of units written to `out`, which has room for MaxUtf16Units(utf8.size()).
 ZORPLATFORM_API std::size_t Utf8ToUtf16(std::string_view utf8, char16_t* out) noexcept;

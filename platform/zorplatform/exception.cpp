@@ -27,12 +27,8 @@ CException::CException(const CException&) = default;
 CException& CException::operator=(const CException&) = default;
 CException::~CException() = default;
 
-void CException::Throw(int code) {
-  throw CException(code);
-}
+void CException::Throw(int code) { throw CException(code); }
 
-void CException::Throw(int code, std::string_view text) {
-  throw CException(code, std::string(text));
-}
+void CException::Throw(int code, std::string_view text) { throw CException(code, std::string(text)); }
 
 }  // namespace zorplatform

@@ -22,9 +22,7 @@ CGrowableBuffer& CGrowableBuffer::operator=(CGrowableBuffer&& other) noexcept {
   return *this;
 }
 
-CGrowableBuffer::~CGrowableBuffer() {
-  std::free(data_);
-}
+CGrowableBuffer::~CGrowableBuffer() { std::free(data_); }
 
 void CGrowableBuffer::SetSize(std::size_t size) {
   if (size > capacity_) Reallocate(std::max(size, capacity_ + capacity_ / 2));
@@ -48,9 +46,7 @@ void CGrowableBuffer::Append(const void* bytes, std::size_t count) {
   std::memmove(data_ + old, isOwn ? data_ + offset : source, count);
 }
 
-void CGrowableBuffer::Reset() noexcept {
-  *this = CGrowableBuffer();
-}
+void CGrowableBuffer::Reset() noexcept { *this = CGrowableBuffer(); }
 
 void CGrowableBuffer::Reallocate(std::size_t capacity) {
   void* const memory = std::realloc(data_, capacity);

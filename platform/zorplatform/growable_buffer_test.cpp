@@ -7,9 +7,7 @@
 
 namespace {
 
-std::string TextOf(const CGrowableBuffer& buffer) {
-  return {buffer.GetBytes().begin(), buffer.GetBytes().end()};
-}
+std::string TextOf(const CGrowableBuffer& buffer) { return {buffer.GetBytes().begin(), buffer.GetBytes().end()}; }
 
 TEST(GrowableBuffer, AppendsItsOwnBytesWhileItMoves) {
   CGrowableBuffer buffer;

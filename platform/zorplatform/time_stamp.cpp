@@ -143,9 +143,7 @@ double CTimeStamp::GetVariantTime() const noexcept {
   return ole_date::FromMilliseconds(FloorDivide(milliseconds_, 1000) * 1000);
 }
 
-double CTimeStamp::GetVariantTimeWithMs() const noexcept {
-  return ole_date::FromMilliseconds(milliseconds_);
-}
+double CTimeStamp::GetVariantTimeWithMs() const noexcept { return ole_date::FromMilliseconds(milliseconds_); }
 
 _FILETIME CTimeStamp::GetFileTime() const noexcept {
   const std::int64_t since1601 = std::max<std::int64_t>(milliseconds_ - kDayOf1601 * kDay, 0);

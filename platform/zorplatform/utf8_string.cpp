@@ -22,8 +22,6 @@ CString CStringFromUtf8String(const char* utf8, std::size_t length) {
   return utf8 == nullptr ? CString() : CString(std::string_view(utf8, length));
 }
 
-CString CStringFromUtf8String(std::string_view utf8) {
-  return CString(utf8);
-}
+CString CStringFromUtf8String(std::string_view utf8) { return CString(utf8); }
 
 }  // namespace zorplatform

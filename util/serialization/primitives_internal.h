@@ -28,15 +28,14 @@ void SwapOnBigEndian(T& value) {
 }
 
 template <class T>
-  requires std::is_arithmetic_v<T> || std::is_enum_v<T>
+requires std::is_arithmetic_v<T> || std::is_enum_v<T>
 void WriteLittle(ISerializer& out, T value) {
   SwapOnBigEndian(value);
   out.Write(&value, sizeof value);
 }
 
 template <class T>
-  requires std::is_arithmetic_v<T> || std::is_enum_v<T>
-T ReadLittle(ISerializer& in) {
+requires std::is_arithmetic_v<T> || std::is_enum_v<T> T ReadLittle(ISerializer& in) {
   T value{};
   in.Read(&value, sizeof value);
   SwapOnBigEndian(value);

@@ -15,8 +15,8 @@ void file_serializer_t::Read(void* dst, unsigned n) {
   const unsigned got = file_->Read(dst, n);
   if (got == n) return;
   CException::Throw(CException::kShortRead, file_->GetFilePath().ToUtf8() + ": end of data at byte " +
-                                                std::to_string(file_->GetPosition()) + ", " +
-                                                std::to_string(n - got) + " more expected");
+                                                std::to_string(file_->GetPosition()) + ", " + std::to_string(n - got) +
+                                                " more expected");
 }
 
 void file_serializer_t::Write(const void* src, unsigned n) { file_->Write(src, n); }

@@ -37,8 +37,8 @@ void ReadUtf8(CString& text, ISerializer& in, std::uint32_t bytes) {
 
 void ReadUtf16(CString& text, ISerializer& in, std::uint32_t units) {
   if (units > kLargestUncheckedCount && ReadLittle<std::uint32_t>(in) != ~units) {
-    CException::Throw(CException::kEndOfStream, "corrupt text: the length " + std::to_string(units) +
-                                                    " does not agree with its check word");
+    CException::Throw(CException::kEndOfStream,
+                      "corrupt text: the length " + std::to_string(units) + " does not agree with its check word");
   }
   if (units > static_cast<std::uint32_t>(CString::kMaxLength)) {
     CException::Throw(CException::kEndOfStream, "corrupt text: a length of " + std::to_string(units) + " units");

@@ -35,8 +35,8 @@ class ZORUTIL_API CDeadband {
   double GetLowRange() const { return lowRange_; }
   bool IsDeadband() const { return type_ != NONE; }
 
-  /// The distance in the tag's unit from which on a change passes: 0 for NONE, the deadband for ABSOLUTE, that percentage
-  /// of high range - low range for PERCENT.
+  /// The distance in the tag's unit from which on a change passes: 0 for NONE, the deadband for ABSOLUTE, that
+  /// percentage of high range - low range for PERCENT.
   double GetThreshold() const {
     switch (type_) {
       case ABSOLUTE: return deadband_;
@@ -63,8 +63,8 @@ class ZORUTIL_API CDeadband {
            IsSame(a.lowRange_, b.lowRange_);
   }
 
-  /// Little-endian: version (2 bytes, 0), type (4), deadband, high range, low range (8 each). Both return 1. Load takes any
-  /// version and throws zorplatform::CException -3 at the end of the file; the settings are then as they were.
+  /// Little-endian: version (2 bytes, 0), type (4), deadband, high range, low range (8 each). Both return 1. Load takes
+  /// any version and throws zorplatform::CException -3 at the end of the file; the settings are then as they were.
   int Load(CFile* file);
   int Save(CFile* file) const;
 

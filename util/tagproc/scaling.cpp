@@ -128,15 +128,31 @@ bool CScaling::IsValid(VARTYPE rawType, SCALINGRESULT* result) const {
 }
 
 scaling_kernels::step_t CScaling::ForwardStep() const {
-  const auto formula = type_ == LINEAR ? step_t::LINEAR_FORWARD : type_ == SQUARE_ROOT ? step_t::ROOT_FORWARD : step_t::COPY;
-  return {formula,  clampLow_ ? rawLow_ : -kInfinity, clampHigh_ ? rawHigh_ : kInfinity,
-          rawLow_,  rawHigh_, scaledLow_, scaledHigh_, negate_};
+  const auto formula = type_ == LINEAR        ? step_t::LINEAR_FORWARD
+                       : type_ == SQUARE_ROOT ? step_t::ROOT_FORWARD
+                                              : step_t::COPY;
+  return {formula,
+          clampLow_ ? rawLow_ : -kInfinity,
+          clampHigh_ ? rawHigh_ : kInfinity,
+          rawLow_,
+          rawHigh_,
+          scaledLow_,
+          scaledHigh_,
+          negate_};
 }
 
 scaling_kernels::step_t CScaling::ReverseStep() const {
-  const auto formula = type_ == LINEAR ? step_t::LINEAR_REVERSE : type_ == SQUARE_ROOT ? step_t::ROOT_REVERSE : step_t::COPY;
-  return {formula,    clampLow_ ? scaledLow_ : -kInfinity, clampHigh_ ? scaledHigh_ : kInfinity,
-          scaledLow_, scaledHigh_, rawLow_, rawHigh_, negate_};
+  const auto formula = type_ == LINEAR        ? step_t::LINEAR_REVERSE
+                       : type_ == SQUARE_ROOT ? step_t::ROOT_REVERSE
+                                              : step_t::COPY;
+  return {formula,
+          clampLow_ ? scaledLow_ : -kInfinity,
+          clampHigh_ ? scaledHigh_ : kInfinity,
+          scaledLow_,
+          scaledHigh_,
+          rawLow_,
+          rawHigh_,
+          negate_};
 }
 
 bool CScaling::DoScaling(CVariant& value) const {

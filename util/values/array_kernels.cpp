@@ -24,10 +24,10 @@ namespace {
 constexpr double kRoundingMagic = 6755399441055744.0;  // 1.5 * 2^52
 
 template <class From, class To>
-constexpr bool kNarrows = static_cast<long double>(std::numeric_limits<From>::lowest()) <
-                              static_cast<long double>(std::numeric_limits<To>::lowest()) ||
-                          static_cast<long double>(std::numeric_limits<From>::max()) >
-                              static_cast<long double>(std::numeric_limits<To>::max());
+constexpr bool kNarrows = static_cast<long double>(std::numeric_limits<From>::lowest())<
+    static_cast<long double>(std::numeric_limits<To>::lowest()) ||
+    static_cast<long double>(
+        std::numeric_limits<From>::max())> static_cast<long double>(std::numeric_limits<To>::max());
 
 // One loop for each pair; returns whether every element fitted.
 template <class From, class To>
@@ -37,7 +37,8 @@ ZOR_INLINE bool ConvertLoop(const From* __restrict in, std::size_t count, To* __
     for (std::size_t i = 0; i < count; ++i) {
       const double sum = static_cast<double>(in[i]) + kRoundingMagic;
       const double rounded = sum - kRoundingMagic;
-      const bool fits = (rounded >= double{std::numeric_limits<To>::lowest()}) & (rounded <= double{std::numeric_limits<To>::max()});
+      const bool fits =
+          (rounded >= double{std::numeric_limits<To>::lowest()}) & (rounded <= double{std::numeric_limits<To>::max()});
       misfits |= fits ? 0 : 1;
       out[i] = static_cast<To>(std::bit_cast<std::int64_t>(sum));
     }

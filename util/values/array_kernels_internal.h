@@ -21,8 +21,8 @@ HRESULT Convert(VARTYPE from, VARTYPE to, const void* in, std::size_t count, voi
 /// Whether AnyPasses takes the element type.
 bool CanCompare(VARTYPE element) noexcept;
 
-/// True when some |b[i] - a[i]|, taken as doubles, passes the deadband: is greater, or, when `equalPasses`, differs from
-/// it by less than the double epsilon.
+/// True when some |b[i] - a[i]|, taken as doubles, passes the deadband: is greater, or, when `equalPasses`, differs
+/// from it by less than the double epsilon.
 bool AnyPasses(VARTYPE element, const void* a, const void* b, std::size_t count, double deadband,
                bool equalPasses) noexcept;
 

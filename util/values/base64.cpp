@@ -79,8 +79,10 @@ __attribute__((target("avx2"))) std::size_t EncodeAvx2(const unsigned char* data
     const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + done));
     const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + done + 12));
     const __m256i in = _mm256_shuffle_epi8(_mm256_set_m128i(high, low), order);
-    const __m256i even = _mm256_mulhi_epu16(_mm256_and_si256(in, _mm256_set1_epi32(0x0fc0fc00)), _mm256_set1_epi32(0x04000040));
-    const __m256i odd = _mm256_mullo_epi16(_mm256_and_si256(in, _mm256_set1_epi32(0x003f03f0)), _mm256_set1_epi32(0x01000010));
+    const __m256i even =
+        _mm256_mulhi_epu16(_mm256_and_si256(in, _mm256_set1_epi32(0x0fc0fc00)), _mm256_set1_epi32(0x04000040));
+    const __m256i odd =
+        _mm256_mullo_epi16(_mm256_and_si256(in, _mm256_set1_epi32(0x003f03f0)), _mm256_set1_epi32(0x01000010));
     const __m256i indexes = _mm256_or_si256(even, odd);
     const __m256i isUpper = _mm256_cmpgt_epi8(_mm256_set1_epi8(26), indexes);
     const __m256i range = _mm256_or_si256(_mm256_subs_epu8(indexes, _mm256_set1_epi8(51)),

@@ -97,11 +97,17 @@ class ZORUTIL_API CBstr {
   /// unsigned is 0). As bool: true for a non-zero integer and for "True" in any letter case.
   template <bstr_number T>
   explicit operator T() const noexcept {
-    if constexpr (std::same_as<T, bool>) return IsTrue(View());
-    else if constexpr (std::floating_point<T>) return static_cast<T>(ToDouble());
-    else if constexpr (std::same_as<T, char>) return static_cast<char>(static_cast<signed char>(*this));
-    else if constexpr (sizeof(T) == 8 && std::unsigned_integral<T>) return ToUInt64();
-    else return static_cast<T>(std::clamp<std::int64_t>(ToInt64(), std::numeric_limits<T>::min(), std::numeric_limits<T>::max()));
+    if constexpr (std::same_as<T, bool>)
+      return IsTrue(View());
+    else if constexpr (std::floating_point<T>)
+      return static_cast<T>(ToDouble());
+    else if constexpr (std::same_as<T, char>)
+      return static_cast<char>(static_cast<signed char>(*this));
+    else if constexpr (sizeof(T) == 8 && std::unsigned_integral<T>)
+      return ToUInt64();
+    else
+      return static_cast<T>(
+          std::clamp<std::int64_t>(ToInt64(), std::numeric_limits<T>::min(), std::numeric_limits<T>::max()));
   }
 
   /// The truth of a text, as read above.

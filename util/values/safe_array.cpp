@@ -105,8 +105,8 @@ void CSafeArray::_Shape(std::uint32_t rows, std::uint32_t columns, VARTYPE eleme
   SetVarType(element);
 }
 
-// Sets aside elements, as a rule zeroed: 0, null and VT_EMPTY are all zero bits. An array of no elements still has data,
-// which tells it from an array without data.
+// Sets aside elements, as a rule zeroed: 0, null and VT_EMPTY are all zero bits. An array of no elements still has
+// data, which tells it from an array without data.
 void CSafeArray::_Alloc(bool zeroed) {
   const std::size_t count = std::size_t{GetNumRows()} * GetNumCols();
   pvData = SafeArrayAllocData(std::max<std::size_t>(count * SlotSize(GetVarType()), 1), zeroed);

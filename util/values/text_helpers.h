@@ -25,15 +25,19 @@ ZORUTIL_API const wchar_t* ValidateRawString(const wchar_t* text) noexcept;
 
 template <class S>
 bool IsEmpty(const S& name) {
-  if constexpr (std::is_same_v<S, CString>) return name.IsEmpty();
-  else return name.empty();
+  if constexpr (std::is_same_v<S, CString>)
+    return name.IsEmpty();
+  else
+    return name.empty();
 }
 
 /// The NUL-terminated characters of a name, valid as long as it is.
 template <class S, class P>
 P ConvertToRawString(const S& name) {
-  if constexpr (std::is_same_v<S, CString>) return name.GetString();
-  else return name.c_str();
+  if constexpr (std::is_same_v<S, CString>)
+    return name.GetString();
+  else
+    return name.c_str();
 }
 
 /// Whether `a` orders before `b`: wide names by code units, narrow ones by bytes as unsigned values; of two names that

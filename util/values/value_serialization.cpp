@@ -78,7 +78,8 @@ struct value_io_t {
   static void WriteArray(const CSafeArray& array, ISerializer& out, int depth) {
     RequireDepth(depth);
     const std::uint32_t count = array.GetNumElements();
-    WriteHead(array.GetVarType(), array.GetNumRows(), array.pvData == nullptr ? 0 : array.GetNumCols(), array.fFeatures, out);
+    WriteHead(array.GetVarType(), array.GetNumRows(), array.pvData == nullptr ? 0 : array.GetNumCols(), array.fFeatures,
+              out);
     if (array.fFeatures & FADF_BSTR) {
       for (std::uint32_t i = 0; i < count; ++i) zorutil::WriteBstr(static_cast<const BSTR*>(array.pvData)[i], out);
     } else if (array.fFeatures & FADF_VARIANT) {
@@ -100,7 +101,8 @@ struct value_io_t {
     if (vt & VT_ARRAY) {
       array_owner_t array = ReadArray(in, depth + 1);
       if (array->GetVarType() != element) {
-        ThrowCorrupt("an array of type " + std::to_string(array->GetVarType()) + " in a value of type " + std::to_string(vt));
+        ThrowCorrupt("an array of type " + std::to_string(array->GetVarType()) + " in a value of type " +
+                     std::to_string(vt));
       }
       value.AdoptArray(element, array.release());
     } else if (vt == VT_BSTR) {
@@ -126,7 +128,8 @@ struct value_io_t {
     const auto columns = ReadLittle<std::uint32_t>(in);
     const auto features = ReadLittle<std::uint16_t>(in);
     const std::uint64_t count = std::uint64_t{rows} * columns;
-    if (count > std::numeric_limits<std::uint32_t>::max()) ThrowCorrupt("an array of " + std::to_string(rows) + " rows and " + std::to_string(columns) + " columns");
+    if (count > std::numeric_limits<std::uint32_t>::max())
+      ThrowCorrupt("an array of " + std::to_string(rows) + " rows and " + std::to_string(columns) + " columns");
     if (element > VT_UINT || (CVariant::SizeOf(element) == 0 && count != 0)) {
       ThrowCorrupt("an array of type " + std::to_string(element));
     }
@@ -182,7 +185,8 @@ struct value_io_t {
       return grown;
     });
     SwapValues(array.pvData, count, array.GetVarType());
-    if (array.GetVarType() == VT_DECIMAL) std::for_each_n(static_cast<const DECIMAL*>(array.pvData), count, RequireDecimal);
+    if (array.GetVarType() == VT_DECIMAL)
+      std::for_each_n(static_cast<const DECIMAL*>(array.pvData), count, RequireDecimal);
   }
 };
 static_assert(sizeof(CBstr) == sizeof(BSTR));

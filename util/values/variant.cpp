@@ -27,14 +27,14 @@ struct vartype_row_t {
   const char* name;
 };
 constexpr vartype_row_t kVartypes[] = {
-    {0, kind_t::none, "VT_EMPTY"},    {0, kind_t::none, "VT_NULL"},     {2, kind_t::integer, "VT_I2"},
-    {4, kind_t::integer, "VT_I4"},    {4, kind_t::real, "VT_R4"},       {8, kind_t::real, "VT_R8"},
-    {8, kind_t::none, "VT_CY"},       {8, kind_t::real, "VT_DATE"},     {4, kind_t::text, "VT_BSTR"},
-    {0, kind_t::none, "VT_DISPATCH"}, {0, kind_t::none, "VT_ERROR"},    {2, kind_t::truth, "VT_BOOL"},
-    {16, kind_t::none, "VT_VARIANT"}, {0, kind_t::none, "VT_UNKNOWN"},  {16, kind_t::none, "VT_DECIMAL"},
-    {0, kind_t::none, "VT_15"},       {1, kind_t::integer, "VT_I1"},    {1, kind_t::natural, "VT_UI1"},
-    {2, kind_t::natural, "VT_UI2"},   {4, kind_t::natural, "VT_UI4"},   {8, kind_t::integer, "VT_I8"},
-    {8, kind_t::natural, "VT_UI8"},   {4, kind_t::integer, "VT_INT"},   {4, kind_t::natural, "VT_UINT"},
+    {0, kind_t::none, "VT_EMPTY"},    {0, kind_t::none, "VT_NULL"},    {2, kind_t::integer, "VT_I2"},
+    {4, kind_t::integer, "VT_I4"},    {4, kind_t::real, "VT_R4"},      {8, kind_t::real, "VT_R8"},
+    {8, kind_t::none, "VT_CY"},       {8, kind_t::real, "VT_DATE"},    {4, kind_t::text, "VT_BSTR"},
+    {0, kind_t::none, "VT_DISPATCH"}, {0, kind_t::none, "VT_ERROR"},   {2, kind_t::truth, "VT_BOOL"},
+    {16, kind_t::none, "VT_VARIANT"}, {0, kind_t::none, "VT_UNKNOWN"}, {16, kind_t::none, "VT_DECIMAL"},
+    {0, kind_t::none, "VT_15"},       {1, kind_t::integer, "VT_I1"},   {1, kind_t::natural, "VT_UI1"},
+    {2, kind_t::natural, "VT_UI2"},   {4, kind_t::natural, "VT_UI4"},  {8, kind_t::integer, "VT_I8"},
+    {8, kind_t::natural, "VT_UI8"},   {4, kind_t::integer, "VT_INT"},  {4, kind_t::natural, "VT_UINT"},
 };
 static_assert(std::size(kVartypes) == VT_UINT + 1);
 constexpr vartype_row_t kUnknown = {0, kind_t::none, "VT_?"};
@@ -80,7 +80,8 @@ CSafeArray* NewArray(std::uint32_t count, VARTYPE element, const void* data) {
 
 void RequireFixedSize(VARTYPE element) {
   if (CVariant::SizeOf(element) == 0) {
-    CException::Throw(CException::kNoFixedSize, "an array of type " + std::to_string(element) + ", which has no fixed size");
+    CException::Throw(CException::kNoFixedSize,
+                      "an array of type " + std::to_string(element) + ", which has no fixed size");
   }
 }
 

@@ -90,7 +90,9 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   static CVariant FromDouble(double value) noexcept { return Make(VT_R8, value); }
   static CVariant FromCurrency(CY value) noexcept { return Make(VT_CY, value); }
   static CVariant FromDate(DATE oleDate) noexcept { return Make(VT_DATE, oleDate); }
-  static CVariant FromDate(const zorplatform::CTimeStamp& time) noexcept { return FromDate(time.GetVariantTimeWithMs()); }
+  static CVariant FromDate(const zorplatform::CTimeStamp& time) noexcept {
+    return FromDate(time.GetVariantTimeWithMs());
+  }
   static CVariant FromError(SCODE code) noexcept { return Make(VT_ERROR, code); }
   static CVariant FromDecimal(const DECIMAL& value) noexcept;
   static CVariant FromString(std::u16string_view text) { return CVariant(text); }
@@ -146,7 +148,9 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   bool IsEmpty() const noexcept { return vt == VT_EMPTY; }
   /// Null for a scalar and for a null array, which is a legal, empty state.
   CSafeArray* GetArray() noexcept { return IsArray() ? reinterpret_cast<CSafeArray*>(parray) : nullptr; }
-  const CSafeArray* GetArray() const noexcept { return IsArray() ? reinterpret_cast<const CSafeArray*>(parray) : nullptr; }
+  const CSafeArray* GetArray() const noexcept {
+    return IsArray() ? reinterpret_cast<const CSafeArray*>(parray) : nullptr;
+  }
   /// Of an array the reported element sizes together, of a string its bytes, else SizeOf the type.
   std::size_t GetSizeInBytes() const noexcept;
   /// 1 for a scalar, 0 for a null array.
@@ -199,7 +203,9 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   explicit operator zorplatform::CTimeStamp() const noexcept;
   /// The text of a VT_BSTR, an empty text for anything else; never null.
   explicit operator const char16_t*() const noexcept { return vt == VT_BSTR && bstrVal != nullptr ? bstrVal : u""; }
-  std::u16string_view GetStringView() const noexcept { return vt == VT_BSTR ? SysStringView(bstrVal) : std::u16string_view(); }
+  std::u16string_view GetStringView() const noexcept {
+    return vt == VT_BSTR ? SysStringView(bstrVal) : std::u16string_view();
+  }
   /// The address of a scalar's value, of an array's first element or of a string's text; null when there is none.
   explicit operator void*() noexcept { return ValueAddress(); }
   explicit operator const void*() const noexcept { return const_cast<CVariant*>(this)->ValueAddress(); }
@@ -267,20 +273,34 @@ static_assert(sizeof(CVariant) == 16 && sizeof(CVariant) == sizeof(tagVARIANT));
 /// The element type that CVariant::FromArray gives an array of T.
 template <class T>
 inline constexpr VARTYPE variant_element_v = VT_EMPTY;
-template <> inline constexpr VARTYPE variant_element_v<std::int8_t> = VT_I1;
-template <> inline constexpr VARTYPE variant_element_v<std::uint8_t> = VT_UI1;
-template <> inline constexpr VARTYPE variant_element_v<std::int16_t> = VT_I2;
-template <> inline constexpr VARTYPE variant_element_v<std::uint16_t> = VT_UI2;
-template <> inline constexpr VARTYPE variant_element_v<std::int32_t> = VT_I4;
-template <> inline constexpr VARTYPE variant_element_v<std::uint32_t> = VT_UI4;
-template <> inline constexpr VARTYPE variant_element_v<std::int64_t> = VT_I8;
-template <> inline constexpr VARTYPE variant_element_v<std::uint64_t> = VT_UI8;
-template <> inline constexpr VARTYPE variant_element_v<float> = VT_R4;
-template <> inline constexpr VARTYPE variant_element_v<double> = VT_R8;
-template <> inline constexpr VARTYPE variant_element_v<CY> = VT_CY;
-template <> inline constexpr VARTYPE variant_element_v<DECIMAL> = VT_DECIMAL;
-template <> inline constexpr VARTYPE variant_element_v<BSTR> = VT_BSTR;
-template <> inline constexpr VARTYPE variant_element_v<CVariant> = VT_VARIANT;
+template <>
+inline constexpr VARTYPE variant_element_v<std::int8_t> = VT_I1;
+template <>
+inline constexpr VARTYPE variant_element_v<std::uint8_t> = VT_UI1;
+template <>
+inline constexpr VARTYPE variant_element_v<std::int16_t> = VT_I2;
+template <>
+inline constexpr VARTYPE variant_element_v<std::uint16_t> = VT_UI2;
+template <>
+inline constexpr VARTYPE variant_element_v<std::int32_t> = VT_I4;
+template <>
+inline constexpr VARTYPE variant_element_v<std::uint32_t> = VT_UI4;
+template <>
+inline constexpr VARTYPE variant_element_v<std::int64_t> = VT_I8;
+template <>
+inline constexpr VARTYPE variant_element_v<std::uint64_t> = VT_UI8;
+template <>
+inline constexpr VARTYPE variant_element_v<float> = VT_R4;
+template <>
+inline constexpr VARTYPE variant_element_v<double> = VT_R8;
+template <>
+inline constexpr VARTYPE variant_element_v<CY> = VT_CY;
+template <>
+inline constexpr VARTYPE variant_element_v<DECIMAL> = VT_DECIMAL;
+template <>
+inline constexpr VARTYPE variant_element_v<BSTR> = VT_BSTR;
+template <>
+inline constexpr VARTYPE variant_element_v<CVariant> = VT_VARIANT;
 
 template <class T>
 struct CVariant::element_traits {
@@ -303,7 +323,8 @@ CVariant CVariant::FromArray(std::span<const T> values) {
 }
 
 /// Value by value: VT_INT equals VT_I4 (VT_UINT, VT_UI4) of the same number, reals compare bit for bit, text case by
-/// case; arrays as CSafeArray. A type that carries no value (VT_NULL, VT_ERROR, any above 23) is unequal even to itself.
+/// case; arrays as CSafeArray. A type that carries no value (VT_NULL, VT_ERROR, any above 23) is unequal even to
+/// itself.
 ZORUTIL_API bool operator==(const CVariant& a, const CVariant& b);
 
 /// The normal text, as UTF-8.

@@ -49,9 +49,7 @@ ZORUTIL_API void Assign(CVariant& target, const std::vector<unsigned char>& byte
 ///   An index outside the list throws CInvalidArgException.
 /// - std::vector<unsigned char>: becomes a VT_UI1 array of the bytes, of no elements when there are none.
 template <class T>
-  requires requires(CVariant& target, const T& value) { detail::Assign(target, value); }
-void Set(CVariant& target, const T& value) {
-  detail::Assign(target, value);
-}
+requires requires(CVariant& target, const T& value) { detail::Assign(target, value); }
+void Set(CVariant& target, const T& value) { detail::Assign(target, value); }
 
 }  // namespace variant_helpers
