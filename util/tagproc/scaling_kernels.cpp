@@ -4,13 +4,7 @@
 #include <cmath>
 #include <cstdint>
 
-#include "util/values/array_kernels_internal.h"
-
-#if defined(__x86_64__)
-#define ZOR_AVX2 __attribute__((target("avx2")))
-#else
-#define ZOR_AVX2
-#endif
+#include "util/values/simd_internal.h"
 
 namespace scaling_kernels {
 
@@ -21,7 +15,7 @@ constexpr std::uint64_t kSignBit = std::uint64_t{1} << 63;
 // Every formula in the order it is given, with what does not depend on the value taken out of the loop: that changes
 // no bit, because nothing is reassociated.
 template <step_t::formula_t kFormula>
-[[gnu::always_inline]] inline void Loop(const step_t& step, double* __restrict values, std::size_t count) {
+ZOR_INLINE void Loop(const step_t& step, double* __restrict values, std::size_t count) {
   const double lowest = step.lowest;
   const double highest = step.highest;
   const double fromLow = step.fromLow;
@@ -45,7 +39,7 @@ template <step_t::formula_t kFormula>
   }
 }
 
-[[gnu::always_inline]] inline void Dispatch(const step_t& step, double* values, std::size_t count) {
+ZOR_INLINE void Dispatch(const step_t& step, double* values, std::size_t count) {
   switch (step.formula) {
     case step_t::COPY: return Loop<step_t::COPY>(step, values, count);
     case step_t::LINEAR_FORWARD: return Loop<step_t::LINEAR_FORWARD>(step, values, count);
@@ -62,7 +56,7 @@ ZOR_AVX2 void ApplyAvx2(const step_t& step, double* values, std::size_t count) {
 
 void Apply(const step_t& step, double* values, std::size_t count) noexcept {
   constexpr std::size_t kWorthwhile = 8;
-  if (count >= kWorthwhile && array_kernels::HasAvx2()) return ApplyAvx2(step, values, count);
+  if (count >= kWorthwhile && simd::HasAvx2()) return ApplyAvx2(step, values, count);
   ApplyBaseline(step, values, count);
 }
 

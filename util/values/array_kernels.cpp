@@ -8,12 +8,7 @@
 #include <limits>
 #include <type_traits>
 
-#if defined(__x86_64__)
-#define ZOR_AVX2 __attribute__((target("avx2")))
-#else
-#define ZOR_AVX2
-#endif
-#define ZOR_INLINE [[gnu::always_inline]] inline
+#include "util/values/simd_internal.h"
 
 namespace array_kernels {
 
@@ -98,7 +93,7 @@ using passes_fn_t = bool (*)(const void*, const void*, std::size_t, double, bool
 
 template <class From, class To>
 convert_fn_t ChooseConvert() {
-  return HasAvx2() ? ConvertAvx2<From, To> : ConvertBaseline<From, To>;
+  return simd::HasAvx2() ? ConvertAvx2<From, To> : ConvertBaseline<From, To>;
 }
 
 // 64-bit integers meet only integers here, and become doubles: the other pairs have rules of their own, which the
@@ -156,7 +151,7 @@ struct passes_row_t {
 
 template <class T>
 passes_row_t ChoosePasses() {
-  return {HasAvx2() ? PassesAvx2<T> : PassesBaseline<T>, sizeof(T)};
+  return {simd::HasAvx2() ? PassesAvx2<T> : PassesBaseline<T>, sizeof(T)};
 }
 
 passes_row_t FindPasses(VARTYPE element) {
@@ -176,15 +171,6 @@ passes_row_t FindPasses(VARTYPE element) {
 }
 
 }  // namespace
-
-bool HasAvx2() noexcept {
-#if defined(__x86_64__)
-  static const bool has = __builtin_cpu_supports("avx2");
-  return has;
-#else
-  return false;
-#endif
-}
 
 bool CanConvert(VARTYPE from, VARTYPE to) noexcept { return FindConvert(from, to) != nullptr; }
 

@@ -9,9 +9,6 @@
 
 namespace array_kernels {
 
-/// True when the processor has AVX2 (asked once).
-bool HasAvx2() noexcept;
-
 /// Whether Convert takes the pair of types.
 bool CanConvert(VARTYPE from, VARTYPE to) noexcept;
 

@@ -7,7 +7,7 @@
 #include <stdexcept>
 
 #include "platform/text/collation.h"
-#include "util/values/array_kernels_internal.h"
+#include "util/values/simd_internal.h"
 
 #if defined(__x86_64__)
 #include <immintrin.h>
@@ -67,7 +67,7 @@ void DecodeGroup(const unsigned (&c)[4], std::uint8_t (&bytes)[3]) {
 constexpr std::size_t kBytesRead = 28;  // of which a step encodes 24
 constexpr std::size_t kUnitsRead = 32;
 
-__attribute__((target("avx2"))) std::size_t EncodeAvx2(const unsigned char* data, std::size_t size, char16_t* out) {
+ZOR_AVX2 std::size_t EncodeAvx2(const unsigned char* data, std::size_t size, char16_t* out) {
   const __m256i order = _mm256_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10,  //
                                          1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10);
   const __m256i shifts = _mm256_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
@@ -96,7 +96,7 @@ __attribute__((target("avx2"))) std::size_t EncodeAvx2(const unsigned char* data
 
 // Decodes whole steps of 32 units, up to the first with a character outside the alphabet; writes up to 8 bytes beyond
 // the 24 of a step. Returns the units taken.
-__attribute__((target("avx2"))) std::size_t DecodeAvx2(const char16_t* text, std::size_t length, std::uint8_t* out) {
+ZOR_AVX2 std::size_t DecodeAvx2(const char16_t* text, std::size_t length, std::uint8_t* out) {
   const __m256i lowClasses = _mm256_setr_epi8(
       0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x13, 0x1A, 0x1B, 0x1B, 0x1B, 0x1A,  //
       0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x13, 0x1A, 0x1B, 0x1B, 0x1B, 0x1A);
@@ -141,7 +141,7 @@ bool base64_encode(const unsigned char* data, unsigned size, CString& out) {
   char16_t* at = out.GetBuffer(static_cast<int>(length));
   std::size_t done = 0;
 #if defined(__x86_64__)
-  if (array_kernels::HasAvx2()) {
+  if (simd::HasAvx2()) {
     done = EncodeAvx2(data, size, at);
     at += done / 3 * 4;
   }
@@ -168,7 +168,7 @@ bool base64_decode(const CString& text, zorplatform::CGrowableBuffer& out) {
   std::uint8_t* at = out.GetData();
   std::size_t i = 0;
 #if defined(__x86_64__)
-  if (array_kernels::HasAvx2()) {
+  if (simd::HasAvx2()) {
     i = DecodeAvx2(units, length, at);
     at += i / 4 * 3;
   }
