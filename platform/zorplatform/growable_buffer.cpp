@@ -48,7 +48,8 @@ void CGrowableBuffer::Append(const void* bytes, std::size_t count) {
 
 void CGrowableBuffer::Reset() noexcept { *this = CGrowableBuffer(); }
 
-void CGrowableBuffer::Reallocate(std::size_t capacity) {
+// Stays out of line: it is rare, and GCC 12 takes the place of own bytes, told before the move, for a use after it.
+[[gnu::noinline]] void CGrowableBuffer::Reallocate(std::size_t capacity) {
   void* const memory = std::realloc(data_, capacity);
   if (memory == nullptr) throw std::bad_alloc();
   data_ = static_cast<std::uint8_t*>(memory);
