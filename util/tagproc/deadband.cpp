@@ -1,12 +1,13 @@
 #include "util/tagproc/deadband.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <iterator>
 
-#include "platform/text/collation.h"
 #include "util/serialization/primitives_internal.h"
 #include "util/serialization/stream_serializers.h"
+#include "util/values/enum_text_internal.h"
 
 using zorutil::primitives::ReadLittle;
 using zorutil::primitives::WriteLittle;
@@ -39,11 +40,7 @@ const char16_t* CDeadband::ToString(deadband_t type) {
 }
 
 CDeadband::deadband_t CDeadband::FromString(const char16_t* text) {
-  if (text == nullptr) return NONE;
-  for (std::int32_t i = NONE; i <= PERCENT; ++i) {
-    if (collation::CompareNoCase(text, kTexts[i]) == 0) return static_cast<deadband_t>(i);
-  }
-  return NONE;
+  return static_cast<deadband_t>(std::max(enum_text::IndexOf(kTexts, text), int{NONE}));
 }
 
 int CDeadband::Load(CFile* file) {

@@ -3,9 +3,9 @@
 #include <iterator>
 #include <limits>
 
-#include "platform/text/collation.h"
 #include "util/serialization/primitives_internal.h"
 #include "util/serialization/stream_serializers.h"
+#include "util/values/enum_text_internal.h"
 
 using zorutil::primitives::ReadLittle;
 using zorutil::primitives::WriteLittle;
@@ -56,11 +56,7 @@ const char16_t* CResolutionRate::TextFromResolution(_tagRESOLUTION resolution) {
 }
 
 CResolutionRate::_tagRESOLUTION CResolutionRate::ResolutionFromText(const char16_t* text) {
-  if (text == nullptr) return NONE;
-  for (std::int32_t i = MILLISECONDS; i <= DAYS; ++i) {
-    if (collation::CompareNoCase(text, kUnits[i].text) == 0) return static_cast<_tagRESOLUTION>(i);
-  }
-  return NONE;
+  return static_cast<_tagRESOLUTION>(enum_text::IndexOf(kUnits, text, &unit_row_t::text));
 }
 
 int CResolutionRate::Load(CFile* file) {

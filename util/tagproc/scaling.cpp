@@ -4,12 +4,12 @@
 #include <iterator>
 #include <limits>
 
-#include "platform/text/collation.h"
 #include "util/serialization/primitives_internal.h"
 #include "util/serialization/stream_serializers.h"
 #include "util/serialization/string_serialization.h"
 #include "util/tagproc/scaling_kernels_internal.h"
 #include "util/values/array_kernels_internal.h"
+#include "util/values/enum_text_internal.h"
 #include "util/values/safe_array_internal.h"
 #include "util/values/variant.h"
 
@@ -171,11 +171,7 @@ const char16_t* CScaling::TextFromType(SCALINGTYPE type) {
 }
 
 CScaling::SCALINGTYPE CScaling::TypeFromText(const char16_t* text) {
-  if (text == nullptr) return NONE;
-  for (std::int32_t i = NONE; i <= SQUARE_ROOT; ++i) {
-    if (collation::CompareNoCase(text, kNames[i]) == 0) return static_cast<SCALINGTYPE>(i);
-  }
-  return NONE;
+  return static_cast<SCALINGTYPE>(std::max(enum_text::IndexOf(kNames, text), int{NONE}));
 }
 
 int CScaling::Load(CFile* file) {
