@@ -1,0 +1,130 @@
+#!/usr/bin/env python3
+"""The table of docs/performance.md from the JSON reports of the benchmarks: bench_table.py REPORT.json...
+
+Each line sets a work beside a peer that does the same in the same run, and beside the target that we hold ourselves to.
+"""
+import json
+import platform
+import sys
+
+# Work (the benchmark's name up to the slash), peer, target: a largest ratio of our time to the peer's, a largest time in
+# ns, or a least rate in GB/s. None: told for information.
+RATIO, NS, RATE = "times the peer", "ns", "GB/s"
+ROWS = [
+    ("copy scalar", "bare union", (RATIO, 1.5)),
+    ("assign scalar", "bare union", (RATIO, 1.5)),
+    ("copy string", "std::variant", (RATIO, 1.0)),
+    ("copy string", "Boost.JSON", (RATIO, 0.5)),
+    ("copy string", "QVariant", None),
+    ("int32 to double", None, (NS, 3)),
+    ("int32 to double", "QVariant", (RATIO, 0.25)),
+    ("double to int32", None, (NS, 3)),
+    ("double to int32", "QVariant", (RATIO, 0.25)),
+    ("double to int32 checked", None, (NS, 3)),
+    ("deadband of doubles", "bare union", (RATIO, 2.0)),
+    ("deadband of int16", "bare union", (RATIO, 2.0)),
+    ("readings to text", "to_chars 15 digits", (RATIO, 1.3)),
+    ("readings to text", "to_chars shortest", (RATIO, 1.3)),
+    ("doubles to text", "to_chars 15 digits", (RATIO, 1.3)),
+    ("doubles to text", "to_chars shortest", (RATIO, 1.3)),
+    ("int32 to text", "to_chars", (RATIO, 1.5)),
+]
+for work in ("int32", "readings", "doubles"):
+    ROWS += [(f"text to {work}", "from_chars", (RATIO, 1.5)), (f"text to {work}", "from_chars", None, "ours in a variant")]
+for types in ("int16 to double", "int16 to int16", "int32 to double", "int32 to int32", "double to double"):
+    for count in (1000, 1000000):
+        ROWS.append((f"scale {types} x {count}", "bare loop", (RATIO, 1.5)))
+        ROWS.append((f"scale {types} x {count}", "QVariantList", (RATIO, 0.05)))
+for work in ("equal arrays of {}", "arrays of {} within the deadband"):
+    ROWS += [(work.format(t), None, (RATE, 40)) for t in ("int8", "int16", "int32", "float", "double")]
+ROWS += [
+    ("CString copy alone", None, (NS, 4)),
+    ("CString copy alone", "QString", None),
+    ("CString copy and destroy", None, (NS, 4)),
+    ("CString copy and destroy", "QString", None),
+    ("CString copy and destroy, two threads", "QString", None),
+]
+for text in ("ASCII 24 B", "mixed 24 B", "ASCII 64 KiB", "mixed 64 KiB"):
+    for work in ("UTF-8 to UTF-16", "UTF-16 to UTF-8"):
+        ROWS.append((f"{work}, {text}", "QString", (RATIO, 1.0)))
+for names in ("same name", "same but for case", "other name"):
+    ROWS.append((f"compare names, {names}", "ucol_strcoll", (RATIO, 0.2)))
+for work in ("encode", "decode"):
+    for size in ("24 B", "1 KiB", "64 KiB"):
+        for peer in ("Abseil", "modp_b64"):
+            ROWS.append((f"base64 {work} {size}", peer, (RATIO, 1.0)))
+
+
+class Median:
+    """The median of one benchmark's repetitions."""
+
+    def __init__(self, entry):
+        # Programs that measure by hand give the processor's time as "real".
+        time = entry["real_time" if "manual_time" in entry["run_name"] else "cpu_time"]
+        self.ns = time * {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[entry["time_unit"]]
+        self.rate = entry.get("bytes_per_second", 0) / 1e9
+
+
+def read_medians(paths):
+    medians = {}
+    for path in paths:
+        with open(path, encoding="utf-8") as report:
+            for entry in json.load(report)["benchmarks"]:
+                if entry.get("aggregate_name") == "median" and not entry.get("error_occurred"):
+                    work, who = entry["run_name"].split("/")[:2]
+                    medians[work, who] = Median(entry)
+    return medians
+
+
+def time_text(ns):
+    if ns >= 1e6:
+        return f"{ns / 1e6:.3g} ms"
+    return f"{ns / 1e3:.3g} µs" if ns >= 1e3 else f"{ns:.3g} ns"
+
+
+def is_met(target, ours, ratio):
+    kind, bound = target
+    return {RATIO: ratio is not None and ratio <= bound, NS: ours.ns <= bound, RATE: ours.rate >= bound}[kind]
+
+
+def target_text(target):
+    if target is None:
+        return ""
+    kind, bound = target
+    return {RATIO: f"≤ {bound}", NS: f"≤ {bound} ns", RATE: f"≥ {bound} GB/s"}[kind]
+
+
+def row_text(medians, work, peer, target, who="ours"):
+    ours = medians.get((work, who))
+    if ours is None:
+        return None
+    theirs = medians.get((work, peer))
+    ratio = ours.ns / theirs.ns if theirs else None
+    value = f"{time_text(ours.ns)} ({ours.rate:.0f} GB/s)" if ours.rate else time_text(ours.ns)
+    verdict = ""
+    if target is not None:
+        verdict = "peer left out" if target[0] == RATIO and theirs is None else "met" if is_met(target, ours, ratio) else "**no**"
+    title = work if who == "ours" else f"{work} ({who.removeprefix('ours ')})"
+    cells = [title, value, peer or "", time_text(theirs.ns) if theirs else "", f"{ratio:.2f}" if ratio else "",
+             target_text(target), verdict]
+    return "| " + " | ".join(cells) + " |"
+
+
+def machine_text():
+    with open("/proc/cpuinfo", encoding="utf-8") as info:
+        models = [line.split(":", 1)[1].strip() for line in info if line.startswith("model name")]
+    return f"{models[0] if models else platform.machine()}, {len(models)} processors, Linux {platform.release()}"
+
+
+def main():
+    medians = read_medians(sys.argv[1:])
+    print(f"Machine: {machine_text()}.\n")
+    print("| work | ours | peer | peer's | ratio | target | |\n|---|---:|---|---:|---:|---:|---|")
+    for row in ROWS:
+        text = row_text(medians, *row)
+        if text:
+            print(text)
+
+
+if __name__ == "__main__":
+    main()
