@@ -66,7 +66,8 @@ ZOR_INLINE bool PassesLoop(const T* __restrict a, const T* __restrict b, std::si
   std::int64_t passed = 0;
   for (std::size_t i = 0; i < count; ++i) {
     const double difference = std::fabs(static_cast<double>(b[i]) - static_cast<double>(a[i]));
-    passed |= (difference > deadband) | (std::fabs(difference - deadband) < nearness) ? 1 : 0;
+    const bool passes = (difference > deadband) | (std::fabs(difference - deadband) < nearness);
+    passed |= passes ? 1 : 0;
   }
   return passed != 0;
 }

@@ -33,12 +33,12 @@ void RequireDepth(int depth) {
 }
 
 // Numbers are little-endian in the stream; a DECIMAL is several of them.
-void SwapDecimal(DECIMAL& decimal) {
+[[maybe_unused]] void SwapDecimal(DECIMAL& decimal) {
   zorutil::primitives::SwapOnBigEndian(decimal.wReserved);
   zorutil::primitives::SwapOnBigEndian(decimal.Hi32);
   zorutil::primitives::SwapOnBigEndian(decimal.Lo64);
 }
-void SwapValues(void* data, std::size_t count, VARTYPE element) {
+void SwapValues([[maybe_unused]] void* data, [[maybe_unused]] std::size_t count, [[maybe_unused]] VARTYPE element) {
   if constexpr (std::endian::native == std::endian::big) {
     if (element == VT_DECIMAL) {
       std::for_each_n(static_cast<DECIMAL*>(data), count, SwapDecimal);
