@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 #include <time.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -94,8 +95,7 @@ void ScaleOurs(benchmark::State& state, DATATYPE scaled) {
 // The loops that one would write for the pair of types, compiled as the rest of a program is.
 double ScaleBare(double x) {
   constexpr double kSlope = (kScaledHigh - kScaledLow) / (kRawHigh - kRawLow);
-  x = x < kRawLow ? kRawLow : x;
-  x = x > kRawHigh ? kRawHigh : x;
+  x = std::min(std::max(x, kRawLow), kRawHigh);
   return kSlope * (x - kRawLow) + kScaledLow;
 }
 
@@ -107,7 +107,7 @@ bool ScaleBare(const From* __restrict in, std::size_t count, To* __restrict out)
     if constexpr (std::is_same_v<To, double>) {
       out[i] = x;
     } else {
-      fits &= x >= std::numeric_limits<To>::lowest() && x <= std::numeric_limits<To>::max();
+      fits = fits & (x >= std::numeric_limits<To>::lowest()) & (x <= std::numeric_limits<To>::max());
       out[i] = static_cast<To>(std::lrint(x));
     }
   }
@@ -182,7 +182,7 @@ void Unchanged(benchmark::State& state, bool equal) {
   bool changed = false;
   for (auto _ : state) {
     changed |= CVariantCompare::IsValueChanged(before, after, 2.5, CVariantCompare::EQUAL_IS_CHANGED);
-    benchmark::DoNotOptimize(changed);
+    benchmark::ClobberMemory();
   }
   if (changed) state.SkipWithError("taken as changed");
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(2 * kCount * sizeof(T)));

@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "bench/opaque.h"
 #include "platform/framework/cstring.h"
 #include "platform/ole/variant_conversion.h"
 #include "platform/zorplatform/text_parse.h"
@@ -58,8 +59,7 @@ std::vector<double> Int32s() {
 // Runs `step` on each element, again and again; the time is that of one.
 template <class T, class Step>
 void Each(benchmark::State& state, const std::vector<T>& values, Step step) {
-  const T* at = values.data();
-  benchmark::DoNotOptimize(at);
+  const T* const at = Opaque(values.data());
   std::size_t i = 0;
   for (auto _ : state) {
     step(at[i]);
@@ -164,9 +164,8 @@ constexpr char kName[] = "Boiler house/Feed water pump 2/A";
 
 template <class T>
 void CopyText(benchmark::State& state, const T& text) {
-  const T* source = &text;
+  const T* const source = Opaque(&text);
   for (auto _ : state) {
-    benchmark::DoNotOptimize(source);
     T copy(*source);
     benchmark::DoNotOptimize(copy);
   }
@@ -176,14 +175,14 @@ void CopyText(benchmark::State& state, const T& text) {
 template <class T>
 void CopyTextAlone(benchmark::State& state, const T& text) {
   constexpr std::size_t kCopies = 512;
-  const T* source = &text;
+  const T* const source = Opaque(&text);
   std::array<std::optional<T>, kCopies> copies;
   while (state.KeepRunningBatch(kCopies)) {
     for (auto& copy : copies) copy.reset();
     const auto start = std::chrono::steady_clock::now();
     for (auto& copy : copies) {
-      benchmark::DoNotOptimize(source);
       copy.emplace(*source);
+      benchmark::ClobberMemory();
     }
     benchmark::ClobberMemory();
     state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());

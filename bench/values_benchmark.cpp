@@ -9,6 +9,7 @@
 #include <string>
 #include <variant>
 
+#include "bench/opaque.h"
 #include "platform/framework/cstring.h"
 #include "util/values/variant.h"
 #include "util/values/variant_compare.h"
@@ -63,8 +64,7 @@ bare_t BareInt16(double number) { return {bare_t::INT16, {.asInt16 = static_cast
 // Runs `step` on each element, again and again; the time is that of one.
 template <class T, class Step>
 void Each(benchmark::State& state, const values_t<T>& values, Step step) {
-  const T* at = values.data();
-  benchmark::DoNotOptimize(at);
+  const T* const at = Opaque(values.data());
   std::size_t i = 0;
   for (auto _ : state) {
     step(at[i]);
@@ -180,10 +180,8 @@ void Deadband(benchmark::State& state, T (*make)(double)) {
   const auto before = MakeValues<T>(make);
   const auto after =
       MakeValues<T>([&, i = 0](double number) mutable { return make(number + (++i % 8 == 0 ? 1000 : 2)); });
-  double deadband = kDeadband;
-  benchmark::DoNotOptimize(deadband);
-  const T* now = after.data();
-  benchmark::DoNotOptimize(now);
+  const double deadband = Opaque(kDeadband);
+  const T* const now = Opaque(after.data());
   Each(state, before, [&, i = std::size_t{0}](const T& value) mutable {
     bool changed = IsChanged(value, now[i], deadband);
     benchmark::DoNotOptimize(changed);

@@ -141,8 +141,11 @@ void CVariant::AttachString(BSTR text) noexcept {
 // An array without data, or with elements of another size or of another type than strings, is no array to copy:
 // the copy is a null array of the type.
 void CVariant::CopyOwned(const tagVARIANT& other) {
+  Forget();
   if (other.vt == VT_BSTR) {
-    AttachString(CBstr(SysStringView(other.bstrVal)).Detach());
+    bstrVal = other.bstrVal == nullptr ? nullptr : SysAllocStringLen(other.bstrVal, SysStringLen(other.bstrVal));
+    if (bstrVal == nullptr && other.bstrVal != nullptr) throw std::bad_alloc();
+    vt = VT_BSTR;
     return;
   }
   const VARTYPE element = static_cast<VARTYPE>(other.vt & ~VT_ARRAY);

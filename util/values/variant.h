@@ -13,6 +13,7 @@
 // becomes a bool and no int the wrong width. Conversions out are explicit for the same reason.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -48,12 +49,8 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   /// VT_EMPTY, all 16 bytes zero.
   CVariant() noexcept : tagVARIANT{} {}
   CVariant(std::nullptr_t) noexcept : CVariant() {}
-  CVariant(const CVariant& other) : tagVARIANT{} {
-    if (OwnsMemory(other.vt)) {
-      CopyOwned(other);
-    } else {
-      SetRecord(other);
-    }
+  CVariant(const CVariant& other) : tagVARIANT(other) {
+    if (OwnsMemory(vt)) CopyOwned(other);
   }
   CVariant(CVariant&& other) noexcept : tagVARIANT(other) { other.Forget(); }
   /// A copy of what the record holds; its array, if any, was made by a CVariant.
@@ -176,16 +173,13 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   /// shape. Both or neither of the types is an array, else DISP_E_TYPEMISMATCH. E_FAIL for a null array; E_INVALIDARG
   /// for an array of more than 65535 rows or columns. `checkSign`: a value that changes sign between the signed and
   /// the unsigned type of one width is DISP_E_OVERFLOW. Every failure leaves the variant empty.
-  HRESULT ConvertTypeEx(VARTYPE target, LCID lcid, bool checkSign);
+  HRESULT ConvertTypeEx(VARTYPE target, LCID lcid, bool checkSign) {
+    return vt == target || ConvertUsual(target) ? S_OK : ConvertTypeExOther(target, lcid, checkSign);
+  }
   /// The same without sign check; true on success. A failure leaves the variant empty in mode 1 (CONVERT_OR_CLEAR),
   /// and bit for bit as it was in any other.
   bool ConvertType(VARTYPE target, convert_t mode) {
-    if (vt == target) return true;
-    if (target == VT_R8 && vt == VT_I4) {
-      SetScalar(VT_R8, static_cast<double>(lVal));
-      return true;
-    }
-    return ConvertTypeOther(target, mode);
+    return vt == target || ConvertUsual(target) || ConvertTypeOther(target, mode);
   }
 
   /// The text of the value, into `out`: integers in decimal, VT_BOOL as 1 or 0, reals with 6 or 15 significant digits
@@ -231,7 +225,12 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   template <class T>
   struct element_traits;
 
-  static bool OwnsMemory(VARTYPE type) noexcept { return type == VT_BSTR || (type & VT_ARRAY) != 0; }
+  // One test tells most numbers: they have neither the bit of the strings nor that of the arrays.
+  static bool OwnsMemory(VARTYPE type) noexcept {
+    if ((type & (VT_BSTR | VT_ARRAY)) == 0) [[likely]]
+      return false;
+    return type == VT_BSTR || (type & VT_ARRAY) != 0;
+  }
   template <class T>
   static CVariant Make(VARTYPE type, T value) noexcept {
     CVariant made;
@@ -257,6 +256,7 @@ class ZORUTIL_API CVariant : public tagVARIANT {
     }
     return *this;
   }
+  // Becomes a copy of another record that owns memory; what was in this one is not freed.
   void CopyOwned(const tagVARIANT& other);
   void AssignOwned(const tagVARIANT& other);
   void FreeOwned() noexcept;
@@ -264,6 +264,22 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   void* ValueAddress() noexcept;
   void* ArrayData(bool (*accepts)(VARTYPE)) const noexcept;
   std::size_t ArrayCount(bool (*accepts)(VARTYPE)) const noexcept;
+  // The two conversions between the device's integers and the double that scaling works with, where the value fits;
+  // false leaves the value alone.
+  bool ConvertUsual(VARTYPE target) noexcept {
+    if (target == VT_R8 && vt == VT_I4) {
+      SetScalar(VT_R8, static_cast<double>(lVal));
+      return true;
+    }
+    if (target == VT_I4 && vt == VT_R8 && dblVal >= -2147483648.5 && dblVal < 2147483647.5) {
+      // Half to even: the sum has no bits for a fraction, and its low half is the integer in two's complement.
+      constexpr double kRounder = 6755399441055744.0;  // 1.5 * 2^52
+      SetScalar(VT_I4, static_cast<std::int32_t>(std::bit_cast<std::int64_t>(dblVal + kRounder)));
+      return true;
+    }
+    return false;
+  }
+  HRESULT ConvertTypeExOther(VARTYPE target, LCID lcid, bool checkSign);
   bool ConvertTypeOther(VARTYPE target, convert_t mode);
   HRESULT ConvertScalar(VARTYPE target, bool checkSign) noexcept;
   HRESULT _ConvertArrayType(VARTYPE target, LCID lcid, bool checkSign);

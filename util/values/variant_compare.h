@@ -29,10 +29,16 @@ class ZORUTIL_API CVariantCompare {
   /// the types differ, when the type knows no deadband, and when the deadband is below the double epsilon. A null array
   /// beside another array of its type is no change.
   static bool IsValueChanged(const CVariant& a, const CVariant& b, const double& deadband, changed_compare_t mode) {
-    if (a.vt == VT_R8 && b.vt == VT_R8 && !(deadband < kEpsilon)) {
-      const double distance = std::fabs(b.dblVal - a.dblVal);
-      // Equal bits are no change even where the distance is not a number.
-      return Passes(distance, deadband, mode) && a.ullVal != b.ullVal;
+    // Values of equal bits need no test of their own: their distance, 0 or not a number, passes no deadband.
+    if (a.vt == b.vt && !(deadband < kEpsilon)) {
+      switch (a.vt) {
+        case VT_R8: return Passes(Distance(a.dblVal, b.dblVal), deadband, mode);
+        case VT_R4: return Passes(Distance(a.fltVal, b.fltVal), deadband, mode);
+        case VT_I4: return Passes(Distance(a.lVal, b.lVal), deadband, mode);
+        case VT_I2: return Passes(Distance(a.iVal, b.iVal), deadband, mode);
+        case VT_UI2: return Passes(Distance(a.uiVal, b.uiVal), deadband, mode);
+        default: break;
+      }
     }
     return IsOtherChanged(a, b, deadband, mode);
   }
@@ -43,6 +49,10 @@ class ZORUTIL_API CVariantCompare {
  private:
   static constexpr double kEpsilon = 2.220446049250313e-16;
 
+  template <class T>
+  static double Distance(T a, T b) noexcept {
+    return std::fabs(static_cast<double>(b) - static_cast<double>(a));
+  }
   static bool Passes(double distance, double deadband, changed_compare_t mode) noexcept {
     return distance > deadband || (mode == EQUAL_IS_CHANGED && std::fabs(distance - deadband) < kEpsilon);
   }

@@ -36,8 +36,7 @@ bool ReadsNegative(const tagVARIANT& value) {
 
 }  // namespace
 
-HRESULT CVariant::ConvertTypeEx(VARTYPE target, LCID lcid, bool checkSign) {
-  if (vt == target) return S_OK;
+HRESULT CVariant::ConvertTypeExOther(VARTYPE target, LCID lcid, bool checkSign) {
   HRESULT result = DISP_E_TYPEMISMATCH;
   if (IsArray() && (target & VT_ARRAY) != 0) {
     result = parray == nullptr ? E_FAIL : _ConvertArrayType(target, lcid, checkSign);
@@ -60,7 +59,7 @@ HRESULT CVariant::ConvertScalar(VARTYPE target, bool checkSign) noexcept {
 }
 
 bool CVariant::ConvertTypeOther(VARTYPE target, convert_t mode) {
-  if (mode == CONVERT_OR_CLEAR) return ConvertTypeEx(target, 0, false) >= 0;
+  if (mode == CONVERT_OR_CLEAR) return ConvertTypeExOther(target, 0, false) >= 0;
   if (!IsArray() && (target & VT_ARRAY) == 0) {
     // A failed scalar conversion has not touched the record yet; only the two steps of a VT_INT need the old one back.
     const tagVARIANT before = *this;
