@@ -266,11 +266,12 @@ bool ToMilliseconds(DATE date, std::int64_t& milliseconds) noexcept {
 }
 
 DATE FromMilliseconds(std::int64_t milliseconds) noexcept {
-  const std::int64_t day = FloorDivide(milliseconds, kMillisecondsPerDay);
-  const auto time = static_cast<double>(milliseconds - day * kMillisecondsPerDay);
-  const double midnight = static_cast<double>(day) * static_cast<double>(kMillisecondsPerDay);
-  // Exact up to here for every count in the range, so the quotient is the nearest date.
-  return (day < 0 ? midnight - time : midnight + time) / static_cast<double>(kMillisecondsPerDay);
+  const std::int64_t rest = milliseconds % kMillisecondsPerDay;
+  const std::int64_t time = rest < 0 ? rest + kMillisecondsPerDay : rest;
+  // Exact up to the division for every count in the range, so that the quotient is the nearest date.
+  const double midnight = static_cast<double>(milliseconds) - static_cast<double>(time);
+  const double signedTime = static_cast<double>(midnight < 0 ? -time : time);
+  return (midnight + signedTime) / static_cast<double>(kMillisecondsPerDay);
 }
 
 bool Parse(std::u16string_view text, DATE& out) noexcept {

@@ -28,14 +28,16 @@ ZORPLATFORM_API void DayToFields(std::int64_t day, fields_t& out) noexcept;
 ZORPLATFORM_API std::int32_t DaysInMonth(std::int32_t year, std::int32_t month) noexcept;
 
 /// Milliseconds since 30 December 1899 00:00 of an OLE date, rounded to the nearest; a negative date counts its
-/// fraction forward from midnight. False for NaN and for dates outside kMinDay to kMaxDay (whole days compared).
+/// fraction forward from midnight. False for NaN and for dates outside kMinDay to kMaxDay (whole days compared);
+/// the last half millisecond of the last day rounds down.
 ZORPLATFORM_API bool ToMilliseconds(DATE date, std::int64_t& milliseconds) noexcept;
 /// The OLE date of a millisecond count; the inverse of ToMilliseconds for every count in its range.
 ZORPLATFORM_API DATE FromMilliseconds(std::int64_t milliseconds) noexcept;
 
 /// Reads a date, a time or both: ISO 8601 ("2023-03-15", "2023-03-15T06:30:00.250"), US forms ("3/15/2023",
 /// "3/15/2023 12:00:00 PM"), month names ("15 March 2023", "Mar 15, 2023"), a time alone ("12:30", "7 PM"). Two-digit
-/// years are 1930 to 2029. False when it is no such text or names no real day.
+/// years are 1930 to 2029; digits beyond the milliseconds are cut. Everything must be there: no part is taken from
+/// today's date. False when it is no such text or names no real day.
 ZORPLATFORM_API bool Parse(std::u16string_view text, DATE& out) noexcept;
 
 /// US short form: "3/15/2023", with " 6:30:00 AM" when the time is not midnight; the time alone on day 0. Seconds

@@ -1,12 +1,14 @@
 #include "platform/ole/decimal.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
 
 #include "platform/ole/decimal_internal.h"
+#include "platform/text/number_text.h"
 
 namespace ole_decimal {
 namespace {
@@ -15,14 +17,13 @@ constexpr int kCurrencyPlaces = 4;
 constexpr int kMaxExactPlaces = 38;  // 10^38 is the largest power of ten below 2^128
 constexpr uint128_t kMagnitudeLimit = static_cast<uint128_t>(1) << 96;
 
-uint128_t PowerOfTen(int places) {
-  constexpr std::uint64_t kTenTo19 = 10'000'000'000'000'000'000U;
-  std::uint64_t power = 1;
-  for (int i = places % 19; i > 0; --i) power *= 10;
-  uint128_t result = power;
-  for (int i = places / 19; i > 0; --i) result *= kTenTo19;
-  return result;
-}
+constexpr auto kPowersOfTen = [] {
+  std::array<uint128_t, kMaxExactPlaces + 1> powers{1};
+  for (std::size_t i = 1; i != powers.size(); ++i) powers[i] = powers[i - 1] * 10;
+  return powers;
+}();
+
+constexpr uint128_t PowerOfTen(std::int64_t places) { return kPowersOfTen[static_cast<std::size_t>(places)]; }
 
 // ---- The parts of a record, whatever bytes it holds: a scale beyond 28 counts as 28
 
@@ -68,11 +69,11 @@ bool ToSigned(uint128_t magnitude, bool negative, std::int64_t& out) {
 // The digits up to `end`, at least so many; returns where they begin.
 char* WriteDigits(uint128_t magnitude, int minDigits, char* end) {
   constexpr int kChunkDigits = 19;
-  const uint128_t chunk = PowerOfTen(kChunkDigits);
+  constexpr uint128_t kChunk = PowerOfTen(kChunkDigits);
   char* at = end;
   while (magnitude != 0) {
-    const uint128_t rest = magnitude / chunk;  // 128-bit divisions are dear: one for 19 digits
-    auto low = static_cast<std::uint64_t>(magnitude - rest * chunk);
+    const uint128_t rest = magnitude / kChunk;  // 128-bit divisions are dear: one for 19 digits
+    auto low = static_cast<std::uint64_t>(magnitude - rest * kChunk);
     const char* const stop = rest != 0 ? at - kChunkDigits : end - digits_t::kKept;
     for (; at != stop && (low != 0 || rest != 0); low /= 10) *--at = static_cast<char>('0' + low % 10);
     magnitude = rest;
@@ -81,19 +82,24 @@ char* WriteDigits(uint128_t magnitude, int minDigits, char* end) {
   return at;
 }
 
-// The digits of a finite value other than 0, rounded to so many.
+// The digits of a finite value, rounded to so many.
 digits_t SignificantDigits(double magnitude, int count) {
-  char text[digits_t::kKept + 16];
-  const char* const end =
-      std::to_chars(text, text + sizeof text, magnitude, std::chars_format::scientific, count - 1).ptr;
-  digits_t result;
+  char text[number_text::kMaxChars];
+  const char* const end = text + number_text::FormatGeneral(magnitude, count, text);
   const char* at = text;
-  for (; *at != 'e'; ++at) {
-    if (*at != '.') result.digits[result.count++] = static_cast<std::uint8_t>(*at - '0');
+  digits_t result;
+  for (bool inFraction = false; at != end && *at != 'E'; ++at) {
+    if (*at == '.') {
+      inFraction = true;
+    } else {
+      result.Append(static_cast<unsigned>(*at - '0'), inFraction);
+    }
   }
-  int exponent = 0;
-  std::from_chars(at[1] == '+' ? at + 2 : at + 1, end, exponent);
-  result.point = exponent + 1;
+  if (at != end) {
+    int exponent = 0;
+    std::from_chars(at[1] == '+' ? at + 2 : at + 1, end, exponent);
+    result.point += exponent;
+  }
   return result;
 }
 
@@ -104,9 +110,13 @@ bool RoundDigits(const digits_t& value, int places, uint128_t& out) noexcept {
   const std::int64_t wanted = value.point + places;
   if (value.count == 0 || wanted < 0) return true;
   if (wanted > kMaxExactPlaces) return false;
+  constexpr int kWordDigits = 19;
   const int taken = std::min(static_cast<int>(wanted), value.count);
-  for (int i = 0; i != taken; ++i) out = out * 10 + value.digits[i];
-  out *= PowerOfTen(static_cast<int>(wanted) - taken);
+  std::uint64_t word = 0;  // the first digits fit one, and nearly always they are all
+  for (int i = 0; i != std::min(taken, kWordDigits); ++i) word = word * 10 + value.digits[i];
+  out = word;
+  for (int i = kWordDigits; i < taken; ++i) out = out * 10 + value.digits[i];
+  out *= PowerOfTen(wanted - taken);
   if (taken == value.count) return true;
   const int next = value.digits[taken];
   const bool beyondHalf = value.more || std::any_of(value.digits + taken + 1, value.digits + value.count,
@@ -140,10 +150,6 @@ DECIMAL FromCurrency(CY value) noexcept { return Make(MagnitudeOf(value.int64), 
 HRESULT FromDouble(double value, int significantDigits, DECIMAL& out) noexcept {
   const double magnitude = std::fabs(value);
   if (!(magnitude < static_cast<double>(kMagnitudeLimit))) return DISP_E_OVERFLOW;
-  if (magnitude == 0) {
-    out = Make(0, 0, false);
-    return S_OK;
-  }
   return FromDigits(SignificantDigits(magnitude, significantDigits), value < 0, out);
 }
 

@@ -17,6 +17,18 @@ struct digits_t {
   int count = 0;
   bool more = false;  // a digit other than 0 followed those kept
   std::int64_t point = 0;
+
+  /// The next digit of a text, before or behind its decimal point. Leading zeros only move the point.
+  void Append(unsigned digit, bool inFraction) {
+    const bool significant = count != 0 || digit != 0;
+    if (significant != inFraction) point += significant ? 1 : -1;
+    if (!significant) return;
+    if (count < kKept) {
+      digits[count++] = static_cast<std::uint8_t>(digit);
+    } else {
+      more |= digit != 0;
+    }
+  }
 };
 
 /// The magnitude times 10^places as an integer, half to even. False when it has more than 38 digits.

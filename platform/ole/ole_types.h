@@ -106,6 +106,7 @@ struct tagVARIANT {
   std::uint16_t wReserved2;
   std::uint16_t wReserved3;
   union {
+    std::uint64_t ullVal;  // first, so that tagVARIANT{} zeroes all 16 bytes
     std::int8_t cVal;
     std::uint8_t bVal;
     std::int16_t iVal;
@@ -115,7 +116,6 @@ struct tagVARIANT {
     std::int32_t intVal;
     std::uint32_t uintVal;
     std::int64_t llVal;
-    std::uint64_t ullVal;
     float fltVal;
     double dblVal;
     VARIANT_BOOL boolVal;

@@ -36,9 +36,12 @@ constexpr std::size_t kClassStep = 32;
 constexpr std::size_t kClasses = 8;
 constexpr std::uint32_t kBlocksPerClass = 64;
 
+// A block that waits for its next text: the header stays, the link stands where the text was.
 struct free_block_t {
+  header_t header;
   free_block_t* next;
 };
+static_assert(sizeof(free_block_t) <= kClassStep);
 
 // Blocks go in only while there is room. That is 0 before the thread's first free and after its end, so that the
 // usual free asks one question.
@@ -52,60 +55,55 @@ struct block_cache_t {
 // variables from a shared library; the few bytes fit the reserve that the loader keeps for such libraries.
 __attribute__((tls_model("initial-exec"))) constinit thread_local block_cache_t blockCache{};
 
+std::size_t ClassOf(std::size_t blockSize) { return (blockSize - 1) / kClassStep; }
+
+// Null when the thread has none.
+free_block_t* TakeBlock(std::size_t index) {
+  free_block_t* const block = blockCache.first[index];
+  if (block != nullptr) {
+    blockCache.first[index] = block->next;
+    ++blockCache.room[index];
+  }
+  return block;
+}
+
+void KeepBlock(header_t* header, std::size_t index) {
+  auto* const block = reinterpret_cast<free_block_t*>(header);
+  block->next = blockCache.first[index];
+  blockCache.first[index] = block;
+  --blockCache.room[index];
+}
+
 // Gives the blocks back when the thread ends. Strings that are freed later still, by destructors that run after
 // this one, find no room and go to std::free.
 struct cache_closer_t {
   ~cache_closer_t() {
     for (std::size_t i = 0; i != kClasses; ++i) {
       blockCache.room[i] = 0;
-      while (free_block_t* const block = blockCache.first[i]) {
-        blockCache.first[i] = block->next;
-        std::free(block);
-      }
+      while (free_block_t* const block = TakeBlock(i)) std::free(block);
     }
   }
   void Arm() {}
 };
 thread_local cache_closer_t cacheCloser;
 
-// True when this call made room.
-bool OpenCache() {
-  if (blockCache.opened) return false;
+// The rare ways stand apart, so that the usual ones need no stack frame.
+[[gnu::noinline]] void FreeWithoutRoom(header_t* header, std::size_t index) {
+  if (!kCacheBlocks || index >= kClasses || blockCache.opened) {
+    std::free(header);
+    return;
+  }
   blockCache.opened = true;
   cacheCloser.Arm();
   for (auto& room : blockCache.room) room = kBlocksPerClass;
-  return true;
-}
-
-std::size_t ClassOf(std::size_t blockSize) { return (blockSize - 1) / kClassStep; }
-
-// `blockSize` becomes what the block really has.
-void* AllocateBlock(std::size_t& blockSize) {
-  const std::size_t index = ClassOf(blockSize);
-  if (!kCacheBlocks || index >= kClasses) return std::malloc(blockSize);
-  blockSize = (index + 1) * kClassStep;
-  free_block_t* const block = blockCache.first[index];
-  if (block == nullptr) return std::malloc(blockSize);
-  blockCache.first[index] = block->next;
-  ++blockCache.room[index];
-  return block;
-}
-
-void FreeBlock(void* memory, std::size_t blockSize) {
-  const std::size_t index = ClassOf(blockSize);
-  if (!kCacheBlocks || index >= kClasses || (blockCache.room[index] == 0 && !OpenCache())) {
-    std::free(memory);
-    return;
-  }
-  auto* const block = static_cast<free_block_t*>(memory);
-  block->next = blockCache.first[index];
-  blockCache.first[index] = block;
-  --blockCache.room[index];
+  KeepBlock(header, index);
 }
 
 // ---- Texts
 
 header_t* HeaderOf(BSTR text) { return reinterpret_cast<header_t*>(text) - 1; }
+
+std::size_t BlockSizeFor(std::uint32_t byteLength) { return kOverhead + byteLength + byteLength % 2; }
 
 // Terminates the text; the odd byte of an odd length is made up to a unit with a zero byte.
 void SetByteLength(BSTR text, std::uint32_t byteLength) {
@@ -114,15 +112,29 @@ void SetByteLength(BSTR text, std::uint32_t byteLength) {
   text[byteLength / 2 + byteLength % 2] = u'\0';
 }
 
-BSTR Allocate(std::uint32_t byteLength) {
-  std::size_t blockSize = kOverhead + byteLength + byteLength % 2;
-  void* const block = AllocateBlock(blockSize);
-  if (block == nullptr) return nullptr;
-  auto* const header = static_cast<header_t*>(block);
-  header->capacity = static_cast<std::uint32_t>(blockSize - kOverhead);
+// A text in the block, copied from `source` unless that is null.
+BSTR Fill(header_t* header, const void* source, std::uint32_t byteLength) {
   const auto text = reinterpret_cast<BSTR>(header + 1);
   SetByteLength(text, byteLength);
-  return text;
+  return source == nullptr ? text : static_cast<BSTR>(std::memcpy(text, source, byteLength));
+}
+
+[[gnu::noinline]] BSTR MakeInNewBlock(const void* source, std::uint32_t byteLength) {
+  std::size_t blockSize = BlockSizeFor(byteLength);
+  const std::size_t index = ClassOf(blockSize);
+  if (kCacheBlocks && index < kClasses) blockSize = (index + 1) * kClassStep;
+  auto* const header = static_cast<header_t*>(std::malloc(blockSize));
+  if (header == nullptr) return nullptr;
+  header->capacity = static_cast<std::uint32_t>(blockSize - kOverhead);
+  return Fill(header, source, byteLength);
+}
+
+BSTR Make(const void* source, std::uint32_t byteLength) {
+  const std::size_t index = ClassOf(BlockSizeFor(byteLength));
+  if (kCacheBlocks && index < kClasses) {
+    if (free_block_t* const block = TakeBlock(index)) return Fill(&block->header, source, byteLength);
+  }
+  return MakeInNewBlock(source, byteLength);
 }
 
 }  // namespace
@@ -135,17 +147,11 @@ BSTR SysAllocString(const char16_t* text) noexcept {
 }
 
 BSTR SysAllocStringLen(const char16_t* text, std::uint32_t length) noexcept {
-  if (length > kMaxByteLength / 2) return nullptr;
-  const BSTR copy = Allocate(length * 2);
-  if (copy != nullptr && text != nullptr) std::memcpy(copy, text, std::size_t{length} * 2);
-  return copy;
+  return length > kMaxByteLength / 2 ? nullptr : Make(text, length * 2);
 }
 
 BSTR SysAllocStringByteLen(const char* bytes, std::uint32_t length) noexcept {
-  if (length > kMaxByteLength) return nullptr;
-  const BSTR copy = Allocate(length);
-  if (copy != nullptr && bytes != nullptr) std::memcpy(copy, bytes, length);
-  return copy;
+  return length > kMaxByteLength ? nullptr : Make(bytes, length);
 }
 
 bool SysReAllocStringLen(BSTR* text, const char16_t* source, std::uint32_t length) noexcept {
@@ -157,11 +163,9 @@ bool SysReAllocStringLen(BSTR* text, const char16_t* source, std::uint32_t lengt
     SetByteLength(old, byteLength);
     return true;
   }
-  const BSTR copy = Allocate(byteLength);
+  const BSTR copy = Make(source, byteLength);
   if (copy == nullptr) return false;
-  if (source != nullptr) {
-    std::memcpy(copy, source, byteLength);
-  } else if (old != nullptr) {
+  if (source == nullptr && old != nullptr) {
     std::memcpy(copy, old, SysStringByteLen(old));  // shorter than byteLength, or it would have fitted
   }
   SysFreeString(old);
@@ -172,5 +176,10 @@ bool SysReAllocStringLen(BSTR* text, const char16_t* source, std::uint32_t lengt
 void SysFreeString(BSTR text) noexcept {
   if (text == nullptr) return;
   header_t* const header = HeaderOf(text);
-  FreeBlock(header, kOverhead + header->capacity);
+  const std::size_t index = ClassOf(kOverhead + header->capacity);
+  if (!kCacheBlocks || index >= kClasses || blockCache.room[index] == 0) {
+    FreeWithoutRoom(header, index);
+  } else {
+    KeepBlock(header, index);
+  }
 }

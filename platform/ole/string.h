@@ -19,10 +19,12 @@
 ZORPLATFORM_API BSTR SysAllocString(const char16_t* text) noexcept;
 /// `length` units copied from `text`, or left unset (but for the NUL behind them) when `text` is null.
 ZORPLATFORM_API BSTR SysAllocStringLen(const char16_t* text, std::uint32_t length) noexcept;
-/// `length` bytes, which may be odd.
+/// `length` bytes, which may be odd, copied or, when `bytes` is null, left unset. The NUL stands behind the last unit
+/// that the bytes begin.
 ZORPLATFORM_API BSTR SysAllocStringByteLen(const char* bytes, std::uint32_t length) noexcept;
-/// Gives `*text` a new content, in its own memory where that is large enough. `source` may lie inside `*text`.
-/// False when memory is short: then `*text` is as it was.
+/// Gives `*text` a new content, in its own memory where that is large enough. `source` may lie inside `*text`;
+/// null keeps what is there and leaves what is added unset. False when memory is short or the length too large: then
+/// `*text` is as it was.
 ZORPLATFORM_API bool SysReAllocStringLen(BSTR* text, const char16_t* source, std::uint32_t length) noexcept;
 ZORPLATFORM_API void SysFreeString(BSTR text) noexcept;
 

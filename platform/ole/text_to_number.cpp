@@ -102,21 +102,12 @@ class reader_t {
     const char16_t* const first = at_;
     const char16_t* firstKept = nullptr;
     bool anyDigit = false, inFraction = false;
-    digits_t& decimal = out.decimal;
     for (; at_ != end_; ++at_) {
       const unsigned digit = DigitOf(*at_);
       if (digit <= 9) {
         anyDigit = true;
         if (firstKept == nullptr && digit != 0) firstKept = at_;
-        const bool significant = firstKept != nullptr;
-        if (significant) {
-          if (decimal.count < digits_t::kKept) {
-            decimal.digits[decimal.count++] = static_cast<std::uint8_t>(digit);
-          } else {
-            decimal.more |= digit != 0;
-          }
-        }
-        if (significant != inFraction) decimal.point += significant ? 1 : -1;
+        out.decimal.Append(digit, inFraction);
       } else if (*at_ == u'.' && !inFraction) {
         inFraction = true;
       } else if (*at_ != u',' || inFraction || at_ == first) {
@@ -125,9 +116,9 @@ class reader_t {
     }
     if (!anyDigit) return false;
     const char16_t* const last = at_;
-    if (at_ != end_ && (*at_ == u'e' || *at_ == u'E') && !TakeExponent(decimal.point)) return false;
+    if (at_ != end_ && (*at_ == u'e' || *at_ == u'E') && !TakeExponent(out.decimal.point)) return false;
     if (firstKept == nullptr) {
-      decimal.point = 0;
+      out.decimal.point = 0;  // zero, whatever its exponent
     } else {
       out.digitText = {firstKept, static_cast<std::size_t>(last - firstKept)};
     }

@@ -1,9 +1,13 @@
 #include "platform/ole/variant_conversion.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "platform/ole/date.h"
@@ -55,30 +59,25 @@ outcome_t WithoutValue(VARTYPE target) {
 
 // ---- Integers
 
-constexpr bool IsInteger(VARTYPE vt) {
-  constexpr std::uint32_t kIntegers = 1U << VT_I1 | 1U << VT_UI1 | 1U << VT_I2 | 1U << VT_UI2 | 1U << VT_I4 |
-                                      1U << VT_UI4 | 1U << VT_I8 | 1U << VT_UI8 | 1U << VT_INT | 1U << VT_UINT;
-  return vt <= VT_UINT && (kIntegers >> vt & 1) != 0;
-}
-
 template <class Field, class Integer>
 outcome_t Fit(Integer value) {
   return std::in_range<Field>(value) ? Done(static_cast<Field>(value)) : Failed(DISP_E_OVERFLOW);
 }
 
-template <class Integer>
-outcome_t IntegerToInteger(Integer value, VARTYPE target) {
+// Calls `convert` with a zero of the C++ type that an integer target holds. What is no integer keeps nothing.
+template <class Converter>
+outcome_t ForInteger(VARTYPE target, Converter convert) {
   switch (target) {
-    case VT_I1: return Fit<std::int8_t>(value);
-    case VT_UI1: return Fit<std::uint8_t>(value);
-    case VT_I2: return Fit<std::int16_t>(value);
-    case VT_UI2: return Fit<std::uint16_t>(value);
+    case VT_I1: return convert(std::int8_t{});
+    case VT_UI1: return convert(std::uint8_t{});
+    case VT_I2: return convert(std::int16_t{});
+    case VT_UI2: return convert(std::uint16_t{});
     case VT_I4:
-    case VT_INT: return Fit<std::int32_t>(value);
+    case VT_INT: return convert(std::int32_t{});
     case VT_UI4:
-    case VT_UINT: return Fit<std::uint32_t>(value);
-    case VT_I8: return Fit<std::int64_t>(value);
-    case VT_UI8: return Fit<std::uint64_t>(value);
+    case VT_UINT: return convert(std::uint32_t{});
+    case VT_I8: return convert(std::int64_t{});
+    case VT_UI8: return convert(std::uint64_t{});
     default: return WithoutValue(target);
   }
 }
@@ -114,7 +113,7 @@ outcome_t FromInteger(Integer value, VARTYPE target) {
     case VT_CY: return IntegerToCurrency(value);
     case VT_DATE: return IntegerToDate(value);
     case VT_BSTR: return IntegerToText(value);
-    default: return IntegerToInteger(value, target);
+    default: return ForInteger(target, [value](auto zero) { return Fit<decltype(zero)>(value); });
   }
 }
 
@@ -136,12 +135,13 @@ outcome_t FromBool(VARIANT_BOOL value, VARTYPE target) {
 
 constexpr double kTwoTo63 = 9223372036854775808.0;
 
-// VT_I8 ends one double early: the largest double below 2^63 is refused. No other type notices.
-outcome_t RealToInteger(double value, VARTYPE target) {
+// A 64-bit integer ends one double early: the largest double below 2^63 is no VT_I8 any more.
+template <class Field>
+outcome_t RealToInteger(double value) {
   constexpr double kLargestBelow = kTwoTo63 - 1024;
-  if (value >= -kTwoTo63 && value < kLargestBelow) return IntegerToInteger(std::int64_t{std::lrint(value)}, target);
-  if (target == VT_UI8 && value >= kLargestBelow && value < 2 * kTwoTo63) {
-    return Done(static_cast<std::uint64_t>(value));  // an integer already
+  if (value >= -kTwoTo63 && value < kLargestBelow) return Fit<Field>(std::int64_t{std::lrint(value)});
+  if constexpr (std::is_same_v<Field, std::uint64_t>) {
+    if (value >= kLargestBelow && value < 2 * kTwoTo63) return Done(static_cast<Field>(value));  // whole already
   }
   return Failed(DISP_E_OVERFLOW);
 }
@@ -178,7 +178,7 @@ outcome_t FromReal(double value, int digits, VARTYPE target) {
     case VT_CY: return RealToCurrency(value);
     case VT_DATE: return MayBeDate(value, digits) ? Done(value) : Failed(DISP_E_OVERFLOW);
     case VT_BSTR: return RealToText(value, digits);
-    default: return IsInteger(target) ? RealToInteger(value, target) : WithoutValue(target);
+    default: return ForInteger(target, [value](auto zero) { return RealToInteger<decltype(zero)>(value); });
   }
 }
 
@@ -198,12 +198,16 @@ outcome_t FromReal(double value, int digits, VARTYPE target) {
 }
 
 // Half to even, but the halves of negative amounts go away from zero on the way to VT_I8.
-std::int64_t RoundCurrency(CY value, VARTYPE target) {
+template <class Field>
+outcome_t CurrencyToInteger(CY value) {
+  constexpr bool kHalfDown = std::is_same_v<Field, std::int64_t>;
   const std::int64_t whole = value.int64 / kCurrencyUnit;
   const std::int64_t twice = value.int64 % kCurrencyUnit * 2;
-  if (twice > kCurrencyUnit || (twice == kCurrencyUnit && whole % 2 != 0)) return whole + 1;
-  if (twice < -kCurrencyUnit || (twice == -kCurrencyUnit && (whole % 2 != 0 || target == VT_I8))) return whole - 1;
-  return whole;
+  if (twice > kCurrencyUnit || (twice == kCurrencyUnit && whole % 2 != 0)) return Fit<Field>(whole + 1);
+  if (twice < -kCurrencyUnit || (twice == -kCurrencyUnit && (kHalfDown || whole % 2 != 0))) {
+    return Fit<Field>(whole - 1);
+  }
+  return Fit<Field>(whole);
 }
 
 // Reals and dates from a currency are not checked against any range.
@@ -215,16 +219,19 @@ outcome_t FromCurrency(CY value, VARTYPE target) {
     case VT_DATE: return Done(real);
     case VT_BOOL: return Truth(value.int64 != 0);
     case VT_BSTR: return DecimalToText(ole_decimal::FromCurrency(value));
-    default: return IntegerToInteger(RoundCurrency(value, target), target);
+    default: return ForInteger(target, [value](auto zero) { return CurrencyToInteger<decltype(zero)>(value); });
   }
 }
 
-outcome_t DecimalToInteger(const DECIMAL& value, VARTYPE target) {
-  std::int64_t asSigned = 0;
-  if (ole_decimal::ToInt64(value, asSigned) == S_OK) return IntegerToInteger(asSigned, target);
-  std::uint64_t asUnsigned = 0;
-  const HRESULT status = ole_decimal::ToUInt64(value, asUnsigned);
-  return status == S_OK ? IntegerToInteger(asUnsigned, target) : Failed(status);
+template <class Field>
+outcome_t DecimalToInteger(const DECIMAL& value) {
+  if constexpr (std::is_signed_v<Field>) {
+    std::int64_t whole = 0;
+    return ole_decimal::ToInt64(value, whole) == S_OK ? Fit<Field>(whole) : Failed(DISP_E_OVERFLOW);
+  } else {
+    std::uint64_t whole = 0;
+    return ole_decimal::ToUInt64(value, whole) == S_OK ? Fit<Field>(whole) : Failed(DISP_E_OVERFLOW);
+  }
 }
 
 [[gnu::noinline]] outcome_t FromDecimal(const DECIMAL& value, VARTYPE target) {
@@ -239,7 +246,7 @@ outcome_t DecimalToInteger(const DECIMAL& value, VARTYPE target) {
       const HRESULT status = ole_decimal::ToCurrency(value, currency);
       return {status, static_cast<std::uint64_t>(currency.int64)};
     }
-    default: return IsInteger(target) ? DecimalToInteger(value, target) : WithoutValue(target);
+    default: return ForInteger(target, [&value](auto zero) { return DecimalToInteger<decltype(zero)>(value); });
   }
 }
 
@@ -259,16 +266,15 @@ outcome_t TextToBool(std::u16string_view text) {
   return status == S_OK ? Truth(number != 0) : Failed(status);
 }
 
-outcome_t TextToInteger(std::u16string_view text, VARTYPE target) {
+template <class Field>
+outcome_t TextToInteger(std::u16string_view text) {
   bool negative = false;
   std::uint64_t magnitude = 0;
-  if (const HRESULT status = text_to_number::ToInteger(text, negative, magnitude); status != S_OK) {
-    return Failed(status);
-  }
-  if (!negative) return IntegerToInteger(magnitude, target);
+  const HRESULT status = text_to_number::ToInteger(text, negative, magnitude);
+  if (status != S_OK) return Failed(status);
+  if (!negative) return Fit<Field>(magnitude);
   constexpr std::uint64_t kMax = std::uint64_t{1} << 63;
-  if (magnitude > kMax) return Failed(DISP_E_OVERFLOW);
-  return IntegerToInteger(static_cast<std::int64_t>(0 - magnitude), target);
+  return magnitude > kMax ? Failed(DISP_E_OVERFLOW) : Fit<Field>(static_cast<std::int64_t>(0 - magnitude));
 }
 
 template <class Field, HRESULT Read(std::u16string_view, Field&) noexcept>
@@ -288,7 +294,7 @@ outcome_t TextTo(std::u16string_view text) {
       DATE date = 0;
       return ole_date::Parse(text, date) ? Done(date) : Failed(DISP_E_TYPEMISMATCH);
     }
-    default: return IsInteger(target) ? TextToInteger(text, target) : WithoutValue(target);
+    default: return ForInteger(target, [text](auto zero) { return TextToInteger<decltype(zero)>(text); });
   }
 }
 
@@ -338,13 +344,13 @@ outcome_t Convert(const tagVARIANT& source, VARTYPE target) {
   }
 }
 
+BSTR CopyOf(BSTR text) { return SysAllocStringByteLen(reinterpret_cast<const char*>(text), SysStringByteLen(text)); }
+
 // A value of its own type: the bits, or a new string. OLE's one difference to a copy: a null string becomes an
 // empty one.
-[[gnu::noinline]] outcome_t ConvertToItself(const tagVARIANT& source) {
+outcome_t ConvertToItself(const tagVARIANT& source) {
   if (source.vt != VT_BSTR) return Done(source.ullVal);
-  if (source.bstrVal == nullptr) return Text("", 0);
-  const auto* const bytes = reinterpret_cast<const char*>(source.bstrVal);
-  const BSTR copy = SysAllocStringByteLen(bytes, SysStringByteLen(source.bstrVal));
+  const BSTR copy = CopyOf(source.bstrVal);
   return copy == nullptr ? Failed(E_OUTOFMEMORY) : Done(copy);
 }
 
@@ -354,10 +360,80 @@ void FreeOwned(tagVARIANT& value) {
   if (value.vt == VT_BSTR) SysFreeString(value.bstrVal);
 }
 
+// The type and the reserved words go in as one store: a reader that loads more than the type at once would have to
+// wait for several.
 void Assign(tagVARIANT& value, VARTYPE vt, std::uint64_t bits) {
-  value.vt = vt;
-  value.wReserved1 = value.wReserved2 = value.wReserved3 = 0;
+  const std::uint64_t head = std::endian::native == std::endian::little ? vt : std::uint64_t{vt} << 48;
+  static_assert(offsetof(tagVARIANT, ullVal) == sizeof head);
+  std::memcpy(static_cast<void*>(&value), &head, sizeof head);
   value.ullVal = bits;
+}
+
+// ---- The pairs of plain numbers, which every poll converts: one jump to a function without a stack frame
+
+using numbers_t = std::tuple<std::int8_t, std::uint8_t, std::int16_t, std::uint16_t, std::int32_t, std::uint32_t,
+                             std::int64_t, std::uint64_t, float, double>;
+constexpr std::size_t kNumbers = std::tuple_size_v<numbers_t>;
+
+// Where a VARTYPE stands among them; kNumbers for the others.
+constexpr std::array<std::uint8_t, VT_UINT + 1> kNumberOf = [] {
+  std::array<std::uint8_t, VT_UINT + 1> numbers{};
+  numbers.fill(kNumbers);
+  std::uint8_t next = 0;
+  for (const VARTYPE vt : {VT_I1, VT_UI1, VT_I2, VT_UI2, VT_I4, VT_UI4, VT_I8, VT_UI8, VT_R4, VT_R8}) {
+    numbers[vt] = next++;
+  }
+  numbers[VT_INT] = numbers[VT_I4];
+  numbers[VT_UINT] = numbers[VT_UI4];
+  return numbers;
+}();
+
+template <class From, class To>
+outcome_t ConvertNumber(From value) {
+  if constexpr (std::is_same_v<From, To> || (std::is_integral_v<From> && std::is_floating_point_v<To>)) {
+    return Done(static_cast<To>(value));
+  } else if constexpr (std::is_integral_v<From>) {
+    return Fit<To>(value);
+  } else if constexpr (std::is_integral_v<To>) {
+    return RealToInteger<To>(value);
+  } else {
+    return std::is_same_v<To, float> ? RealToFloat(value) : Done(double{value});
+  }
+}
+
+using change_number_t = HRESULT (*)(tagVARIANT&, const tagVARIANT&, VARTYPE);
+
+template <std::size_t Pair>
+HRESULT ChangeNumber(tagVARIANT& destination, const tagVARIANT& source, VARTYPE target) {
+  using from_t = std::tuple_element_t<Pair / kNumbers, numbers_t>;
+  using to_t = std::tuple_element_t<Pair % kNumbers, numbers_t>;
+  from_t value;
+  std::memcpy(&value, &source.ullVal, sizeof value);
+  const outcome_t outcome = ConvertNumber<from_t, to_t>(value);
+  if (outcome.status == S_OK) Assign(destination, target, outcome.bits);
+  return outcome.status;
+}
+
+constexpr auto kChangeNumber = []<std::size_t... Pairs>(std::index_sequence<Pairs...>) {
+  return std::array<change_number_t, sizeof...(Pairs)>{ChangeNumber<Pairs>...};
+}
+(std::make_index_sequence<kNumbers * kNumbers>());
+
+[[gnu::noinline]] HRESULT ChangeAny(tagVARIANT& destination, const tagVARIANT& source, VARTYPE target) {
+  if (IsArray(source.vt) || IsArray(target) || IsArray(destination.vt)) return DISP_E_TYPEMISMATCH;
+  if (target == VT_DECIMAL) {
+    DECIMAL decimal{};
+    const HRESULT status = ConvertToDecimal(source, decimal);
+    if (status != S_OK) return status;
+    FreeOwned(destination);
+    SetDecimal(destination, decimal);
+    return S_OK;
+  }
+  const outcome_t outcome = source.vt == target ? ConvertToItself(source) : Convert(source, target);
+  if (outcome.status != S_OK) return outcome.status;
+  FreeOwned(destination);
+  Assign(destination, target, outcome.bits);
+  return S_OK;
 }
 
 }  // namespace
@@ -375,29 +451,21 @@ HRESULT VariantCopy(tagVARIANT* destination, const tagVARIANT* source) noexcept 
   FreeOwned(*destination);
   *destination = *source;
   if (source->vt != VT_BSTR || source->bstrVal == nullptr) return S_OK;
-  const outcome_t copy = ConvertToItself(*source);
-  if (copy.status != S_OK) {
-    VariantInit(destination);
-  } else {
-    Assign(*destination, VT_BSTR, copy.bits);
-  }
-  return copy.status;
+  destination->bstrVal = CopyOf(source->bstrVal);
+  if (destination->bstrVal != nullptr) return S_OK;
+  VariantInit(destination);
+  return E_OUTOFMEMORY;
 }
 
 HRESULT VariantChangeTypeEx(tagVARIANT* destination, const tagVARIANT* source, LCID /*lcid*/, std::uint16_t /*flags*/,
                             VARTYPE target) noexcept {
-  if (IsArray(source->vt | target | destination->vt)) return DISP_E_TYPEMISMATCH;
-  if (target == VT_DECIMAL) {
-    DECIMAL decimal{};
-    const HRESULT status = ConvertToDecimal(*source, decimal);
-    if (status != S_OK) return status;
-    FreeOwned(*destination);
-    SetDecimal(*destination, decimal);
-    return S_OK;
+  const std::size_t from = source->vt;
+  if (from < kNumberOf.size() && target < kNumberOf.size() && destination->vt < kNumberOf.size() &&
+      destination->vt != VT_BSTR) {
+    const std::size_t row = kNumberOf[from], column = kNumberOf[target];
+    if (row != kNumbers && column != kNumbers) {
+      return kChangeNumber[row * kNumbers + column](*destination, *source, target);
+    }
   }
-  const outcome_t outcome = source->vt == target ? ConvertToItself(*source) : Convert(*source, target);
-  if (outcome.status != S_OK) return outcome.status;
-  FreeOwned(*destination);
-  Assign(*destination, target, outcome.bits);
-  return S_OK;
+  return ChangeAny(*destination, *source, target);
 }

@@ -7,7 +7,9 @@
 //
 // Reals become integers by rounding half to even. A value that does not fit is DISP_E_OVERFLOW, a signed and an
 // unsigned type of one width included; NaN to an integer, CY, DATE or DECIMAL too. A pair that has no conversion,
-// or a text that is no such value, is DISP_E_TYPEMISMATCH. No state; any number of threads.
+// or a text that is no such value, is DISP_E_TYPEMISMATCH; so is every pair with VT_VARIANT, VT_DISPATCH or VT_UNKNOWN,
+// but a value of any type becomes its own type as a copy of its bits. A target that is no type of OLE's is
+// DISP_E_BADVARTYPE, a date without a text E_INVALIDARG. No state; any number of threads.
 #pragma once
 
 #include "platform/export.h"
