@@ -79,8 +79,8 @@ void KeepBlock(header_t* header, std::size_t index) {
 struct cache_closer_t {
   ~cache_closer_t() {
     for (std::size_t i = 0; i != kClasses; ++i) {
-      blockCache.room[i] = 0;
       while (free_block_t* const block = TakeBlock(i)) std::free(block);
+      blockCache.room[i] = 0;
     }
   }
   void Arm() {}
