@@ -4,6 +4,7 @@
 #include <bit>
 #include <cfloat>
 #include <cmath>
+#include <concepts>
 #include <cstdint>
 #include <limits>
 #include <type_traits>
@@ -58,16 +59,53 @@ ZOR_INLINE bool ConvertLoop(const From* __restrict in, std::size_t count, To* __
   }
 }
 
-template <class T>
+// The bound of the second test: without equality nothing is below it.
+double Nearness(bool equalPasses) { return equalPasses ? DBL_EPSILON : -1.0; }
+
+ZOR_INLINE bool Passes(double difference, double deadband, double nearness) {
+  return (difference > deadband) | (std::fabs(difference - deadband) < nearness);
+}
+
+// Differences of integers are integers, and if one passes, every larger one does: the smallest that passes stands for
+// the deadband.
+template <std::integral T>
 ZOR_INLINE bool PassesLoop(const T* __restrict a, const T* __restrict b, std::size_t count, double deadband,
                            bool equalPasses) {
-  // Mode without equality: the second test is switched off by a bound that nothing is below.
-  const double nearness = equalPasses ? DBL_EPSILON : -1.0;
+  using distance_t = std::make_unsigned_t<T>;
+  double smallest = std::floor(deadband);
+  if (!Passes(smallest, deadband, Nearness(equalPasses))) smallest += 1;
+  if (!(smallest <= double{std::numeric_limits<distance_t>::max()})) return false;
+  distance_t widest = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto x = static_cast<distance_t>(a[i]);
+    const auto y = static_cast<distance_t>(b[i]);
+    const auto distance = static_cast<distance_t>(b[i] > a[i] ? y - x : x - y);
+    widest = widest > distance ? widest : distance;
+  }
+  return widest >= static_cast<distance_t>(smallest);
+}
+
+ZOR_INLINE bool MayPass(const double*, const double*, std::size_t, double) { return true; }
+
+// Asks in single precision, which is quicker. Rounding keeps the order: a difference that rounds below what a little
+// less than the deadband rounds to does not pass. All others, not-a-number included, are for the exact test.
+ZOR_INLINE bool MayPass(const float* __restrict a, const float* __restrict b, std::size_t count, double deadband) {
+  const double below = deadband * (1 - 4 * DBL_EPSILON) - 2 * DBL_EPSILON;
+  const auto bound = static_cast<float>(std::min(below, double{FLT_MAX}));
+  std::int32_t may = 0;
+  for (std::size_t i = 0; i < count; ++i) may |= std::fabs(b[i] - a[i]) < bound ? 0 : 1;
+  return may != 0;
+}
+
+template <std::floating_point T>
+ZOR_INLINE bool PassesLoop(const T* __restrict a, const T* __restrict b, std::size_t count, double deadband,
+                           bool equalPasses) {
+  if (!MayPass(a, b, count, deadband)) return false;
+  const double nearness = Nearness(equalPasses);
   std::int64_t passed = 0;
   for (std::size_t i = 0; i < count; ++i) {
     const double difference = std::fabs(static_cast<double>(b[i]) - static_cast<double>(a[i]));
-    const bool passes = (difference > deadband) | (std::fabs(difference - deadband) < nearness);
-    passed |= passes ? 1 : 0;
+    passed |= Passes(difference, deadband, nearness) ? 1 : 0;
   }
   return passed != 0;
 }
@@ -183,12 +221,13 @@ bool CanCompare(VARTYPE element) noexcept { return FindPasses(element).compare !
 
 bool AnyPasses(VARTYPE element, const void* a, const void* b, std::size_t count, double deadband,
                bool equalPasses) noexcept {
-  constexpr std::size_t kBlock = 1024;  // a change near the front ends the search early
+  constexpr std::size_t kBlockBytes = 8192;  // a change near the front ends the search early
   const passes_row_t row = FindPasses(element);
-  for (std::size_t first = 0; first < count; first += kBlock) {
+  const std::size_t block = kBlockBytes / row.size;
+  for (std::size_t first = 0; first < count; first += block) {
     const std::size_t offset = first * row.size;
     if (row.compare(static_cast<const char*>(a) + offset, static_cast<const char*>(b) + offset,
-                    std::min(kBlock, count - first), deadband, equalPasses)) {
+                    std::min(block, count - first), deadband, equalPasses)) {
       return true;
     }
   }
