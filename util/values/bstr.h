@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <limits>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -49,6 +50,8 @@ class ZORUTIL_API CBstr {
   CBstr(const char* text) { *this = text; }
   CBstr(std::u16string_view text) { *this = text; }
   CBstr(std::string_view utf8) { *this = utf8; }
+  CBstr(const std::u16string& text) { *this = text; }
+  CBstr(const std::string& utf8) { *this = utf8; }
   CBstr(const CString& text) { *this = text.View(); }
   /// The variant's normal text (CVariant::Format).
   explicit CBstr(const CVariant& value) { *this = value; }
@@ -72,13 +75,24 @@ class ZORUTIL_API CBstr {
   CBstr& operator=(const char* text);
   CBstr& operator=(std::u16string_view text);
   CBstr& operator=(std::string_view utf8);
+  CBstr& operator=(const std::u16string& text) { return *this = std::u16string_view(text); }
+  CBstr& operator=(const std::string& utf8) { return *this = std::string_view(utf8); }
+  CBstr& operator=(const CString& text) { return *this = text.View(); }
+  CBstr& operator=(std::nullptr_t) noexcept {
+    Release();
+    return *this;
+  }
   CBstr& operator=(const CVariant& value);
   template <bstr_number T>
   CBstr& operator=(T value) {
-    if constexpr (std::floating_point<T>) return AssignReal(value);
-    if constexpr (std::same_as<T, char>) return AssignInteger(std::int64_t{static_cast<signed char>(value)});
-    if constexpr (std::signed_integral<T>) return AssignInteger(std::int64_t{value});
-    return AssignInteger(std::uint64_t{value});
+    if constexpr (std::floating_point<T>)
+      return AssignReal(value);
+    else if constexpr (std::same_as<T, char>)
+      return AssignInteger(std::int64_t{static_cast<signed char>(value)});
+    else if constexpr (std::signed_integral<T>)
+      return AssignInteger(std::int64_t{value});
+    else
+      return AssignInteger(std::uint64_t{value});
   }
 
   // --- reading ---------------------------------------------------------------------------------------------------

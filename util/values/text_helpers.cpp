@@ -14,9 +14,18 @@ bool TokenizeString(const CString& text, const std::function<bool(CString&)>& ca
 
 namespace names_private {
 
-const char* ValidateRawString(const char* text) noexcept { return text == nullptr ? "" : text; }
-const char16_t* ValidateRawString(const char16_t* text) noexcept { return text == nullptr ? u"" : text; }
-const wchar_t* ValidateRawString(const wchar_t* text) noexcept { return text == nullptr ? L"" : text; }
+namespace {
+
+template <class Unit>
+const Unit* ValidOr(const Unit* text, const Unit* empty) {
+  return text == nullptr || *text == Unit() ? empty : text;
+}
+
+}  // namespace
+
+const char* ValidateRawString(const char* text) noexcept { return ValidOr(text, ""); }
+const char16_t* ValidateRawString(const char16_t* text) noexcept { return ValidOr(text, u""); }
+const wchar_t* ValidateRawString(const wchar_t* text) noexcept { return ValidOr(text, L""); }
 
 }  // namespace names_private
 }  // namespace zorutil

@@ -59,6 +59,9 @@ void RequireDecimal(const DECIMAL& decimal) {
 // The two record forms, which call each other.
 struct value_io_t {
   static void WriteVariant(const tagVARIANT& value, ISerializer& out, int depth) {
+    if (value.vt == VT_VARIANT || (value.vt & VT_BYREF) != 0) {
+      CException::Throw(CException::kNoFixedSize, "a value of type " + std::to_string(value.vt) + " cannot be written");
+    }
     WriteLittle(out, value.vt);
     if (value.vt & VT_ARRAY) return WriteArrayOf(value, out, depth + 1);
     if (value.vt == VT_BSTR) return zorutil::WriteBstr(value.bstrVal, out);
@@ -66,9 +69,6 @@ struct value_io_t {
       DECIMAL decimal = GetDecimal(value);
       SwapValues(&decimal, 1, VT_DECIMAL);
       return out.Write(&decimal, sizeof decimal);
-    }
-    if (value.vt == VT_VARIANT || (value.vt & VT_BYREF) != 0) {
-      CException::Throw(CException::kNoFixedSize, "a value of type " + std::to_string(value.vt) + " cannot be written");
     }
     tagVARIANT copy = value;
     SwapValues(&copy.ullVal, 1, value.vt);
