@@ -112,11 +112,26 @@ void SetByteLength(BSTR text, std::uint32_t byteLength) {
   text[byteLength / 2 + byteLength % 2] = u'\0';
 }
 
+// Sixteen bytes a step, the last of which overlaps the one before: for short texts quicker than std::memcpy, in whose
+// place GCC puts a string instruction when it knows a bound of the length.
+void CopyBytes(void* to, const void* from, std::uint32_t count) {
+  constexpr std::uint32_t kStep = 16;
+  if (count < kStep || count > 16 * kStep) {
+    std::memcpy(to, from, count);
+    return;
+  }
+  auto* const out = static_cast<char*>(to);
+  const auto* const in = static_cast<const char*>(from);
+  for (std::uint32_t at = 0; at < count - kStep; at += kStep) std::memcpy(out + at, in + at, kStep);
+  std::memcpy(out + count - kStep, in + count - kStep, kStep);
+}
+
 // A text in the block, copied from `source` unless that is null.
 BSTR Fill(header_t* header, const void* source, std::uint32_t byteLength) {
   const auto text = reinterpret_cast<BSTR>(header + 1);
   SetByteLength(text, byteLength);
-  return source == nullptr ? text : static_cast<BSTR>(std::memcpy(text, source, byteLength));
+  if (source != nullptr) CopyBytes(text, source, byteLength);
+  return text;
 }
 
 [[gnu::noinline]] BSTR MakeInNewBlock(const void* source, std::uint32_t byteLength) {
