@@ -24,11 +24,6 @@ CGrowableBuffer& CGrowableBuffer::operator=(CGrowableBuffer&& other) noexcept {
 
 CGrowableBuffer::~CGrowableBuffer() { std::free(data_); }
 
-void CGrowableBuffer::SetSize(std::size_t size) {
-  if (size > capacity_) Reallocate(std::max(size, capacity_ + capacity_ / 2));
-  size_ = size;
-}
-
 void CGrowableBuffer::Reserve(std::size_t capacity) {
   if (capacity > capacity_) Reallocate(capacity);
 }
@@ -47,6 +42,8 @@ void CGrowableBuffer::Append(const void* bytes, std::size_t count) {
 }
 
 void CGrowableBuffer::Reset() noexcept { *this = CGrowableBuffer(); }
+
+void CGrowableBuffer::Grow(std::size_t size) { Reallocate(std::max(size, capacity_ + capacity_ / 2)); }
 
 // Stays out of line: it is rare, and GCC 12 takes the place of own bytes, told before the move, for a use after it.
 [[gnu::noinline]] void CGrowableBuffer::Reallocate(std::size_t capacity) {

@@ -30,7 +30,10 @@ class ZORPLATFORM_API CGrowableBuffer {
   std::span<const std::uint8_t> GetBytes() const noexcept { return {data_, size_}; }
 
   /// Cuts, or appends unset bytes. The memory is kept.
-  void SetSize(std::size_t size);
+  void SetSize(std::size_t size) {
+    if (size > capacity_) Grow(size);
+    size_ = size;
+  }
   void Reserve(std::size_t capacity);
   /// The bytes may lie in this buffer.
   void Append(const void* bytes, std::size_t count);
@@ -38,6 +41,7 @@ class ZORPLATFORM_API CGrowableBuffer {
   void Reset() noexcept;
 
  private:
+  void Grow(std::size_t size);
   void Reallocate(std::size_t capacity);
 
   std::uint8_t* data_ = nullptr;

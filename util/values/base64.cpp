@@ -64,20 +64,21 @@ void DecodeGroup(const unsigned (&c)[4], std::uint8_t (&bytes)[3]) {
 
 // W. Mula and D. Lemire, "Faster Base64 Encoding and Decoding Using AVX2 Instructions", ACM TWEB 12 (2018).
 
-constexpr std::size_t kBytesRead = 28;  // of which a step encodes 24
+constexpr std::size_t kBytesRead = 24;
 constexpr std::size_t kUnitsRead = 32;
 
 ZOR_AVX2 std::size_t EncodeAvx2(const unsigned char* data, std::size_t size, char16_t* out) {
+  // The first twelve bytes of the low half, the last twelve of the high one.
   const __m256i order = _mm256_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10,  //
-                                         1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10);
+                                         5, 4, 6, 5, 8, 7, 9, 8, 11, 10, 12, 11, 14, 13, 15, 14);
   const __m256i shifts = _mm256_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
                                           '0' - 52, '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0,  //
                                           'a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
                                           '0' - 52, '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0);
   std::size_t done = 0;
-  for (; size - done >= kBytesRead; done += 24, out += 32) {
+  for (; size - done >= kBytesRead; done += kBytesRead, out += kUnitsRead) {
     const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + done));
-    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + done + 12));
+    const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + done + 8));
     const __m256i in = _mm256_shuffle_epi8(_mm256_set_m128i(high, low), order);
     const __m256i even =
         _mm256_mulhi_epu16(_mm256_and_si256(in, _mm256_set1_epi32(0x0fc0fc00)), _mm256_set1_epi32(0x04000040));
@@ -139,6 +140,7 @@ bool base64_encode(const unsigned char* data, unsigned size, CString& out) {
   }
   const std::size_t length = (std::size_t{size} + 2) / 3 * 4;
   if (length > static_cast<std::size_t>(CString::kMaxLength)) throw std::length_error("base64 text too long");
+  if (static_cast<std::size_t>(out.GetCapacity()) < length) out.Empty();  // nothing of it is to be kept
   if (static_cast<std::size_t>(out.GetCapacity()) < length) out.Empty();  // nothing of it is to be kept
   char16_t* at = out.GetBuffer(static_cast<int>(length));
   std::size_t done = 0;

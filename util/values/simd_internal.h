@@ -11,11 +11,10 @@
 
 namespace simd {
 
-/// Asks the processor once.
+/// A look at what the run-time library asked the processor at the start.
 inline bool HasAvx2() noexcept {
 #if defined(__x86_64__)
-  static const bool has = __builtin_cpu_supports("avx2");
-  return has;
+  return __builtin_cpu_supports("avx2");
 #else
   return false;
 #endif
