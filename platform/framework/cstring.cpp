@@ -125,8 +125,6 @@ int CString::FindOneOf(std::u16string_view units) const noexcept {
   return static_cast<int>(View().find_first_of(units));
 }
 
-int CString::CompareNoCase(std::u16string_view other) const noexcept { return collation::CompareNoCase(View(), other); }
-
 void CString::SetAt(int index, char16_t unit) {
   assert(index >= 0 && index < GetLength());
   MakeOwn(Size(GetLength()));

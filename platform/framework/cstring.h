@@ -23,6 +23,7 @@
 #include <utility>
 
 #include "platform/export.h"
+#include "platform/text/collation.h"
 
 class ZORPLATFORM_API CString {
  public:
@@ -113,7 +114,7 @@ class ZORPLATFORM_API CString {
   /// By code units: negative, zero or positive.
   int Compare(std::u16string_view other) const noexcept { return View().compare(other); }
   /// The family's order of names (platform/text/collation.h): letter case does not count.
-  int CompareNoCase(std::u16string_view other) const noexcept;
+  int CompareNoCase(std::u16string_view other) const noexcept { return collation::CompareNoCase(View(), other); }
 
   // --- changing --------------------------------------------------------------------------------------------------
 

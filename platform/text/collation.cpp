@@ -62,13 +62,29 @@ std::size_t CommonLanes(const char16_t* a, const char16_t* b) {
   const auto common = static_cast<unsigned>(_mm_movemask_epi8(_mm_and_si128(ascii, same)));
   return static_cast<std::size_t>(std::countr_one(common)) / 2;
 }
+bool AreSameLanes(const char16_t* a, const char16_t* b) {
+  return _mm_movemask_epi8(_mm_cmpeq_epi16(LoadLanes(a), LoadLanes(b))) == 0xFFFF;
+}
 #else
 constexpr std::size_t kLanes = 1;
+
+bool AreSameLanes(const char16_t* a, const char16_t* b) { return *a == *b; }
 
 std::size_t CommonLanes(const char16_t* a, const char16_t* b) {
   return IsAscii(*a) && IsAscii(*b) && kRanks[*a] == kRanks[*b] ? 1 : 0;
 }
 #endif
+
+// Whether two texts are the same to the unit: what a look-up by name finds in the end, and quickly told.
+bool AreSame(std::u16string_view a, std::u16string_view b) {
+  if (a.size() != b.size()) return false;
+  if (a.size() < kLanes) return a == b;
+  const std::size_t last = a.size() - kLanes;
+  for (std::size_t at = 0; at < last; at += kLanes) {
+    if (!AreSameLanes(a.data() + at, b.data() + at)) return false;
+  }
+  return AreSameLanes(a.data() + last, b.data() + last);  // may overlap the step before
+}
 
 // How many of the first `length` units are ASCII and the same but for case; less where that is quicker to tell.
 std::size_t CommonBeginning(const char16_t* a, const char16_t* b, std::size_t length) {
@@ -150,6 +166,7 @@ int CompareWithoutCollator(std::u16string_view a, std::u16string_view b) noexcep
 }  // namespace internal
 
 int CompareNoCase(std::u16string_view a, std::u16string_view b) noexcept {
+  if (AreSame(a, b)) return 0;
   const std::size_t common = CommonBeginning(a.data(), b.data(), std::min(a.size(), b.size()));
   const char16_t* left = a.data() + common;
   const char16_t* right = b.data() + common;
