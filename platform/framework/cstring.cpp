@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "platform/text/collation.h"
+#include "platform/text/decimal_digits_internal.h"
 #include "platform/text/utf.h"
 
 namespace {
@@ -93,6 +94,20 @@ CString& CString::AssignAscii(std::string_view ascii) {
   if (!IsOwn() || ascii.size() > Size(GetCapacity())) Adopt(Allocate(ascii.size()), 0);
   utf::WidenAscii(ascii, text_);
   SetLength(ascii.size());
+  return *this;
+}
+
+CString& CString::AssignInteger(std::int64_t value) {
+  const auto bits = static_cast<std::uint64_t>(value);
+  return AssignInteger(value < 0, value < 0 ? 0 - bits : bits);
+}
+
+CString& CString::AssignInteger(bool negative, std::uint64_t magnitude) {
+  const std::size_t length = number_text::CountDigits(magnitude) + (negative ? 1 : 0);
+  if (!IsOwn() || length > Size(GetCapacity())) Adopt(Allocate(length), 0);
+  text_[0] = u'-';  // the first digit of a positive number takes its place
+  number_text::WriteDigits(magnitude, text_ + length);
+  SetLength(length);
   return *this;
 }
 

@@ -72,6 +72,9 @@ class ZORPLATFORM_API CString {
   CString& Assign(std::u16string_view text);
   /// Takes text known to be ASCII (bytes of 0x80 and above are taken as Latin-1), without a look at UTF-8.
   CString& AssignAscii(std::string_view ascii);
+  /// The decimal digits of a number.
+  CString& AssignInteger(std::int64_t value);
+  CString& AssignInteger(std::uint64_t value) { return AssignInteger(false, value); }
 
   void Swap(CString& other) noexcept { std::swap(text_, other.text_); }
   friend void swap(CString& a, CString& b) noexcept { a.Swap(b); }
@@ -229,6 +232,7 @@ class ZORPLATFORM_API CString {
   }
   static char16_t* Allocate(std::size_t capacity);
   static void Free(header_t* header) noexcept;
+  CString& AssignInteger(bool negative, std::uint64_t magnitude);
   std::size_t GrownCapacity(std::size_t length) const noexcept;
   void MakeOwn(std::size_t capacity);
   void Adopt(char16_t* text, std::size_t length) noexcept;

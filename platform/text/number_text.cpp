@@ -1,12 +1,13 @@
 #include "platform/text/number_text.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
+
+#include "platform/text/decimal_digits_internal.h"
 
 namespace number_text {
 namespace {
@@ -205,16 +206,6 @@ std::uint64_t ReadSaturating(const char16_t* at, const char16_t* end) {
   }
   return value;
 }
-
-constexpr std::array<std::uint64_t, 20> kPowersOfTen = [] {
-  std::array<std::uint64_t, 20> powers{};
-  std::uint64_t power = 1;
-  for (auto& each : powers) {
-    each = power;
-    power *= 10;
-  }
-  return powers;
-}();
 
 #if defined(__SIZEOF_INT128__)
 // significand / 10^places to nearest, for 0 <= places <= 19: a quotient of at least 64 bits whose last bit

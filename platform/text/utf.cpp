@@ -26,6 +26,7 @@ const byte_t* Bytes(const char* at) { return reinterpret_cast<const byte_t*>(at)
 
 constexpr std::size_t kBlock = 16;
 constexpr std::size_t kHalf = 8;
+constexpr std::size_t kQuarter = 4;
 
 #if defined(__SSE2__)
 
@@ -70,6 +71,12 @@ std::size_t ConvertHalf(const byte_t* in, char16_t* out) {
   const __m128i bytes = LoadHalf(in);
   Store(out, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
   return UnitsBefore(_mm_movemask_epi8(bytes), kHalf);
+}
+
+void WidenQuarter(const byte_t* in, char16_t* out) {
+  int bytes;
+  std::memcpy(&bytes, in, sizeof bytes);
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_unpacklo_epi8(_mm_cvtsi32_si128(bytes), _mm_setzero_si128()));
 }
 
 std::size_t ConvertHalf(const char16_t* in, char* out) {
@@ -479,11 +486,23 @@ bool IsAscii(std::u16string_view text) noexcept {
 
 void WidenAscii(std::string_view text, char16_t* out) noexcept {
   const byte_t* const bytes = Bytes(text.data());
+  const std::size_t size = text.size();
   std::size_t i = 0;
 #if defined(__SSE2__)
-  for (; text.size() - i >= kBlock; i += kBlock) ConvertBlock(bytes + i, out + i);
+  for (; size - i >= kBlock; i += kBlock) ConvertBlock(bytes + i, out + i);
+  // What does not fill a block, in two halves or two quarters that may overlap: the texts of numbers are that long.
+  if (size - i >= kHalf) {
+    ConvertHalf(bytes + i, out + i);
+    ConvertHalf(bytes + size - kHalf, out + size - kHalf);
+    return;
+  }
+  if (size - i >= kQuarter) {
+    WidenQuarter(bytes + i, out + i);
+    WidenQuarter(bytes + size - kQuarter, out + size - kQuarter);
+    return;
+  }
 #endif
-  for (; i != text.size(); ++i) out[i] = bytes[i];
+  for (; i != size; ++i) out[i] = bytes[i];
 }
 
 // Strings are made piece by piece from a buffer on the stack: that is quicker than to measure first, or to fill
