@@ -243,8 +243,8 @@ void CVariant::Format(CString& out, format_t format) const {
     return;
   }
   switch (RowOf(vt).kind) {
-    case kind_t::integer: return give(number_text::FormatInteger(IntegerOf(*this), text));
-    case kind_t::natural: return give(number_text::FormatInteger(NaturalOf(*this), text));
+    case kind_t::integer: out.AssignInteger(IntegerOf(*this)); return;
+    case kind_t::natural: out.AssignInteger(NaturalOf(*this)); return;
     case kind_t::real: return give(number_text::FormatGeneral(RealOf(*this), DigitsOf(*this, format), text));
     case kind_t::truth: out = boolVal != 0 ? u"1" : u"0"; return;
     case kind_t::text: out = SysStringView(bstrVal); return;
