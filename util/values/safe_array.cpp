@@ -35,10 +35,6 @@ std::uint16_t FeaturesOf(VARTYPE element) {
 
 }  // namespace
 
-std::size_t CSafeArray::SlotSize(VARTYPE element) noexcept {
-  return element == VT_BSTR ? sizeof(BSTR) : CVariant::SizeOf(element);
-}
-
 void* CSafeArray::operator new(std::size_t) {
   static_assert(sizeof(CSafeArray) == sizeof(tagSAFEARRAY));
   tagSAFEARRAY* const descriptor = SafeArrayAllocDescriptor();
@@ -109,7 +105,9 @@ void CSafeArray::_Shape(std::uint32_t rows, std::uint32_t columns, VARTYPE eleme
 // data, which tells it from an array without data.
 void CSafeArray::_Alloc(bool zeroed) {
   const std::size_t count = std::size_t{GetNumRows()} * GetNumCols();
-  pvData = SafeArrayAllocData(std::max<std::size_t>(count * SlotSize(GetVarType()), 1), zeroed);
+  // A string is reported as 4 bytes, but takes a whole pointer.
+  const std::size_t slot = fFeatures & FADF_BSTR ? sizeof(BSTR) : cbElements;
+  pvData = SafeArrayAllocData(std::max<std::size_t>(count * slot, 1), zeroed);
   if (pvData == nullptr) ThrowNoMemory();
 }
 
@@ -156,21 +154,28 @@ void CSafeArray::_Swap(CSafeArray& other) noexcept {
   other.SetVarType(vt);
 }
 
+// The element is whole before the old content of `out` goes, which may own this array.
 bool CSafeArray::GetElement(std::uint32_t index, CVariant& out) const {
-  out.Clear();
+  CVariant element;
+  const bool found = _CopyElement(index, element);
+  out = std::move(element);
+  return found;
+}
+
+bool CSafeArray::_CopyElement(std::uint32_t index, CVariant& empty) const {
   const VARTYPE element = GetVarType();
   if (index >= GetNumElements() || element == VT_EMPTY || cbElements == 0) return false;
   if (element == VT_BSTR) {
-    out.AttachString(CBstr(Strings(*this)[index]).Detach());
-  } else if (cbElements <= sizeof out.ullVal) {
-    out.vt = element;
-    std::memcpy(&out.ullVal, Bytes(*this) + std::size_t{index} * cbElements, cbElements);
+    empty.AttachString(CBstr(Strings(*this)[index]).Detach());
+  } else if (cbElements <= sizeof empty.ullVal) {
+    empty.vt = element;
+    std::memcpy(&empty.ullVal, Bytes(*this) + std::size_t{index} * cbElements, cbElements);
   } else if (element == VT_VARIANT) {
-    out = Variants(*this)[index];
+    empty = Variants(*this)[index];
   } else if (element == VT_DECIMAL) {
     DECIMAL decimal;
     std::memcpy(&decimal, Bytes(*this) + std::size_t{index} * sizeof decimal, sizeof decimal);
-    SetDecimal(out, decimal);
+    SetDecimal(empty, decimal);
   } else {
     return false;
   }
@@ -209,7 +214,10 @@ std::u16string_view CSafeArray::GetText(std::uint32_t index) const noexcept {
 bool CSafeArray::SetText(std::uint32_t index, std::u16string_view text) {
   if (GetVarType() != VT_BSTR || index >= GetNumElements()) return false;
   const char16_t* const data = text.data() == nullptr ? u"" : text.data();
-  if (!SysReAllocStringLen(&Strings(*this)[index], data, static_cast<std::uint32_t>(text.size()))) ThrowNoMemory();
+  if (!std::in_range<std::uint32_t>(text.size()) ||
+      !SysReAllocStringLen(&Strings(*this)[index], data, static_cast<std::uint32_t>(text.size()))) {
+    ThrowNoMemory();
+  }
   return true;
 }
 

@@ -46,6 +46,7 @@ class ZORUTIL_API CSafeArray : public tagSAFEARRAY {
   // --- what it knows ---------------------------------------------------------------------------------------------
 
   VARTYPE GetVarType() const noexcept { return SafeArrayGetVartype(*this); }
+  /// Restamps the elements, which stay as they are: a type of the same size that owns nothing, or VT_EMPTY.
   void SetVarType(VARTYPE vt) noexcept { SafeArraySetVartype(*this, vt); }
   std::uint32_t GetNumElements() const noexcept {
     if (pvData == nullptr) return 0;
@@ -72,9 +73,6 @@ class ZORUTIL_API CSafeArray : public tagSAFEARRAY {
   void Format(CString& out, bool full) const;
   void FormatEx(CString& out) const { Format(out, true); }
 
-  /// Bytes that one element takes in pvData: SizeOf the type, but a whole pointer for a string.
-  static std::size_t SlotSize(VARTYPE element) noexcept;
-
  private:
   friend struct safe_array_access_t;
 
@@ -84,6 +82,7 @@ class ZORUTIL_API CSafeArray : public tagSAFEARRAY {
   void _Alloc(bool zeroed);
   void _Release() noexcept;
   void _CopyElements(const void* data);
+  bool _CopyElement(std::uint32_t index, CVariant& empty) const;
   void _Swap(CSafeArray& other) noexcept;
   bool _OwnsElements() const noexcept { return (fFeatures & (FADF_BSTR | FADF_VARIANT)) != 0; }
 };

@@ -122,7 +122,10 @@ CVariant CVariant::FromDecimal(const DECIMAL& value) noexcept {
 CVariant& CVariant::operator=(std::u16string_view text) {
   if (vt != VT_BSTR) return *this = CVariant(text);
   const char16_t* const data = text.data() == nullptr ? u"" : text.data();
-  if (!SysReAllocStringLen(&bstrVal, data, static_cast<std::uint32_t>(text.size()))) throw std::bad_alloc();
+  if (!std::in_range<std::uint32_t>(text.size()) ||
+      !SysReAllocStringLen(&bstrVal, data, static_cast<std::uint32_t>(text.size()))) {
+    throw std::bad_alloc();
+  }
   return *this;
 }
 

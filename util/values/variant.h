@@ -19,6 +19,7 @@
 #include <cstring>
 #include <iosfwd>
 #include <span>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -61,6 +62,8 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   CVariant(const char* text);
   CVariant(std::u16string_view text);
   CVariant(std::string_view utf8);
+  CVariant(const std::u16string& text) : CVariant(std::u16string_view(text)) {}
+  CVariant(const std::string& utf8) : CVariant(std::string_view(utf8)) {}
   CVariant(const CString& text) : CVariant(text.View()) {}
   /// Arrays of one dimension, and of rows times columns; see CreateArray.
   CVariant(unsigned count, VARTYPE element, const void* data);
@@ -110,7 +113,13 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   CVariant& operator=(const char* text) { return *this = CVariant(text); }
   CVariant& operator=(std::u16string_view text);
   CVariant& operator=(std::string_view utf8) { return *this = CVariant(utf8); }
+  CVariant& operator=(const std::u16string& text) { return *this = std::u16string_view(text); }
+  CVariant& operator=(const std::string& utf8) { return *this = std::string_view(utf8); }
   CVariant& operator=(const CString& text) { return *this = text.View(); }
+  CVariant& operator=(std::nullptr_t) noexcept {
+    Clear();
+    return *this;
+  }
 
   void Swap(CVariant& other) noexcept { std::swap(static_cast<tagVARIANT&>(*this), static_cast<tagVARIANT&>(other)); }
   friend void swap(CVariant& a, CVariant& b) noexcept { a.Swap(b); }

@@ -79,6 +79,8 @@ HRESULT CVariant::_ConvertArrayType(VARTYPE target, LCID lcid, bool checkSign) {
   const std::uint32_t columns = source.GetNumCols();
   if (rows > kMaxArrayExtent || columns > kMaxArrayExtent) return E_INVALIDARG;
   if (source.GetVarType() != from) return E_INVALIDARG;
+  if (to > VT_UINT) return DISP_E_BADVARTYPE;
+  if (SizeOf(to) == 0) return DISP_E_TYPEMISMATCH;
 
   const bool inOneLoop = array_kernels::CanConvert(from, to);
   array_owner_t made = safe_array_access_t::Make(rows, columns, to, !inOneLoop);
@@ -91,7 +93,7 @@ HRESULT CVariant::_ConvertArrayType(VARTYPE target, LCID lcid, bool checkSign) {
     for (std::uint32_t i = 0; i < count && result >= 0; ++i) {
       source.GetElement(i, element);
       result = element.ConvertTypeEx(to, lcid, checkSign);
-      if (result >= 0) made->SetElement(i, element);
+      if (result >= 0 && !made->SetElement(i, element)) result = DISP_E_TYPEMISMATCH;
     }
   }
   if (result < 0) return result;

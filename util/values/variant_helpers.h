@@ -23,6 +23,7 @@ namespace detail {
 ZORUTIL_API void Assign(CVariant& target, std::u16string_view text);
 ZORUTIL_API void Assign(CVariant& target, const CString& text);
 ZORUTIL_API void Assign(CVariant& target, std::string_view utf8);
+inline void Assign(CVariant& target, const std::u16string& text) { Assign(target, std::u16string_view(text)); }
 inline void Assign(CVariant& target, const std::string& utf8) { Assign(target, std::string_view(utf8)); }
 ZORUTIL_API void Assign(CVariant& target, const char16_t* text);
 ZORUTIL_API void Assign(CVariant& target, const wchar_t* text);
