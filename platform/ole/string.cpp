@@ -169,6 +169,10 @@ BSTR SysAllocStringByteLen(const char* bytes, std::uint32_t length) noexcept {
   return length > kMaxByteLength ? nullptr : Make(bytes, length);
 }
 
+BSTR SysCopyString(const char16_t* text) noexcept {
+  return text == nullptr ? nullptr : SysAllocStringByteLen(reinterpret_cast<const char*>(text), SysStringByteLen(text));
+}
+
 bool SysReAllocStringLen(BSTR* text, const char16_t* source, std::uint32_t length) noexcept {
   if (length > kMaxByteLength / 2) return false;
   const std::uint32_t byteLength = length * 2;

@@ -22,6 +22,8 @@ ZORPLATFORM_API BSTR SysAllocStringLen(const char16_t* text, std::uint32_t lengt
 /// `length` bytes, which may be odd, copied or, when `bytes` is null, left unset. The NUL stands behind the last unit
 /// that the bytes begin.
 ZORPLATFORM_API BSTR SysAllocStringByteLen(const char* bytes, std::uint32_t length) noexcept;
+/// A copy of a BSTR, byte for byte; null gives null.
+ZORPLATFORM_API BSTR SysCopyString(const char16_t* text) noexcept;
 /// Gives `*text` a new content, in its own memory where that is large enough. `source` may lie inside `*text`;
 /// null keeps what is there and leaves what is added unset. False when memory is short or the length too large: then
 /// `*text` is as it was.

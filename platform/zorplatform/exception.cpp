@@ -3,29 +3,26 @@
 namespace zorplatform {
 namespace {
 
-std::string_view NameOf(int code) {
+const char* NameOf(int code) {
   switch (code) {
-    case CException::kEndOfStream: return "end of stream or corrupt data";
-    case CException::kAllocation: return "allocation failed";
-    case CException::kShortRead: return "short read";
-    case CException::kBadAddress: return "bad address or port";
-    case CException::kNoFixedSize: return "array of a type without fixed size";
-    default: return "unknown code";
+    case CException::kEndOfStream: return "zorplatform exception -1: end of stream or corrupt data";
+    case CException::kAllocation: return "zorplatform exception -2: allocation failed";
+    case CException::kShortRead: return "zorplatform exception -3: short read";
+    case CException::kBadAddress: return "zorplatform exception -4: bad address or port";
+    case CException::kNoFixedSize: return "zorplatform exception -5: array of a type without fixed size";
+    default: return "zorplatform exception";
   }
-}
-
-std::string DefaultText(int code) {
-  return "zorplatform exception " + std::to_string(code) + ": " + std::string(NameOf(code));
 }
 
 }  // namespace
 
-CException::CException(int code, std::string text)
-    : code_(code), text_(text.empty() ? DefaultText(code) : std::move(text)) {}
+CException::CException(int code, std::string text) : code_(code), text_(std::move(text)) {}
 
 CException::CException(const CException&) = default;
 CException& CException::operator=(const CException&) = default;
 CException::~CException() = default;
+
+const char* CException::what() const noexcept { return text_.empty() ? NameOf(code_) : text_.c_str(); }
 
 void CException::Throw(int code) { throw CException(code); }
 

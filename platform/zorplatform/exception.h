@@ -32,7 +32,7 @@ class ZORPLATFORM_API CException : public std::exception {
   ~CException() override;
 
   int GetCode() const noexcept { return code_; }
-  const char* what() const noexcept override { return text_.c_str(); }
+  const char* what() const noexcept override;
 
   [[noreturn]] static void Throw(int code);
   [[noreturn]] static void Throw(int code, std::string_view text);

@@ -37,7 +37,7 @@ constexpr std::uint32_t kMaxArrayExtent = 65535;
 // the three steps one after another have.
 bool CanScaleInOnePass(const CVariant& value, VARTYPE from, VARTYPE to) {
   const CSafeArray* const array = value.GetArray();
-  if (array == nullptr || array->GetVarType() != from) return false;
+  if (array == nullptr || array->GetVarType() != from || !array->HoldsItsType()) return false;
   const bool converts = from != VT_R8 || to != VT_R8;
   if (converts && (array->GetNumRows() > kMaxArrayExtent || array->GetNumCols() > kMaxArrayExtent)) return false;
   return array_kernels::CanConvert(from, VT_R8) && array_kernels::CanConvert(VT_R8, to);

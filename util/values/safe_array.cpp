@@ -31,7 +31,13 @@ std::uint16_t FeaturesOf(VARTYPE element) {
   return static_cast<std::uint16_t>(features);
 }
 
-[[noreturn]] void ThrowNoMemory() { CException::Throw(CException::kAllocation, "no memory for an array"); }
+[[noreturn]] void ThrowNoMemory() { CException::Throw(CException::kAllocation); }
+
+BSTR CopyString(const char16_t* text) {
+  const BSTR copy = SysCopyString(text);
+  if (copy == nullptr && text != nullptr) ThrowNoMemory();
+  return copy;
+}
 
 }  // namespace
 
@@ -133,9 +139,7 @@ void CSafeArray::_CopyElements(const void* data) {
     if (fFeatures & FADF_BSTR) {
       const auto* source = static_cast<const BSTR*>(data);
       for (std::uint32_t i = 0; i < count; ++i) {
-        if (source[i] == nullptr) continue;
-        Strings(*this)[i] = SysAllocStringLen(source[i], SysStringLen(source[i]));
-        if (Strings(*this)[i] == nullptr) ThrowNoMemory();
+        Strings(*this)[i] = CopyString(source[i]);
       }
     } else {
       const auto* source = static_cast<const tagVARIANT*>(data);
@@ -154,6 +158,13 @@ void CSafeArray::_Swap(CSafeArray& other) noexcept {
   other.SetVarType(vt);
 }
 
+// Whether the type word, which anybody may set, still describes the memory.
+bool CSafeArray::HoldsItsType() const noexcept {
+  const VARTYPE element = GetVarType();
+  return cbElements != 0 && cbElements == CVariant::SizeOf(element) &&
+         (fFeatures & (FADF_BSTR | FADF_VARIANT)) == (FeaturesOf(element) & (FADF_BSTR | FADF_VARIANT));
+}
+
 // The element is whole before the old content of `out` goes, which may own this array.
 bool CSafeArray::GetElement(std::uint32_t index, CVariant& out) const {
   CVariant element;
@@ -164,9 +175,9 @@ bool CSafeArray::GetElement(std::uint32_t index, CVariant& out) const {
 
 bool CSafeArray::_CopyElement(std::uint32_t index, CVariant& empty) const {
   const VARTYPE element = GetVarType();
-  if (index >= GetNumElements() || element == VT_EMPTY || cbElements == 0) return false;
+  if (index >= GetNumElements() || !HoldsItsType()) return false;
   if (element == VT_BSTR) {
-    empty.AttachString(CBstr(Strings(*this)[index]).Detach());
+    empty.AttachString(CopyString(Strings(*this)[index]));
   } else if (cbElements <= sizeof empty.ullVal) {
     empty.vt = element;
     std::memcpy(&empty.ullVal, Bytes(*this) + std::size_t{index} * cbElements, cbElements);
@@ -184,7 +195,7 @@ bool CSafeArray::_CopyElement(std::uint32_t index, CVariant& empty) const {
 
 bool CSafeArray::SetElement(std::uint32_t index, const CVariant& value) {
   const VARTYPE element = GetVarType();
-  if (index >= GetNumElements() || element == VT_EMPTY || cbElements == 0) return false;
+  if (index >= GetNumElements() || !HoldsItsType()) return false;
   if (element == VT_VARIANT) {
     Variants(*this)[index] = value;
     return true;
@@ -194,11 +205,16 @@ bool CSafeArray::SetElement(std::uint32_t index, const CVariant& value) {
     if (!converted.ConvertType(element, CVariant::CONVERT_OR_CLEAR)) return false;
     return SetElement(index, converted);
   }
-  if (element == VT_BSTR) return SetText(index, SysStringView(value.bstrVal));
+  if (element == VT_BSTR) {
+    const BSTR copy = CopyString(value.bstrVal);
+    SysFreeString(std::exchange(Strings(*this)[index], copy));
+    return true;
+  }
   if (cbElements <= sizeof value.ullVal) {
     std::memcpy(Bytes(*this) + std::size_t{index} * cbElements, &value.ullVal, cbElements);
   } else if (element == VT_DECIMAL) {
-    const DECIMAL decimal = GetDecimal(value);
+    DECIMAL decimal = GetDecimal(value);
+    decimal.wReserved = 0;  // equal decimals of arrays are equal bytes
     std::memcpy(Bytes(*this) + std::size_t{index} * sizeof decimal, &decimal, sizeof decimal);
   } else {
     return false;
@@ -207,12 +223,12 @@ bool CSafeArray::SetElement(std::uint32_t index, const CVariant& value) {
 }
 
 std::u16string_view CSafeArray::GetText(std::uint32_t index) const noexcept {
-  if (GetVarType() != VT_BSTR || index >= GetNumElements()) return {};
+  if (GetVarType() != VT_BSTR || index >= GetNumElements() || !HoldsItsType()) return {};
   return SysStringView(Strings(*this)[index]);
 }
 
 bool CSafeArray::SetText(std::uint32_t index, std::u16string_view text) {
-  if (GetVarType() != VT_BSTR || index >= GetNumElements()) return false;
+  if (GetVarType() != VT_BSTR || index >= GetNumElements() || !HoldsItsType()) return false;
   const char16_t* const data = text.data() == nullptr ? u"" : text.data();
   if (!std::in_range<std::uint32_t>(text.size()) ||
       !SysReAllocStringLen(&Strings(*this)[index], data, static_cast<std::uint32_t>(text.size()))) {

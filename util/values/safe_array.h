@@ -7,8 +7,10 @@
 //   array->Destroy();
 //
 // Elements lie row after row: (r, c) has index r * columns + c. Strings and variants inside are owned and deep-copied
-// wherever elements are copied. Always made with new, because the element VARTYPE stands in front of the descriptor.
-// One thread at a time changes an array, any number may read it. zorplatform::CException -2 when memory is short.
+// wherever elements are copied. Always made with new, because the element VARTYPE stands in front of the descriptor,
+// and ended with Destroy. Arrays inside arrays are freed, copied and compared by recursion, so nest them by the
+// hundred, not by the hundred thousand. One thread at a time changes an array, any number may read it.
+// zorplatform::CException -2 when memory is short.
 #pragma once
 
 #include <cstddef>
@@ -25,7 +27,7 @@ namespace zorutil {
 class ISerializer;
 }
 
-class ZORUTIL_API CSafeArray : public tagSAFEARRAY {
+class ZORUTIL_API CSafeArray final : public tagSAFEARRAY {
  public:
   /// No elements of type VT_EMPTY.
   CSafeArray() : CSafeArray(0, VT_EMPTY, nullptr) {}
@@ -36,9 +38,9 @@ class ZORUTIL_API CSafeArray : public tagSAFEARRAY {
   CSafeArray(std::uint16_t rows, std::uint16_t columns, VARTYPE element, const void* data);
   CSafeArray(const CSafeArray& other);
   CSafeArray& operator=(const CSafeArray& other);
-  ~CSafeArray();
 
   static void* operator new(std::size_t);
+  static void* operator new[](std::size_t) = delete;
   static void operator delete(void* descriptor) noexcept;
   /// Frees elements and descriptor.
   void Destroy() { delete this; }
@@ -48,6 +50,8 @@ class ZORUTIL_API CSafeArray : public tagSAFEARRAY {
   VARTYPE GetVarType() const noexcept { return SafeArrayGetVartype(*this); }
   /// Restamps the elements, which stay as they are: a type of the same size that owns nothing, or VT_EMPTY.
   void SetVarType(VARTYPE vt) noexcept { SafeArraySetVartype(*this, vt); }
+  /// False when the type has been set to one that the elements are not stored as; they cannot be read then.
+  bool HoldsItsType() const noexcept;
   std::uint32_t GetNumElements() const noexcept {
     if (pvData == nullptr) return 0;
     return cDims == 2 ? rgsabound[0].cElements * rgsabound[1].cElements : rgsabound[0].cElements;
@@ -75,6 +79,9 @@ class ZORUTIL_API CSafeArray : public tagSAFEARRAY {
 
  private:
   friend struct safe_array_access_t;
+
+  // Not for the stack, nor for a member: there is no room for the VARTYPE in front.
+  ~CSafeArray();
 
   struct no_data_t {};
   explicit CSafeArray(no_data_t) noexcept { _Shape(1, 0, 0); }

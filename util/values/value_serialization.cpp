@@ -28,6 +28,10 @@ constexpr std::size_t kFirstElements = 4096;  // room set aside before elements 
   CException::Throw(CException::kEndOfStream, "corrupt value: " + what);
 }
 
+[[noreturn]] void ThrowUnwritable(const char* what, VARTYPE type) {
+  CException::Throw(CException::kNoFixedSize, what + (" of type " + std::to_string(type)) + " cannot be written");
+}
+
 void RequireDepth(int depth) {
   if (depth > kMaxNesting) ThrowCorrupt("arrays nested deeper than " + std::to_string(kMaxNesting));
 }
@@ -59,14 +63,13 @@ void RequireDecimal(const DECIMAL& decimal) {
 // The two record forms, which call each other.
 struct value_io_t {
   static void WriteVariant(const tagVARIANT& value, ISerializer& out, int depth) {
-    if (value.vt == VT_VARIANT || (value.vt & VT_BYREF) != 0) {
-      CException::Throw(CException::kNoFixedSize, "a value of type " + std::to_string(value.vt) + " cannot be written");
-    }
+    if (value.vt == VT_VARIANT || (value.vt & ~(VT_TYPEMASK | VT_ARRAY)) != 0) ThrowUnwritable("a value", value.vt);
     WriteLittle(out, value.vt);
     if (value.vt & VT_ARRAY) return WriteArrayOf(value, out, depth + 1);
     if (value.vt == VT_BSTR) return zorutil::WriteBstr(value.bstrVal, out);
     if (value.vt == VT_DECIMAL) {
       DECIMAL decimal = GetDecimal(value);
+      RequireDecimal(decimal);
       SwapValues(&decimal, 1, VT_DECIMAL);
       return out.Write(&decimal, sizeof decimal);
     }
@@ -75,19 +78,22 @@ struct value_io_t {
     if (const unsigned size = CVariant::SizeOf(value.vt); size != 0) out.Write(&copy.ullVal, size);
   }
 
-  static void WriteArray(const CSafeArray& array, ISerializer& out, int depth) {
+  static void WriteArray(const CSafeArray& array, VARTYPE element, ISerializer& out, int depth) {
     RequireDepth(depth);
     const std::uint32_t count = array.GetNumElements();
-    WriteHead(array.GetVarType(), array.GetNumRows(), array.pvData == nullptr ? 0 : array.GetNumCols(), array.fFeatures,
-              out);
+    const bool isPlainEmpty = element == VT_EMPTY && count == 0;
+    if (array.cbElements != CVariant::SizeOf(element) || (array.cbElements == 0 && !isPlainEmpty)) {
+      ThrowUnwritable("an array", element);
+    }
+    WriteHead(element, array.GetNumRows(), array.pvData == nullptr ? 0 : array.GetNumCols(), array.fFeatures, out);
     if (array.fFeatures & FADF_BSTR) {
       for (std::uint32_t i = 0; i < count; ++i) zorutil::WriteBstr(static_cast<const BSTR*>(array.pvData)[i], out);
     } else if (array.fFeatures & FADF_VARIANT) {
       for (std::uint32_t i = 0; i < count; ++i) WriteVariant(static_cast<const CVariant*>(array.pvData)[i], out, depth);
     } else if constexpr (std::endian::native == std::endian::big) {
-      CSafeArray swapped(array);
-      SwapValues(swapped.pvData, count, array.GetVarType());
-      zorutil::primitives::WriteBytes(out, swapped.pvData, array.GetByteLength());
+      const array_owner_t swapped(new CSafeArray(array));
+      SwapValues(swapped->pvData, count, element);
+      zorutil::primitives::WriteBytes(out, swapped->pvData, array.GetByteLength());
     } else {
       zorutil::primitives::WriteBytes(out, array.pvData, array.GetByteLength());
     }
@@ -130,7 +136,7 @@ struct value_io_t {
     const std::uint64_t count = std::uint64_t{rows} * columns;
     if (count > std::numeric_limits<std::uint32_t>::max())
       ThrowCorrupt("an array of " + std::to_string(rows) + " rows and " + std::to_string(columns) + " columns");
-    if (element > VT_UINT || (CVariant::SizeOf(element) == 0 && count != 0)) {
+    if (element > VT_UINT || (CVariant::SizeOf(element) == 0 && (element != VT_EMPTY || count != 0))) {
       ThrowCorrupt("an array of type " + std::to_string(element));
     }
     array_owner_t array = safe_array_access_t::MakeShape(rows, columns, element);
@@ -156,10 +162,16 @@ struct value_io_t {
     WriteLittle(out, features);
   }
 
-  // A null array is written as an array of no elements of its type.
+  // A null array is written as an array of no elements of its type; one without a type of its own has the value's.
   static void WriteArrayOf(const tagVARIANT& value, ISerializer& out, int depth) {
-    if (value.parray != nullptr) return WriteArray(static_cast<const CSafeArray&>(*value.parray), out, depth);
-    WriteArray(*array_owner_t(new CSafeArray(0, static_cast<VARTYPE>(value.vt & ~VT_ARRAY), nullptr)), out, depth);
+    const auto element = static_cast<VARTYPE>(value.vt & ~VT_ARRAY);
+    if (value.parray != nullptr) {
+      const auto& array = static_cast<const CSafeArray&>(*value.parray);
+      const VARTYPE own = array.GetVarType();
+      if (own != element && own != VT_EMPTY) ThrowUnwritable("an array in a value", own);
+      return WriteArray(array, element, out, depth);
+    }
+    WriteArray(*array_owner_t(new CSafeArray(0, element, nullptr)), element, out, depth);
   }
 
   // Reads elements that own something, and only then makes room for all of them in the shaped, still empty array.
@@ -205,7 +217,8 @@ void Deserialize(tagVARIANT& value, ISerializer& in) {
 }
 
 void Serialize(const tagSAFEARRAY& array, ISerializer& out) {
-  value_io_t::WriteArray(static_cast<const CSafeArray&>(array), out, 1);
+  const auto& source = static_cast<const CSafeArray&>(array);
+  value_io_t::WriteArray(source, source.GetVarType(), out, 1);
 }
 
 void Deserialize(tagSAFEARRAY& array, ISerializer& in) {

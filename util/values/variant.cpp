@@ -2,10 +2,13 @@
 
 #include <bit>
 #include <cmath>
+#include <limits>
 #include <new>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 
+#include "platform/framework/invalid_arg.h"
 #include "platform/framework/string_array.h"
 #include "platform/ole/variant_conversion.h"
 #include "platform/text/number_text.h"
@@ -74,6 +77,13 @@ VARTYPE PlainInt(VARTYPE vt) {
   return vt;
 }
 
+std::uint16_t CheckedExtent(unsigned extent) {
+  if (extent > std::numeric_limits<std::uint16_t>::max()) {
+    throw CInvalidArgException("an array of " + std::to_string(extent) + " rows or columns: at most 65535");
+  }
+  return static_cast<std::uint16_t>(extent);
+}
+
 CSafeArray* NewArray(std::uint32_t count, VARTYPE element, const void* data) {
   return new CSafeArray(count, element, element == VT_BSTR ? nullptr : data);
 }
@@ -108,7 +118,7 @@ CVariant::CVariant(unsigned count, VARTYPE element, const void* data) : CVariant
   CreateArray(count, data);
 }
 
-CVariant::CVariant(unsigned short rows, unsigned short columns, VARTYPE element, const void* data) : CVariant() {
+CVariant::CVariant(unsigned rows, unsigned columns, VARTYPE element, const void* data) : CVariant() {
   vt = element;
   CreateArray(rows, columns, data);
 }
@@ -120,7 +130,7 @@ CVariant CVariant::FromDecimal(const DECIMAL& value) noexcept {
 }
 
 CVariant& CVariant::operator=(std::u16string_view text) {
-  if (vt != VT_BSTR) return *this = CVariant(text);
+  if (vt != VT_BSTR || text.size() > static_cast<std::size_t>(CString::kMaxLength)) return *this = CVariant(text);
   const char16_t* const data = text.data() == nullptr ? u"" : text.data();
   if (!std::in_range<std::uint32_t>(text.size()) ||
       !SysReAllocStringLen(&bstrVal, data, static_cast<std::uint32_t>(text.size()))) {
@@ -131,11 +141,13 @@ CVariant& CVariant::operator=(std::u16string_view text) {
 
 void CVariant::AttachData(tagVARIANT& data) noexcept {
   if (&data == this) return;
-  Clear();
-  SetRecord(std::exchange(data, tagVARIANT{}));
+  CVariant taken;  // before the old value goes, which may hold the record
+  taken.SetRecord(std::exchange(data, tagVARIANT{}));
+  Swap(taken);
 }
 
 void CVariant::AttachString(BSTR text) noexcept {
+  if (vt == VT_BSTR && bstrVal == text) return;
   Clear();
   vt = VT_BSTR;
   bstrVal = text;
@@ -146,7 +158,7 @@ void CVariant::AttachString(BSTR text) noexcept {
 void CVariant::CopyOwned(const tagVARIANT& other) {
   Forget();
   if (other.vt == VT_BSTR) {
-    bstrVal = other.bstrVal == nullptr ? nullptr : SysAllocStringLen(other.bstrVal, SysStringLen(other.bstrVal));
+    bstrVal = SysCopyString(other.bstrVal);
     if (bstrVal == nullptr && other.bstrVal != nullptr) throw std::bad_alloc();
     vt = VT_BSTR;
     return;
@@ -162,7 +174,7 @@ void CVariant::CopyOwned(const tagVARIANT& other) {
 
 void CVariant::AssignOwned(const tagVARIANT& other) {
   if (this == &other) return;
-  if (other.vt == VT_BSTR && vt == VT_BSTR && other.bstrVal != nullptr) {
+  if (other.vt == VT_BSTR && vt == VT_BSTR && other.bstrVal != nullptr && SysStringByteLen(other.bstrVal) % 2 == 0) {
     *this = SysStringView(other.bstrVal);
     return;
   }
@@ -201,16 +213,17 @@ void CVariant::CreateArray(unsigned count, const void* data) {
   AdoptArray(element, NewArray(count, element, data));
 }
 
-void CVariant::CreateArray(unsigned short rows, unsigned short columns, const void* data) {
+void CVariant::CreateArray(unsigned rows, unsigned columns, const void* data) {
   const VARTYPE element = static_cast<VARTYPE>(vt & ~VT_ARRAY);
   RequireFixedSize(element);
-  AdoptArray(element, new CSafeArray(rows, columns, element, element == VT_BSTR ? nullptr : data));
+  AdoptArray(element,
+             new CSafeArray(CheckedExtent(rows), CheckedExtent(columns), element, element == VT_BSTR ? nullptr : data));
 }
 
 void CVariant::CreateStringArray(unsigned count) { AdoptArray(VT_BSTR, NewArray(count, VT_BSTR, nullptr)); }
 
-void CVariant::CreateStringArray(unsigned short rows, unsigned short columns) {
-  AdoptArray(VT_BSTR, new CSafeArray(rows, columns, VT_BSTR, nullptr));
+void CVariant::CreateStringArray(unsigned rows, unsigned columns) {
+  AdoptArray(VT_BSTR, new CSafeArray(CheckedExtent(rows), CheckedExtent(columns), VT_BSTR, nullptr));
 }
 
 std::size_t CVariant::GetSizeInBytes() const noexcept {
@@ -291,6 +304,11 @@ double CVariant::GetAsDouble() const noexcept {
   return 0;
 }
 
+unsigned CVariant::CheckedCount(std::size_t count) {
+  if (count > std::numeric_limits<unsigned>::max()) throw std::length_error("an array of more than 2^32 - 1 elements");
+  return static_cast<unsigned>(count);
+}
+
 unsigned CVariant::SizeOf(VARTYPE type) noexcept {
   return RowOf(static_cast<VARTYPE>(type & ~(VT_ARRAY | VT_BYREF))).size;
 }
@@ -307,7 +325,9 @@ void* CVariant::ArrayData(bool (*accepts)(VARTYPE)) const noexcept {
 }
 
 std::size_t CVariant::ArrayCount(bool (*accepts)(VARTYPE)) const noexcept {
-  return IsArray() && parray != nullptr && accepts(GetArray()->GetVarType()) ? GetArray()->GetNumElements() : 0;
+  const CSafeArray* const array = GetArray();
+  const bool readable = array != nullptr && array->HoldsItsType() && accepts(array->GetVarType());
+  return readable ? array->GetNumElements() : 0;
 }
 
 bool operator==(const CVariant& a, const CVariant& b) {

@@ -9,8 +9,8 @@
 // are deep and independent; moving and swapping never throw and leave the source empty. One thread at a time changes
 // a variant, any number may read it.
 //
-// Nothing but text converts into a CVariant by itself: numbers go through the named factories, so that no pointer
-// becomes a bool and no int the wrong width. Conversions out are explicit for the same reason.
+// Nothing but text converts into a CVariant by itself: numbers go through the named factories, which say the type, so
+// that no pointer becomes a bool and no int the wrong width. Conversions out are explicit for the same reason.
 #pragma once
 
 #include <bit>
@@ -61,13 +61,14 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   CVariant(const wchar_t* text);
   CVariant(const char* text);
   CVariant(std::u16string_view text);
+  CVariant(std::wstring_view text) : CVariant(CString(text)) {}
   CVariant(std::string_view utf8);
   CVariant(const std::u16string& text) : CVariant(std::u16string_view(text)) {}
   CVariant(const std::string& utf8) : CVariant(std::string_view(utf8)) {}
   CVariant(const CString& text) : CVariant(text.View()) {}
   /// Arrays of one dimension, and of rows times columns; see CreateArray.
   CVariant(unsigned count, VARTYPE element, const void* data);
-  CVariant(unsigned short rows, unsigned short columns, VARTYPE element, const void* data);
+  CVariant(unsigned rows, unsigned columns, VARTYPE element, const void* data);
   CVariant(const void*) = delete;
   ~CVariant() {
     if (OwnsMemory(vt)) FreeOwned();
@@ -75,6 +76,9 @@ class ZORUTIL_API CVariant : public tagVARIANT {
 
   static CVariant Null() noexcept { return Make(VT_NULL, std::uint64_t{0}); }
   static CVariant FromBool(bool value) noexcept { return Make(VT_BOOL, value ? VARIANT_TRUE : VARIANT_FALSE); }
+  /// No pointer and no number becomes a truth value by itself.
+  template <class T>
+  static CVariant FromBool(T) = delete;
   static CVariant FromInt8(std::int8_t value) noexcept { return Make(VT_I1, value); }
   static CVariant FromUInt8(std::uint8_t value) noexcept { return Make(VT_UI1, value); }
   static CVariant FromInt16(std::int16_t value) noexcept { return Make(VT_I2, value); }
@@ -99,7 +103,11 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   static CVariant FromString(std::string_view utf8) { return CVariant(utf8); }
   /// A one-dimensional array of the element type that T stands for (variant_element_v).
   template <class T>
-  static CVariant FromArray(std::span<const T> values);
+  static CVariant FromArray(std::span<T> values);
+  template <class T>
+  static CVariant FromArray(const std::vector<T>& values) {
+    return FromArray(std::span<const T>(values));
+  }
 
   CVariant& operator=(const CVariant& other) { return Assign(other); }
   CVariant& operator=(const tagVARIANT& other) { return Assign(other); }
@@ -107,11 +115,12 @@ class ZORUTIL_API CVariant : public tagVARIANT {
     CVariant(std::move(other)).Swap(*this);
     return *this;
   }
-  // Text replaces the value by a VT_BSTR; a null pointer by VT_EMPTY. The text may lie inside the held one.
-  CVariant& operator=(const char16_t* text) { return *this = CVariant(text); }
-  CVariant& operator=(const wchar_t* text) { return *this = CVariant(text); }
-  CVariant& operator=(const char* text) { return *this = CVariant(text); }
+  // Text replaces the value by a VT_BSTR; a null pointer by a null one. The text may lie inside the held one.
+  CVariant& operator=(const char16_t* text) { return AssignText(CVariant(text)); }
+  CVariant& operator=(const wchar_t* text) { return AssignText(CVariant(text)); }
+  CVariant& operator=(const char* text) { return AssignText(CVariant(text)); }
   CVariant& operator=(std::u16string_view text);
+  CVariant& operator=(std::wstring_view text) { return *this = CVariant(text); }
   CVariant& operator=(std::string_view utf8) { return *this = CVariant(utf8); }
   CVariant& operator=(const std::u16string& text) { return *this = std::u16string_view(text); }
   CVariant& operator=(const std::string& utf8) { return *this = std::string_view(utf8); }
@@ -135,6 +144,8 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   void AttachData(tagVARIANT& data) noexcept;
   /// Gives up what is owned without freeing it; the caller has copied the record before.
   void DetachData() noexcept { Forget(); }
+  /// Gives the record away with what it owns, and is empty.
+  [[nodiscard]] tagVARIANT Detach() noexcept { return std::exchange(static_cast<tagVARIANT&>(*this), tagVARIANT{}); }
   /// Takes ownership of a BSTR and becomes a VT_BSTR.
   void AttachString(BSTR text) noexcept;
 
@@ -142,20 +153,20 @@ class ZORUTIL_API CVariant : public tagVARIANT {
 
   /// Turns the present type into the element type of a new array and sets VT_ARRAY. `data` holds the elements in
   /// their C form and is copied; null gives zeros. For strings `data` is ignored, they start out null.
-  /// CException -5 for a type without fixed size (nothing is made), -2 when memory is short. What the variant owned
-  /// before is freed.
+  /// CException -5 for a type without fixed size (nothing is made), -2 when memory is short; CInvalidArgException for
+  /// more than 65535 rows or columns. What the variant owned before is freed.
   void CreateArray(unsigned count, const void* data);
-  void CreateArray(unsigned short rows, unsigned short columns, const void* data);
+  void CreateArray(unsigned rows, unsigned columns, const void* data);
   /// An array of null strings.
   void CreateStringArray(unsigned count);
-  void CreateStringArray(unsigned short rows, unsigned short columns);
+  void CreateStringArray(unsigned rows, unsigned columns);
 
   bool IsArray() const noexcept { return (vt & VT_ARRAY) != 0; }
   bool IsEmpty() const noexcept { return vt == VT_EMPTY; }
   /// Null for a scalar and for a null array, which is a legal, empty state.
-  CSafeArray* GetArray() noexcept { return IsArray() ? reinterpret_cast<CSafeArray*>(parray) : nullptr; }
+  CSafeArray* GetArray() noexcept { return OwnsArray(vt) ? reinterpret_cast<CSafeArray*>(parray) : nullptr; }
   const CSafeArray* GetArray() const noexcept {
-    return IsArray() ? reinterpret_cast<const CSafeArray*>(parray) : nullptr;
+    return OwnsArray(vt) ? reinterpret_cast<const CSafeArray*>(parray) : nullptr;
   }
   /// Of an array the reported element sizes together, of a string its bytes, else SizeOf the type.
   std::size_t GetSizeInBytes() const noexcept;
@@ -181,7 +192,8 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   /// Converts in place by the rules of VariantChangeTypeEx; arrays element by element into a new array of the same
   /// shape. Both or neither of the types is an array, else DISP_E_TYPEMISMATCH. E_FAIL for a null array; E_INVALIDARG
   /// for an array of more than 65535 rows or columns. `checkSign`: a value that changes sign between the signed and
-  /// the unsigned type of one width is DISP_E_OVERFLOW. Every failure leaves the variant empty.
+  /// the unsigned type of one width is DISP_E_OVERFLOW. Every failure leaves the variant empty; E_OUTOFMEMORY is one.
+  /// US English conventions stand for every locale identifier.
   HRESULT ConvertTypeEx(VARTYPE target, LCID lcid, bool checkSign) {
     return vt == target || ConvertUsual(target) ? S_OK : ConvertTypeExOther(target, lcid, checkSign);
   }
@@ -238,8 +250,10 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   static bool OwnsMemory(VARTYPE type) noexcept {
     if ((type & (VT_BSTR | VT_ARRAY)) == 0) [[likely]]
       return false;
-    return type == VT_BSTR || (type & VT_ARRAY) != 0;
+    return type == VT_BSTR || OwnsArray(type);
   }
+  // An array by reference belongs to somebody else.
+  static bool OwnsArray(VARTYPE type) noexcept { return (type & (VT_ARRAY | VT_BYREF)) == VT_ARRAY; }
   template <class T>
   static CVariant Make(VARTYPE type, T value) noexcept {
     CVariant made;
@@ -249,9 +263,10 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   template <class T>
   void SetScalar(VARTYPE type, T value) noexcept {
     static_assert(std::is_trivially_copyable_v<T> && sizeof value <= sizeof ullVal);
-    vt = type;
-    ullVal = 0;
-    std::memcpy(&ullVal, &value, sizeof value);
+    tagVARIANT record{};
+    record.vt = type;
+    std::memcpy(&record.ullVal, &value, sizeof value);
+    SetRecord(record);
   }
   void SetRecord(const tagVARIANT& other) noexcept { static_cast<tagVARIANT&>(*this) = other; }
   /// Makes it empty without freeing.
@@ -268,8 +283,13 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   // Becomes a copy of another record that owns memory; what was in this one is not freed.
   void CopyOwned(const tagVARIANT& other);
   void AssignOwned(const tagVARIANT& other);
+  CVariant& AssignText(CVariant&& text) noexcept {
+    if (text.IsEmpty()) text.vt = VT_BSTR;
+    return *this = std::move(text);
+  }
   void FreeOwned() noexcept;
   void AdoptArray(VARTYPE element, CSafeArray* array) noexcept;
+  static unsigned CheckedCount(std::size_t count);  // throws std::length_error beyond 32 bits
   void* ValueAddress() noexcept;
   void* ArrayData(bool (*accepts)(VARTYPE)) const noexcept;
   std::size_t ArrayCount(bool (*accepts)(VARTYPE)) const noexcept;
@@ -343,8 +363,14 @@ struct CVariant::element_traits {
 };
 
 template <class T>
-CVariant CVariant::FromArray(std::span<const T> values) {
-  return CVariant(static_cast<unsigned>(values.size()), variant_element_v<T>, values.data());
+CVariant CVariant::FromArray(std::span<T> values) {
+  constexpr VARTYPE kElement = variant_element_v<std::remove_cv_t<T>>;
+  static_assert(kElement != VT_EMPTY, "no array holds elements of this type");
+  static_assert(kElement != VT_BSTR, "an array of texts is made by variant_helpers::Set");
+  CVariant made;
+  made.vt = kElement;
+  made.CreateArray(CheckedCount(values.size()), values.data());
+  return made;
 }
 
 /// Value by value: VT_INT equals VT_I4 (VT_UINT, VT_UI4) of the same number, reals compare bit for bit, text case by
@@ -369,8 +395,9 @@ ZORUTIL_API void GetArrayAsVector<bool>(const CVariant& value, std::vector<bool>
 namespace zorutil {
 
 /// Little-endian: the vt (2 bytes), then an array in the form of CSafeArray (a null one as an array of no elements),
-/// a string in the form of CBstr, any other value as SizeOf(vt) raw bytes. A scalar VT_VARIANT and a reference cannot
-/// be written: CException -5.
+/// a string in the form of CBstr, any other value as SizeOf(vt) raw bytes. A scalar VT_VARIANT, a reference and an
+/// array whose own type contradicts the value's cannot be written: CException -5, and -1 for arrays nested deeper than
+/// 128. A failed write leaves part of the record behind.
 ZORUTIL_API void Serialize(const tagVARIANT& value, ISerializer& out);
 /// Frees what `value` held (it was made by a CVariant) and reads. CException -1 for a corrupt record, the serializer's
 /// own at the end of data: `value` is then empty.

@@ -49,7 +49,9 @@ bool CVariantCompare::IsArrayChanged(const CVariant& a, const CVariant& b, doubl
   const CSafeArray& y = *b.GetArray();
   if (x.GetNumRows() != y.GetNumRows() || x.GetNumCols() != y.GetNumCols()) return true;
   const std::uint32_t count = x.GetNumElements();
-  if (x.GetVarType() == y.GetVarType() && array_kernels::CanCompare(x.GetVarType())) {
+  if (count != y.GetNumElements()) return true;
+  if (x.GetVarType() == y.GetVarType() && x.HoldsItsType() && y.HoldsItsType() &&
+      array_kernels::CanCompare(x.GetVarType())) {
     return array_kernels::AnyPasses(x.GetVarType(), x.pvData, y.pvData, count, deadband, mode == EQUAL_IS_CHANGED);
   }
   CVariant before;

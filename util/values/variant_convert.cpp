@@ -2,6 +2,9 @@
 // element rule allows, else element by element.
 #include "platform/ole/variant_conversion.h"
 
+#include <new>
+
+#include "platform/zorplatform/exception.h"
 #include "util/values/array_kernels_internal.h"
 #include "util/values/safe_array_internal.h"
 #include "util/values/variant.h"
@@ -71,14 +74,14 @@ bool CVariant::ConvertTypeOther(VARTYPE target, convert_t mode) {
   return IsArray() && (target & VT_ARRAY) != 0 && parray != nullptr && _ConvertArrayType(target, 0, false) >= 0;
 }
 
-HRESULT CVariant::_ConvertArrayType(VARTYPE target, LCID lcid, bool checkSign) {
+HRESULT CVariant::_ConvertArrayType(VARTYPE target, LCID lcid, bool checkSign) try {
   const CSafeArray& source = *GetArray();
   const VARTYPE from = ElementOf(vt);
   const VARTYPE to = ElementOf(target);
   const std::uint32_t rows = source.GetNumRows();
   const std::uint32_t columns = source.GetNumCols();
   if (rows > kMaxArrayExtent || columns > kMaxArrayExtent) return E_INVALIDARG;
-  if (source.GetVarType() != from) return E_INVALIDARG;
+  if (source.GetVarType() != from || !source.HoldsItsType()) return E_INVALIDARG;
   if (to > VT_UINT) return DISP_E_BADVARTYPE;
   if (SizeOf(to) == 0) return DISP_E_TYPEMISMATCH;
 
@@ -99,4 +102,8 @@ HRESULT CVariant::_ConvertArrayType(VARTYPE target, LCID lcid, bool checkSign) {
   if (result < 0) return result;
   AdoptArray(to, made.release());
   return S_OK;
+} catch (const std::bad_alloc&) {
+  return E_OUTOFMEMORY;
+} catch (const zorplatform::CException&) {
+  return E_OUTOFMEMORY;
 }

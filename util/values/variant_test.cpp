@@ -169,7 +169,8 @@ TEST(VariantText, IsTakenFromEverySourceAndNullIsEmpty) {
   value = "new";
   EXPECT_STREQ(value.ToString().ToUtf8().c_str(), "new");
   value = static_cast<const char*>(nullptr);
-  EXPECT_TRUE(value.IsEmpty() && CVariant(static_cast<const wchar_t*>(nullptr)).IsEmpty());
+  EXPECT_TRUE(value.vt == VT_BSTR && value.bstrVal == nullptr);
+  EXPECT_TRUE(CVariant(static_cast<const wchar_t*>(nullptr)).IsEmpty());
   EXPECT_EQ(*static_cast<const char16_t*>(CVariant::FromInt32(5)), u'\0') << "no conversion is made";
 }
 
