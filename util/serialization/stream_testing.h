@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/framework/mem_file.h"
 #include "platform/zorplatform/exception.h"
 #include "util/serialization/stream_serializers.h"
 
@@ -60,7 +61,6 @@ class CCountingReader : public zorutil::ISerializer {
     bytes_ = bytes_.subspan(n);
   }
   void Write(const void*, unsigned) override {}
-  std::size_t GetRest() const { return bytes_.size(); }
   unsigned GetLargest() const { return largest_; }
 
  private:
@@ -81,24 +81,38 @@ inline int CodeOf(std::span<const std::byte> bytes, const reader_t& read) {
   return 0;
 }
 
-/// `hex` is read to its last byte, every shorter prefix is refused as the end of data, and with any one bit flipped
-/// the reader takes the bytes or refuses them as corrupt.
-inline void ExpectRefusesDamage(std::string_view hex, const reader_t& read) {
+/// The same for what loads from a file.
+inline int FileCodeOf(std::span<const std::byte> bytes, const std::function<void(CFile*)>& load) {
+  return CodeOf(bytes, [&](zorutil::ISerializer&) {
+    CMemFile file(bytes);
+    load(&file);
+  });
+}
+
+/// `hex` is read to its end, every shorter prefix is refused as the end of data, and with any one bit flipped the
+/// reader takes the bytes or refuses them as corrupt. `codeOf` gives the code that reading some bytes ends with.
+inline void ExpectRefusesDamageBy(std::string_view hex, const std::function<int(std::span<const std::byte>)>& codeOf) {
   SCOPED_TRACE(hex);
   bytes_t bytes = Bytes(hex);
-  CCountingReader whole(bytes);
-  EXPECT_NO_THROW(read(whole));
-  EXPECT_EQ(whole.GetRest(), 0u);
+  EXPECT_EQ(codeOf(bytes), 0);
   for (std::size_t length = 0; length < bytes.size(); ++length) {
-    EXPECT_EQ(CodeOf(std::span(bytes).first(length), read), zorplatform::CException::kShortRead) << length << " bytes";
+    EXPECT_EQ(codeOf(std::span(bytes).first(length)), zorplatform::CException::kShortRead) << length << " bytes";
   }
   for (std::size_t bit = 0; bit < bytes.size() * 8; ++bit) {
     const std::byte mask{static_cast<unsigned char>(1U << bit % 8)};
     bytes[bit / 8] ^= mask;
-    const int code = CodeOf(bytes, read);
+    const int code = codeOf(bytes);
     EXPECT_TRUE(code == 0 || code == -1 || code == -3) << "bit " << bit << ": " << code;
     bytes[bit / 8] ^= mask;
   }
+}
+
+inline void ExpectRefusesDamage(std::string_view hex, const reader_t& read) {
+  ExpectRefusesDamageBy(hex, [&](std::span<const std::byte> bytes) { return CodeOf(bytes, read); });
+}
+
+inline void ExpectFileRefusesDamage(std::string_view hex, const std::function<void(CFile*)>& load) {
+  ExpectRefusesDamageBy(hex, [&](std::span<const std::byte> bytes) { return FileCodeOf(bytes, load); });
 }
 
 }  // namespace stream_testing

@@ -21,10 +21,10 @@ constexpr std::uint16_t kVersion = 0;
 
 }  // namespace
 
-bool CDeadband::IsSame(double a, double b) { return std::fabs(a - b) <= DBL_EPSILON; }
+bool CDeadband::IsSame(double a, double b) { return a == b || std::fabs(a - b) <= DBL_EPSILON; }  // or infinities
 
 int CDeadband::Set(double& field, double value) {
-  if (field == value || IsSame(field, value)) return 0;
+  if (IsSame(field, value)) return 0;
   field = value;
   return 1;
 }
