@@ -42,9 +42,7 @@ CBstr& CBstr::AssignAscii(const char* text, std::size_t length) {
 }
 
 CBstr& CBstr::operator=(const wchar_t* text) {
-  if (text == nullptr) return Assign(nullptr, 0);
-  const std::u16string wide = utf::ToUtf16(std::wstring_view(text));
-  return Assign(wide.data(), wide.size());
+  return text == nullptr ? Assign(nullptr, 0) : *this = std::wstring_view(text);
 }
 
 CBstr& CBstr::operator=(const char* text) {
@@ -52,6 +50,12 @@ CBstr& CBstr::operator=(const char* text) {
 }
 
 CBstr& CBstr::operator=(std::u16string_view text) { return Assign(text.data(), text.size()); }
+
+CBstr& CBstr::operator=(std::wstring_view text) {
+  if (text.data() == nullptr) return Assign(nullptr, 0);
+  const std::u16string wide = utf::ToUtf16(text);
+  return Assign(wide.data(), wide.size());
+}
 
 CBstr& CBstr::operator=(std::string_view utf8) {
   if (utf8.data() == nullptr) return Assign(nullptr, 0);

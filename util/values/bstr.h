@@ -49,8 +49,10 @@ class ZORUTIL_API CBstr {
   CBstr(const wchar_t* text) { *this = text; }
   CBstr(const char* text) { *this = text; }
   CBstr(std::u16string_view text) { *this = text; }
+  CBstr(std::wstring_view text) { *this = text; }
   CBstr(std::string_view utf8) { *this = utf8; }
   CBstr(const std::u16string& text) { *this = text; }
+  CBstr(const std::wstring& text) { *this = std::wstring_view(text); }
   CBstr(const std::string& utf8) { *this = utf8; }
   CBstr(const CString& text) { *this = text.View(); }
   /// The variant's normal text (CVariant::Format).
@@ -74,8 +76,10 @@ class ZORUTIL_API CBstr {
   CBstr& operator=(const wchar_t* text);
   CBstr& operator=(const char* text);
   CBstr& operator=(std::u16string_view text);
+  CBstr& operator=(std::wstring_view text);
   CBstr& operator=(std::string_view utf8);
   CBstr& operator=(const std::u16string& text) { return *this = std::u16string_view(text); }
+  CBstr& operator=(const std::wstring& text) { return *this = std::wstring_view(text); }
   CBstr& operator=(const std::string& utf8) { return *this = std::string_view(utf8); }
   CBstr& operator=(const CString& text) { return *this = text.View(); }
   CBstr& operator=(std::nullptr_t) noexcept {
@@ -160,6 +164,7 @@ class ZORUTIL_API CBstr {
 
 // Binary and case-sensitive; null equals empty.
 inline bool operator==(const CBstr& a, std::u16string_view b) noexcept { return a.View() == b; }
+inline bool operator==(const CBstr& a, const std::u16string& b) noexcept { return a.View() == b; }
 inline bool operator==(const CBstr& a, const char16_t* b) noexcept {
   return a.View() == (b == nullptr ? std::u16string_view() : std::u16string_view(b));
 }

@@ -57,8 +57,9 @@ void Assign(CVariant& target, const char16_t* text) {
   Assign(target, text == nullptr ? std::u16string_view() : std::u16string_view(text));
 }
 void Assign(CVariant& target, const wchar_t* text) {
-  Assign(target, std::u16string_view(text == nullptr ? std::u16string() : utf::ToUtf16(std::wstring_view(text))));
+  Assign(target, text == nullptr ? std::wstring_view() : std::wstring_view(text));
 }
+void Assign(CVariant& target, std::wstring_view text) { Assign(target, std::u16string_view(utf::ToUtf16(text))); }
 void Assign(CVariant& target, const char* utf8) {
   Assign(target, utf8 == nullptr ? std::string_view() : std::string_view(utf8));
 }

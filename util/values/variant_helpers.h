@@ -27,6 +27,8 @@ inline void Assign(CVariant& target, const std::u16string& text) { Assign(target
 inline void Assign(CVariant& target, const std::string& utf8) { Assign(target, std::string_view(utf8)); }
 ZORUTIL_API void Assign(CVariant& target, const char16_t* text);
 ZORUTIL_API void Assign(CVariant& target, const wchar_t* text);
+ZORUTIL_API void Assign(CVariant& target, std::wstring_view text);
+inline void Assign(CVariant& target, const std::wstring& text) { Assign(target, std::wstring_view(text)); }
 ZORUTIL_API void Assign(CVariant& target, const char* utf8);
 ZORUTIL_API void Assign(CVariant& target, const zorplatform::CTimeStamp& time);
 ZORUTIL_API void Assign(CVariant& target, const _FILETIME& time);
