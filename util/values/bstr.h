@@ -131,9 +131,15 @@ class ZORUTIL_API CBstr {
   /// The truth of a text, as read above.
   static bool IsTrue(std::u16string_view text) noexcept;
 
+  // Binary and case-sensitive; null equals empty.
   friend bool operator==(const CBstr& a, const CBstr& b) noexcept {
     return a.text_ == b.text_ || SysStringBytes(a.text_) == SysStringBytes(b.text_);
   }
+  friend bool operator==(const CBstr& a, std::u16string_view b) noexcept { return a.View() == b; }
+  friend bool operator==(const CBstr& a, const std::u16string& b) noexcept {
+    return a.View() == std::u16string_view(b);
+  }
+  friend bool operator==(const CBstr& a, const char16_t* b) noexcept { return a.View() == View(b); }
 
   // --- ownership -------------------------------------------------------------------------------------------------
 
@@ -161,13 +167,6 @@ class ZORUTIL_API CBstr {
 
   BSTR text_ = nullptr;
 };
-
-// Binary and case-sensitive; null equals empty.
-inline bool operator==(const CBstr& a, std::u16string_view b) noexcept { return a.View() == b; }
-inline bool operator==(const CBstr& a, const std::u16string& b) noexcept { return a.View() == b; }
-inline bool operator==(const CBstr& a, const char16_t* b) noexcept {
-  return a.View() == (b == nullptr ? std::u16string_view() : std::u16string_view(b));
-}
 
 /// The family's order of names, letter case aside: negative, zero or positive.
 ZORUTIL_API int CompareNoCase(const CBstr& a, const CBstr& b) noexcept;
