@@ -97,11 +97,6 @@ CString& CString::AssignAscii(std::string_view ascii) {
   return *this;
 }
 
-CString& CString::AssignInteger(std::int64_t value) {
-  const auto bits = static_cast<std::uint64_t>(value);
-  return AssignInteger(value < 0, value < 0 ? 0 - bits : bits);
-}
-
 CString& CString::AssignInteger(bool negative, std::uint64_t magnitude) {
   const std::size_t length = number_text::CountDigits(magnitude) + (negative ? 1 : 0);
   if (!IsOwn() || length > Size(GetCapacity())) Adopt(Allocate(length), 0);

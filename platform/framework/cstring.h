@@ -73,8 +73,12 @@ class ZORPLATFORM_API CString {
   /// Takes text known to be ASCII (bytes of 0x80 and above are taken as Latin-1), without a look at UTF-8.
   CString& AssignAscii(std::string_view ascii);
   /// The decimal digits of a number.
-  CString& AssignInteger(std::int64_t value);
-  CString& AssignInteger(std::uint64_t value) { return AssignInteger(false, value); }
+  template <std::integral T>
+  requires(!std::same_as<T, bool>) CString& AssignInteger(T value) {
+    const bool negative = value < 0;
+    const auto magnitude = static_cast<std::uint64_t>(value);
+    return AssignInteger(negative, negative ? 0 - magnitude : magnitude);
+  }
 
   void Swap(CString& other) noexcept { std::swap(text_, other.text_); }
   friend void swap(CString& a, CString& b) noexcept { a.Swap(b); }
@@ -86,12 +90,14 @@ class ZORPLATFORM_API CString {
   /// Never null; valid until this string is changed or destroyed.
   const char16_t* GetString() const noexcept { return text_ == nullptr ? u"" : text_; }
   operator const char16_t*() const noexcept { return GetString(); }
-  operator bool() const = delete;  // a text is not a truth value, and must not become one through its pointer
+  /// A text is not a truth value, and must not become one through its pointer.
+  template <std::same_as<bool> T>
+  operator T() const = delete;
   std::u16string_view View() const noexcept { return {GetString(), static_cast<std::size_t>(GetLength())}; }
   operator std::u16string_view() const noexcept { return View(); }
   /// The unit at `index`, which lies in 0 to GetLength() (the terminating NUL).
   char16_t GetAt(int index) const noexcept { return GetString()[index]; }
-  char16_t operator[](int index) const noexcept { return GetString()[index]; }
+  char16_t operator[](std::integral auto index) const noexcept { return GetString()[index]; }
   std::string ToUtf8() const;
   /// How many units fit without a new allocation.
   int GetCapacity() const noexcept { return text_ == nullptr ? 0 : GetHeader()->capacity; }
@@ -132,7 +138,8 @@ class ZORPLATFORM_API CString {
   CString& operator+=(const CString& text) { return Append(text.View()); }
   CString& operator+=(std::string_view utf8) { return Append(CString(utf8).View()); }
   CString& operator+=(const char* utf8) { return Append(CString(utf8).View()); }
-  CString& operator+=(char16_t unit) {
+  /// A unit, and nothing that merely converts to one: no number is appended as a character.
+  CString& operator+=(std::same_as<char16_t> auto unit) {
     if (!IsOwn() || GetLength() == GetCapacity()) return Append({&unit, 1});
     text_[GetLength()] = unit;
     SetLength(Size(GetLength() + 1));
@@ -183,11 +190,17 @@ class ZORPLATFORM_API CString {
   friend std::strong_ordering operator<=>(const CString& a, const CString& b) noexcept {
     return a.View().compare(b.View()) <=> 0;
   }
+  friend std::strong_ordering operator<=>(const CString& a, std::u16string_view b) noexcept {
+    return a.View().compare(b) <=> 0;
+  }
+  friend std::strong_ordering operator<=>(const CString& a, const char16_t* b) noexcept {
+    return a.View().compare(ViewOf(b)) <=> 0;
+  }
 
   friend CString operator+(CString a, std::u16string_view b) { return std::move(a.Append(b)); }
   friend CString operator+(CString a, const CString& b) { return std::move(a.Append(b.View())); }
   friend CString operator+(CString a, const char16_t* b) { return std::move(a += b); }
-  friend CString operator+(CString a, char16_t b) { return std::move(a += b); }
+  friend CString operator+(CString a, std::same_as<char16_t> auto b) { return std::move(a += b); }
   friend CString operator+(CString a, const std::u16string& b) { return std::move(a.Append(b)); }
   friend CString operator+(CString a, const std::string& utf8) { return std::move(a += utf8); }
   friend CString operator+(CString a, const char* utf8) { return std::move(a += utf8); }

@@ -40,9 +40,11 @@ void CMemFile::Write(const void* buffer, unsigned count) {
   if (count == 0) return;
   const auto* const bytes = static_cast<const std::byte*>(buffer);
   CheckSize(position_ + count);
+  // Room first: it is what can fail.
+  const std::uint64_t needed = position_ + count;
+  if (needed > content_.capacity()) content_.reserve(std::max<std::size_t>(needed, content_.capacity() * 3 / 2));
   if (position_ > content_.size()) content_.resize(position_);
   const std::size_t replaced = std::min<std::size_t>(count, content_.size() - position_);
-  // Appending first: it is what can fail.
   content_.insert(content_.end(), bytes + replaced, bytes + count);
   std::copy_n(bytes, replaced, content_.data() + position_);
   position_ += count;

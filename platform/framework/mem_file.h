@@ -26,6 +26,8 @@ class ZORPLATFORM_API CMemFile : public CFile {
   ~CMemFile() override;
 
   bool IsOpen() const noexcept override { return true; }
+  /// There is nothing to open.
+  bool Open(const CString&, unsigned, std::unique_ptr<CFileException>* = nullptr) = delete;
   const CString& GetFilePath() const noexcept override;
   unsigned Read(void* buffer, unsigned count) override;
   /// Behind the end, the gap is filled with zeros. `buffer` lies outside this file's content.

@@ -10,13 +10,15 @@ const char* NameOf(int code) {
     case CException::kShortRead: return "zorplatform exception -3: short read";
     case CException::kBadAddress: return "zorplatform exception -4: bad address or port";
     case CException::kNoFixedSize: return "zorplatform exception -5: array of a type without fixed size";
-    default: return "zorplatform exception";
+    default: return nullptr;
   }
 }
 
 }  // namespace
 
-CException::CException(int code, std::string text) : code_(code), text_(std::move(text)) {}
+CException::CException(int code, std::string text) : code_(code), text_(std::move(text)) {
+  if (text_.empty() && NameOf(code) == nullptr) text_ = "zorplatform exception " + std::to_string(code);
+}
 
 CException::CException(const CException&) = default;
 CException& CException::operator=(const CException&) = default;

@@ -35,6 +35,9 @@ class ZORPLATFORM_API CTimeStamp {
   /// `CTimeStamp(true)` is the present moment, `CTimeStamp(false)` the zero date.
   template <std::same_as<bool> T>
   explicit CTimeStamp(T now) noexcept : CTimeStamp(now ? Now() : CTimeStamp()) {}
+  /// A count is no date: FromMilliseconds takes one.
+  template <std::integral T>
+  requires(!std::same_as<T, bool>) explicit CTimeStamp(T) = delete;
   static CTimeStamp FromMilliseconds(std::int64_t sinceOleZero) noexcept;
   /// Fields beyond their range carry over: minute 90 is an hour and a half, day 0 the last of the month before.
   static CTimeStamp FromFields(int year, int month, int day, int hour = 0, int minute = 0, int second = 0,

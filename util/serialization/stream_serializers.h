@@ -29,7 +29,8 @@ class ZORUTIL_API file_serializer_t : public ISerializer {
   /// Fewer than `n` bytes left: takes them, then throws CException -3. Errors of the file are CFileException.
   void Read(void* dst, unsigned n) override;
   void Write(const void* src, unsigned n) override;
-  /// True only if all `n` bytes were there; the position stays where it was.
+  /// True only if all `n` bytes were there; the position stays where it was. False on a file without positions, such
+  /// as a pipe.
   bool Peek(void* dst, unsigned n) override;
 
  private:

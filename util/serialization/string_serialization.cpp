@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/text/utf.h"
 #include "platform/zorplatform/exception.h"
 #include "platform/zorplatform/utf8_string.h"
 #include "util/serialization/primitives_internal.h"
@@ -32,6 +33,9 @@ void ReadUtf8(CString& text, ISerializer& in, std::uint32_t bytes) {
     heap.resize(total);
     return heap.data();
   });
+  if (utf::Utf16Length(heap) > static_cast<std::size_t>(CString::kMaxLength)) {
+    CException::Throw(CException::kEndOfStream, "corrupt text: longer than 2^30 units");
+  }
   text = zorplatform::CStringFromUtf8String(heap);
 }
 

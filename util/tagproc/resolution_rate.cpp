@@ -31,11 +31,10 @@ bool IsUnit(CResolutionRate::_tagRESOLUTION resolution) {
 
 }  // namespace
 
-int CResolutionRate::SetResolutionRate(std::uint32_t rate, _tagRESOLUTION resolution) {
+int CResolutionRate::SetResolutionRate(std::uint64_t rate, _tagRESOLUTION resolution) {
   if (resolution == NONE) return 0;
-  const bool fitsAnyway = rate == 0 || resolution == MILLISECONDS;
-  if (!fitsAnyway && GetRateInMilliseconds(rate, resolution) == 0) return 0;
-  rate_ = rate;
+  if (rate != 0 && GetRateInMilliseconds(rate, resolution) == 0) return 0;
+  rate_ = static_cast<std::uint32_t>(rate);
   resolution_ = resolution;
   return 1;
 }
@@ -46,9 +45,9 @@ int CResolutionRate::GetResolutionRate(std::uint32_t& rate, _tagRESOLUTION& reso
   return 1;
 }
 
-std::uint32_t CResolutionRate::GetRateInMilliseconds(std::uint32_t rate, _tagRESOLUTION resolution) {
+std::uint32_t CResolutionRate::GetRateInMilliseconds(std::uint64_t rate, _tagRESOLUTION resolution) {
   if (!IsUnit(resolution) || rate > kUnits[resolution].LargestRate()) return 0;
-  return rate * kUnits[resolution].milliseconds;
+  return static_cast<std::uint32_t>(rate) * kUnits[resolution].milliseconds;
 }
 
 const char16_t* CResolutionRate::TextFromResolution(_tagRESOLUTION resolution) {

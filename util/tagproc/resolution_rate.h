@@ -21,13 +21,13 @@ class ZORUTIL_API CResolutionRate {
 
   /// Takes the interval unless it is longer than 2^32 - 1 milliseconds or has no unit.
   /// Returns 1 if it was taken, 0 if the old interval stands.
-  int SetResolutionRate(std::uint32_t rate, _tagRESOLUTION resolution);
+  int SetResolutionRate(std::uint64_t rate, _tagRESOLUTION resolution);
   /// Returns 1.
   int GetResolutionRate(std::uint32_t& rate, _tagRESOLUTION& resolution) const;
 
   /// 0 means a rate of 0, an interval that does not fit 32 bits, or no unit.
   std::uint32_t GetRateInMilliseconds() const { return GetRateInMilliseconds(rate_, resolution_); }
-  static std::uint32_t GetRateInMilliseconds(std::uint32_t rate, _tagRESOLUTION resolution);
+  static std::uint32_t GetRateInMilliseconds(std::uint64_t rate, _tagRESOLUTION resolution);
 
   /// "milliseconds" to "days"; null for anything else.
   static const char16_t* TextFromResolution(_tagRESOLUTION resolution);

@@ -8,10 +8,12 @@
 //   flow.DoScaling(value);                             // VT_R8 60
 //
 // A plain value. One thread at a time changes it; any number may scale with it at once. All arithmetic is in double
-// precision and in the order given here, with the same bits on every machine. Scaling does not check the settings
-// (see IsValid): it computes what they give.
+// precision and in the order given here, with the same bits on every machine (but for the sign of a NaN). Scaling does
+// not check the settings (see IsValid): it computes what they give.
 #pragma once
 
+#include <bit>
+#include <concepts>
 #include <cstdint>
 
 #include "platform/export.h"
@@ -74,6 +76,7 @@ class ZORUTIL_API CScaling {
   static bool IsRawTypeSupported(DATATYPE raw);
   /// Whether the settings fit the raw type; the verdict (the first failure) through `result` unless that is null.
   bool IsValid(DATATYPE rawType, SCALINGRESULT* result) const;
+  /// A plain int is taken as a VARTYPE.
   bool IsValid(VARTYPE rawType, SCALINGRESULT* result) const;
 
   // --- scaling ---------------------------------------------------------------------------------------------------
@@ -110,7 +113,10 @@ class ZORUTIL_API CScaling {
  private:
   template <class T>
   static int Set(T& field, const T& value) {
-    const bool changed = !(field == value);
+    bool changed = !(field == value);
+    if constexpr (std::same_as<T, double>) {
+      changed = std::bit_cast<std::uint64_t>(field) != std::bit_cast<std::uint64_t>(value);
+    }
     field = value;
     return changed ? 1 : 0;
   }

@@ -330,7 +330,7 @@ TEST(ScalingFile, RefusesDamageAndIsThenAsItWas) {
   ExpectFileRefusesDamage(hex, [](CFile* file) { CScaling().Load(file); });
   const CScaling before = Scaling(CScaling::SQUARE_ROOT, 1, 2, 3, 5);
   for (std::size_t length = 0; length < bytes.size(); ++length) {
-    CMemFile cut(std::span(bytes).first(length));
+    CMemFile cut(std::span<const std::byte>(bytes).first(length));
     CScaling scaling(before);
     EXPECT_THROW(scaling.Load(&cut), zorplatform::CException);
     EXPECT_TRUE(scaling == before);

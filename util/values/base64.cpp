@@ -134,13 +134,10 @@ ZOR_AVX2 std::size_t DecodeAvx2(const char16_t* text, std::size_t length, std::u
 }  // namespace
 
 bool base64_encode(const unsigned char* data, unsigned size, CString& out) {
-  if (size == 0 || data == nullptr) {
-    out.Empty();
-    return size == 0;
-  }
   const std::size_t length = (std::size_t{size} + 2) / 3 * 4;
+  if (size == 0 || data == nullptr || length > static_cast<std::size_t>(CString::kMaxLength)) out.Empty();
+  if (size == 0 || data == nullptr) return size == 0;
   if (length > static_cast<std::size_t>(CString::kMaxLength)) throw std::length_error("base64 text too long");
-  if (static_cast<std::size_t>(out.GetCapacity()) < length) out.Empty();  // nothing of it is to be kept
   if (static_cast<std::size_t>(out.GetCapacity()) < length) out.Empty();  // nothing of it is to be kept
   char16_t* at = out.GetBuffer(static_cast<int>(length));
   std::size_t done = 0;

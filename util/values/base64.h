@@ -13,6 +13,7 @@
 namespace zorutil {
 
 /// Replaces `out`. True; false, with an empty `out`, only for a null pointer with a size other than 0.
+/// std::length_error beyond 768 MiB, whose text would exceed CString::kMaxLength.
 ZORUTIL_API bool base64_encode(const unsigned char* data, unsigned size, CString& out);
 
 /// Replaces `out` by the bytes of the text up to its first "=" or other character outside the alphabet, blanks and line

@@ -25,6 +25,16 @@ constexpr int kRealDigits = 10;
 
 }  // namespace
 
+CBstr::CBstr(const CBstr& other) : text_(SysCopyString(other.text_)) {
+  if (text_ == nullptr && other.text_ != nullptr) throw std::bad_alloc();
+}
+
+CBstr& CBstr::operator=(const CBstr& other) {
+  if (this == &other) return *this;
+  if (SysStringByteLen(other.text_) % 2 == 0) return Assign(other.text_, other.GetLength());
+  return *this = CBstr(other);
+}
+
 CBstr& CBstr::Assign(const char16_t* text, std::size_t length) {
   if (text == nullptr) {
     Release();
@@ -104,7 +114,7 @@ constexpr std::uint32_t kStackBytes = 1024;
 
 BSTR AllocOrThrow(const char16_t* text, std::size_t units) {
   const BSTR made = SysAllocStringLen(text, static_cast<std::uint32_t>(units));
-  if (made == nullptr) CException::Throw(CException::kAllocation, "no memory for a text");
+  if (made == nullptr) CException::Throw(CException::kAllocation);
   return made;
 }
 
@@ -161,10 +171,12 @@ void WriteBstr(const char16_t* text, ISerializer& out) {
   primitives::WriteUnits(out, view);
 }
 
-BSTR ReadBstr(ISerializer& in) {
+BSTR ReadBstr(ISerializer& in) try {
   const auto header = ReadLittle<std::uint32_t>(in);
   if (header == 0) return nullptr;
   return header & kUtf8Flag ? ReadUtf8(in, header & ~kUtf8Flag) : ReadUtf16(in, header);
+} catch (const std::bad_alloc&) {
+  CException::Throw(CException::kAllocation);
 }
 
 void Serialize(const CBstr& text, ISerializer& out) { WriteBstr(text.IsNull() ? nullptr : text.GetString(), out); }

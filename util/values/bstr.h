@@ -21,6 +21,7 @@
 #include "platform/export.h"
 #include "platform/framework/cstring.h"
 #include "platform/ole/string.h"
+#include "util/serialization/string_serialization.h"  // or a CString would be written in the form of a CBstr
 
 class CVariant;
 namespace zorutil {
@@ -42,7 +43,7 @@ class ZORUTIL_API CBstr {
  public:
   CBstr() noexcept = default;
   CBstr(std::nullptr_t) noexcept {}
-  CBstr(const CBstr& other) { Assign(other.text_, other.GetLength()); }
+  CBstr(const CBstr& other);
   CBstr(CBstr&& other) noexcept : text_(std::exchange(other.text_, nullptr)) {}
   // Text is copied; a null pointer gives null. Narrow text is UTF-8.
   CBstr(const char16_t* text) { *this = text; }
@@ -67,9 +68,9 @@ class ZORUTIL_API CBstr {
   ~CBstr() { SysFreeString(text_); }
 
   // Assignment reuses the held memory. The text may lie inside the held one.
-  CBstr& operator=(const CBstr& other) { return Assign(other.text_, other.GetLength()); }
+  CBstr& operator=(const CBstr& other);
   CBstr& operator=(CBstr&& other) noexcept {
-    std::swap(text_, other.text_);
+    Attach(other.Detach());
     return *this;
   }
   CBstr& operator=(const char16_t* text) { return *this = View(text); }
@@ -109,6 +110,7 @@ class ZORUTIL_API CBstr {
   /// UTF-16 units; 0 for null.
   std::uint32_t GetLength() const noexcept { return SysStringLen(text_); }
   bool IsNull() const noexcept { return text_ == nullptr; }
+  bool IsEmpty() const noexcept { return GetLength() == 0; }
 
   /// The number the text begins with, 0 if there is none: leading white space and a sign are taken, reading stops at
   /// the first character that is not part of the number, an integer out of range saturates (a negative one read as
@@ -140,6 +142,7 @@ class ZORUTIL_API CBstr {
     return a.View() == std::u16string_view(b);
   }
   friend bool operator==(const CBstr& a, const char16_t* b) noexcept { return a.View() == View(b); }
+  friend bool operator==(const CBstr& a, const CString& b) noexcept { return a.View() == b.View(); }
 
   // --- ownership -------------------------------------------------------------------------------------------------
 
@@ -178,7 +181,8 @@ namespace zorutil {
 /// The binary form of a BSTR: the 32-bit little-endian word 0 for null and empty; else, whichever is shorter,
 ///   UTF-8:   byte count | 0x80000000, the bytes
 ///   UTF-16:  byte count, the units, little-endian (also when both are equally long)
-/// It is not the form of CString (util/serialization/string_serialization.h): each has its own reader.
+/// It is not the form of CString (util/serialization/string_serialization.h): each has its own reader. The odd byte of
+/// an odd byte length is not written.
 ZORUTIL_API void Serialize(const CBstr& text, ISerializer& out);
 /// CException -1 for an odd UTF-16 byte count, -2 when memory is short, the serializer's own at the end of data;
 /// `text` is then as it was.
