@@ -8,8 +8,9 @@
 // A value: copies are independent, and copies of one text may live on different threads (the count is atomic). One
 // CString object is used by one thread at a time, or read by many. The text ends in a NUL that does not count and
 // may hold NULs inside. Narrow text is UTF-8 everywhere; malformed narrow or `wchar_t` text becomes U+FFFD. A null
-// pointer given to a constructor, `=`, `+=`, `+` or `==` is an empty text; the other members take views. Positions and lengths are UTF-16 units; a length is at most 2^30 units, beyond that
-// std::length_error; std::bad_alloc when memory is short. Both leave the string as it was.
+// pointer given to a constructor, `=`, `+=`, `+` or `==` is an empty text; the other members take views. Positions and
+// lengths are UTF-16 units; a length is at most 2^30 units, beyond that std::length_error; std::bad_alloc when memory
+// is short. Both leave the string as it was.
 #pragma once
 
 #include <atomic>
