@@ -14,6 +14,9 @@ using namespace std::literals;
 
 namespace {
 
+// The comparisons of CBstr do not stand in the way of others.
+static_assert(u"a"sv == u"a");
+
 static_assert(sizeof(CBstr) == sizeof(void*));
 static_assert(std::is_nothrow_move_constructible_v<CBstr> && std::is_nothrow_move_assignable_v<CBstr>);
 static_assert(!std::is_constructible_v<CBstr, void*> && !std::is_constructible_v<CBstr, const int*>);
