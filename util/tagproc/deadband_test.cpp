@@ -6,8 +6,11 @@
 #include <limits>
 
 #include "util/serialization/stream_testing.h"
+#include "util/values/value_testing.h"
 
 using namespace stream_testing;
+using value_testing::Rows;
+using value_testing::Value;
 
 namespace {
 
@@ -20,30 +23,14 @@ CDeadband Deadband(int type, double deadband, double high = 0, double low = 0) {
   return made;
 }
 
-CVariant Real(double value) { return CVariant::FromDouble(value); }
-
 TEST(Deadband, PassesFromItsThresholdOn) {
-  const CDeadband percent = Deadband(2, 10, 200, 100), absolute = Deadband(1, 0.5), none = Deadband(0, 5, 200, 100);
-  const struct {
-    const CDeadband& deadband;
-    CVariant a, b;
-    bool passes;
-  } cases[] = {
-      {percent, Real(50), Real(60), true},
-      {percent, Real(50), Real(59.5), false},
-      {absolute, Real(1), Real(1.5), true},
-      {absolute, Real(1), Real(1.4), false},
-      {none, Real(1), Real(1.0000001), true},
-      {none, Real(1), Real(1), false},
-      {absolute, CVariant(u"abc"), CVariant(u"abd"), true},
-      {absolute, CVariant::FromInt32(1), Real(1), true},
-      {Deadband(2, 10, 5, 5), Real(1), Real(1.0000001), true},
-      {Deadband(2, 10, 100, 200), Real(1), Real(1.0000001), true},  // a threshold below 0
-      {Deadband(7, 5, 9, 1), Real(1), Real(2), true},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(c.deadband.DeadbandPassed(c.a, c.b), c.passes)
-        << c.deadband.GetThreshold() << ": " << testing::PrintToString(c.a) << " to " << testing::PrintToString(c.b);
+  // Type, deadband, high and low range; the values, and whether the second passes.
+  for (const auto& c : Rows(R"(
+      2|10|200|100|r8:50|r8:60|1; 2|10|200|100|r8:50|r8:59.5|0; 1|0.5|0|0|r8:1|r8:1.5|1; 1|0.5|0|0|r8:1|r8:1.4|0;
+      0|5|200|100|r8:1|r8:1.0000001|1; 0|5|200|100|r8:1|r8:1|0; 1|0.5|0|0|s:abc|s:abd|1; 1|0.5|0|0|i4:1|r8:1|1;
+      2|10|5|5|r8:1|r8:1.0000001|1; 2|10|100|200|r8:1|r8:1.0000001|1; 7|5|9|1|r8:1|r8:2|1)")) {
+    const CDeadband deadband = Deadband(std::stoi(c[0]), std::stod(c[1]), std::stod(c[2]), std::stod(c[3]));
+    EXPECT_EQ(deadband.DeadbandPassed(Value(c[4]), Value(c[5])), c[6] == "1") << testing::PrintToString(c);
   }
 }
 

@@ -6,8 +6,10 @@
 
 #include "platform/framework/cstring.h"
 #include "util/serialization/stream_testing.h"
+#include "util/values/value_testing.h"
 
 using namespace stream_testing;
+using value_testing::Rows;
 using unit_t = CResolutionRate::_tagRESOLUTION;
 
 namespace {
@@ -21,36 +23,22 @@ CResolutionRate Rate(std::uint32_t rate, int unit) {
 }
 
 TEST(ResolutionRate, TakesWhatFits32BitsOfMilliseconds) {
-  const struct {
-    std::uint32_t rate;
-    int unit;
-    int taken;
-    std::uint32_t milliseconds;
-  } cases[] = {{4294967295, 0, 1, 4294967295},
-               {4294967, 1, 1, 4294967000},
-               {4294968, 1, 0, 0},
-               {71582, 2, 1, 4294920000},
-               {71583, 2, 0, 0},
-               {1193, 3, 1, 4294800000},
-               {1194, 3, 0, 0},
-               {49, 4, 1, 4233600000},
-               {50, 4, 0, 0},
-               {0, 3, 1, 0},
-               {0, -1, 0, 0},
-               {5, -1, 0, 0},
-               {5, 5, 0, 0},
-               {0, 0, 1, 0}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(std::to_string(c.rate) + " of unit " + std::to_string(c.unit));
+  // Rate, unit, whether it is taken, and its milliseconds.
+  for (const auto& c : Rows(R"(
+      4294967295|0|1|4294967295; 4294967|1|1|4294967000; 4294968|1|0|0; 71582|2|1|4294920000; 71583|2|0|0;
+      1193|3|1|4294800000; 1194|3|0|0; 49|4|1|4233600000; 50|4|0|0; 0|3|1|0; 0|-1|0|0; 5|-1|0|0; 5|5|0|0; 0|0|1|0)")) {
+    SCOPED_TRACE(testing::PrintToString(c));
+    const auto asked = static_cast<std::uint32_t>(std::stoul(c[0]));
+    const int unit = std::stoi(c[1]);
     CResolutionRate rate = Rate(7, 2);
-    EXPECT_EQ(rate.SetResolutionRate(c.rate, Unit(c.unit)), c.taken);
-    EXPECT_EQ(rate.GetRateInMilliseconds(), c.taken != 0 ? c.milliseconds : 420000);
-    EXPECT_EQ(CResolutionRate::GetRateInMilliseconds(c.rate, Unit(c.unit)), c.milliseconds);
+    EXPECT_EQ(rate.SetResolutionRate(asked, Unit(unit)), std::stoi(c[2]));
+    EXPECT_EQ(CResolutionRate::GetRateInMilliseconds(asked, Unit(unit)), std::stoul(c[3]));
     std::uint32_t count = 0;
-    unit_t unit{};
-    EXPECT_EQ(rate.GetResolutionRate(count, unit), 1);
-    EXPECT_EQ(count, c.taken != 0 ? c.rate : 7);
-    EXPECT_EQ(unit, c.taken != 0 ? c.unit : 2);
+    unit_t kept{};
+    EXPECT_EQ(rate.GetResolutionRate(count, kept), 1);
+    EXPECT_EQ(count, c[2] == "1" ? asked : 7);
+    EXPECT_EQ(kept, c[2] == "1" ? unit : 2);
+    EXPECT_EQ(rate.GetRateInMilliseconds(), c[2] == "1" ? std::stoul(c[3]) : 420000);
   }
   EXPECT_EQ(CResolutionRate(), Rate(1, 1));
   EXPECT_NE(Rate(60, 1), Rate(1, 2));

@@ -5,15 +5,17 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "platform/framework/mem_file.h"
 #include "util/serialization/stream_testing.h"
-#include "util/values/safe_array.h"
-#include "util/values/variant.h"
+#include "util/values/value_testing.h"
 
 using namespace stream_testing;
+using value_testing::Rows;
+using value_testing::Value;
 
 namespace {
 
@@ -31,79 +33,50 @@ CScaling Scaling(CScaling::SCALINGTYPE type, double rawLow, double rawHigh, doub
   return scaling;
 }
 
+std::map<std::string, CScaling> Scalings() {
+  std::map<std::string, CScaling> made;
+  made["linear"] = made["long"] = Scaling(CScaling::LINEAR, 0, 100, 0, 1000);
+  made["root"] = made["root long"] = Scaling(CScaling::SQUARE_ROOT, 0, 100, 0, 10);
+  made["clamped"] = made["negated"] = made["both"] = made["linear"];
+  made["none"] = Scaling(CScaling::NONE, 10, 20, 0, 1);
+  made["no width"] = Scaling(CScaling::LINEAR, 5, 5, 0, 1);
+  made["long"].SetScaledDataType(DT_SHORT);
+  made["root long"].SetScaledDataType(DT_LONG);
+  made["clamped"].SetClampHigh(true);
+  made["negated"].SetNegateValue(true);
+  made["both"].SetNegateValue(true);
+  made["both"].SetClampLow(true);
+  made["none"].SetClampLow(true);
+  made["none"].SetClampHigh(true);
+  return made;
+}
+
 TEST(ScalingForward, GivesTheseValues) {
-  CScaling plain = Scaling(CScaling::LINEAR, 0, 1000, 0, 1000), linear = Scaling(CScaling::LINEAR, 0, 100, 0, 1000);
-  CScaling root = Scaling(CScaling::SQUARE_ROOT, 0, 100, 0, 10), rootLong = root, clamped = linear, negated = linear;
-  CScaling none = Scaling(CScaling::NONE, 10, 20, 0, 1), shortInteger = linear,
-           noWidth = Scaling(CScaling::LINEAR, 5, 5, 0, 1);
-  rootLong.SetScaledDataType(DT_LONG);
-  clamped.SetClampHigh(true);
-  negated.SetNegateValue(true);
-  none.SetClampLow(true), none.SetClampHigh(true);
-  shortInteger.SetScaledDataType(DT_SHORT);
-  const struct {
-    const CScaling& scaling;
-    CVariant raw;
-    CVariant scaled;  // empty: refused
-  } cases[] = {
-      {plain, CVariant::FromInt16(500), CVariant::FromDouble(500)},
-      {linear, CVariant::FromUInt8(25), CVariant::FromDouble(250)},
-      {linear, CVariant(u"25"), CVariant::FromDouble(250)},
-      {linear, CVariant(u"x"), {}},
-      {root, CVariant::FromInt32(25), CVariant::FromDouble(5)},
-      {rootLong, CVariant::FromInt32(-1), {}},
-      {clamped, CVariant::FromFloat(150), CVariant::FromDouble(1000)},
-      {clamped, CVariant::FromFloat(-50), CVariant::FromDouble(-500)},
-      {negated, CVariant::FromInt32(10), CVariant::FromDouble(-100)},
-      {negated, CVariant::FromInt32(0), CVariant::FromDouble(-0.0)},
-      {none, CVariant::FromInt32(5), CVariant::FromDouble(10)},
-      {none, CVariant::FromInt32(25), CVariant::FromDouble(20)},
-      {shortInteger, CVariant::FromDouble(3276.75), {}},
-      {shortInteger, CVariant::FromDouble(0.25), CVariant::FromInt16(2)},
-      {noWidth, CVariant::FromDouble(6), CVariant::FromDouble(kInfinity)},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.raw));
-    CVariant value(c.raw);
-    EXPECT_EQ(c.scaling.DoScaling(value), !c.scaled.IsEmpty());
-    EXPECT_TRUE(value == c.scaled) << testing::PrintToString(value);
+  // The scaling, a raw value, and the scaled one; none where it is refused.
+  for (const auto& c : Rows(R"(
+      default|i2:500|r8:500; linear|ui1:25|r8:250; linear|s:25|r8:250; linear|s:x|; root|i4:25|r8:5; root long|i4:-1|;
+      clamped|r4:150|r8:1000; clamped|r4:-50|r8:-500; negated|i4:10|r8:-100; negated|i4:0|r8:-0; none|i4:5|r8:10;
+      none|i4:25|r8:20; long|r8:3276.75|; long|r8:0.25|i2:2; no width|r8:6|r8:inf)")) {
+    SCOPED_TRACE(testing::PrintToString(c));
+    CVariant value = Value(c[1]);
+    EXPECT_EQ(Scalings()[c[0]].DoScaling(value), !c[2].empty());
+    EXPECT_TRUE(value == Value(c[2])) << testing::PrintToString(value);
   }
-  CVariant negative = CVariant::FromInt32(-1);
-  EXPECT_TRUE(root.DoScaling(negative) && std::isnan(negative.dblVal));
+  CVariant negative = Value("i4:-1");
+  EXPECT_TRUE(Scalings()["root"].DoScaling(negative) && std::isnan(negative.dblVal));
 }
 
 TEST(ScalingReverse, GivesTheseValuesAndRefusesOtherTypes) {
-  CScaling negated = Scaling(CScaling::LINEAR, 0, 100, 0, 1000), clamped,
-           root = Scaling(CScaling::SQUARE_ROOT, 0, 100, 0, 10);
-  negated.SetNegateValue(true);
-  clamped = negated;
-  clamped.SetClampLow(true);
-  const struct {
-    const CScaling& scaling;
-    CVariant scaled;
-    int rawType;
-    HRESULT result;
-    CVariant raw;
-  } cases[] = {
-      {negated, CVariant::FromDouble(-100), 9, S_OK, CVariant::FromDouble(10)},
-      {clamped, CVariant::FromDouble(-100), 9, S_OK, CVariant::FromDouble(-0.0)},
-      {root, CVariant::FromDouble(5), 4, S_OK, CVariant::FromInt16(25)},
-      {root, CVariant::FromDouble(50), 10, S_OK, CVariant::FromUInt16(2500)},
-      {root, CVariant::FromDouble(500), 4, DISP_E_OVERFLOW, {}},
-      {root, CVariant(u"x"), 4, DISP_E_TYPEMISMATCH, {}},
-      {root, CVariant::FromInt32(5), 26, DISP_E_TYPEMISMATCH, CVariant::FromInt32(5)},
-      {root, CVariant(1U, VT_R8, nullptr), 6, DISP_E_TYPEMISMATCH, CVariant(1U, VT_R8, nullptr)},
-      {root, CVariant::FromInt32(5), -1, DISP_E_TYPEMISMATCH, CVariant::FromInt32(5)},
-      {root, CVariant::FromInt32(5), 0, DISP_E_TYPEMISMATCH, CVariant::FromInt32(5)},
-      {root, CVariant::FromInt32(5), 1, DISP_E_TYPEMISMATCH, CVariant::FromInt32(5)},
-      {root, CVariant::FromInt32(5), 13, DISP_E_TYPEMISMATCH, CVariant::FromInt32(5)},
-      {root, CVariant(1U, VT_R8, nullptr), 34, DISP_E_TYPEMISMATCH, CVariant(1U, VT_R8, nullptr)},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.scaled) + " to type " + std::to_string(c.rawType));
-    CVariant value(c.scaled);
-    EXPECT_EQ(c.scaling.ReverseScaling(value, Id(c.rawType)), c.result);
-    EXPECT_TRUE(value == c.raw) << testing::PrintToString(value);
+  // The scaling, a scaled value, the raw type, and the raw value; "-" where the value is refused and stays.
+  for (const auto& c : Rows(R"(
+      negated|r8:-100|9|r8:10; both|r8:-100|9|r8:-0; root|r8:5|4|i2:25; root|r8:50|10|ui2:2500; root|r8:500|4|; root|s:x|4|;
+      root|i4:5|26|-; root|[r8:1]|6|-; root|i4:5|-1|-; root|i4:5|0|-; root|i4:5|1|-; root|i4:5|13|-; root|[r8:1]|34|-)")) {
+    SCOPED_TRACE(testing::PrintToString(c));
+    CVariant value = Value(c[1]);
+    const bool isRefused = c[3] == "-" || c[1] == "s:x";
+    const HRESULT result = isRefused ? DISP_E_TYPEMISMATCH : c[3].empty() ? DISP_E_OVERFLOW : S_OK;
+    EXPECT_EQ(Scalings()[c[0]].ReverseScaling(value, Id(std::stoi(c[2]))), result);
+    EXPECT_TRUE(value == Value(c[3] == "-" ? c[1] : c[3])) << testing::PrintToString(value);
   }
 }
 
@@ -217,67 +190,40 @@ TEST(ScalingArrays, GiveWhatEachElementAloneGives) {
 // Blocks of 1,024 and their rest; the shape stays.
 TEST(ScalingArrays, OfManyBlocksAreScaledToTheEndAndKeepTheirShape) {
   CScaling s = Scaling(CScaling::LINEAR, 0, 100, 0, 50);
-  for (const DATATYPE to : {DT_DOUBLE, DT_SHORT}) {
-    s.SetScaledDataType(to);
-    CVariant value(43, 100, VT_I2, nullptr);
-    for (std::size_t i = 0; i < 4300; ++i) value.AsSpan<std::int16_t>()[i] = static_cast<std::int16_t>(i * 2);
-    ASSERT_TRUE(s.DoScaling(value));
-    EXPECT_EQ(value.GetArray()->GetNumRows(), 43u);
-    CVariant element;
-    for (unsigned i = 0; i < 4300; ++i) {
-      value.GetArray()->GetElement(i, element);
-      EXPECT_EQ(element.GetAsDouble(), i);
-    }
-    value.GetArray()->SetElement(4299, CVariant::FromInt16(-1));
-  }
-  CVariant late(5000U, VT_I4, nullptr);
+  s.SetScaledDataType(DT_SHORT);
+  CVariant value(43, 100, VT_I2, nullptr);
+  for (int i = 0; i < 4300; ++i)
+    value.AsSpan<std::int16_t>()[static_cast<unsigned>(i)] = static_cast<std::int16_t>(i * 2);
+  ASSERT_TRUE(s.DoScaling(value));
+  EXPECT_EQ(value.GetArray()->GetNumRows(), 43u);
+  for (unsigned i = 0; i < 4300; ++i) EXPECT_EQ(value.AsSpan<std::int16_t>()[i], static_cast<int>(i));
+  CVariant late(5000U, VT_I4, nullptr), tooLong(65536U, VT_I2, nullptr), none = Value("[i2]"), null = Value("{i2}");
   late.AsSpan<std::int32_t>()[4999] = 1000000;
-  EXPECT_FALSE(s.DoScaling(late));
-  EXPECT_TRUE(late.IsEmpty());
-  for (const unsigned count : {0U, 65536U}) {
-    CVariant value(count, VT_I2, nullptr);
-    EXPECT_EQ(s.DoScaling(value), count == 0) << "longer than conversions take";
-    EXPECT_EQ(value.vt, count == 0 ? VT_I2 | VT_ARRAY : VT_EMPTY);
-  }
-  CVariant null;
-  null.vt = VT_I2 | VT_ARRAY;
-  EXPECT_FALSE(s.DoScaling(null));
+  EXPECT_FALSE(s.DoScaling(late) || s.DoScaling(tooLong) || s.DoScaling(null));
+  EXPECT_TRUE(late.IsEmpty() && tooLong.IsEmpty() && null.IsEmpty());
+  s.SetScaledDataType(DT_LONG);
+  EXPECT_TRUE(s.DoScaling(none) && none == Value("[i4]"));
 }
 
 TEST(ScalingSettings, AreValidOrNameTheFirstFault) {
-  CScaling s = Scaling(CScaling::LINEAR, 0, 100, 0, 1000), rawOrder = s, rawRange = s, scaledOrder = s, scaledType = s,
-           scaledRange = s, none = s;
-  rawOrder.SetRawLow(100);
-  rawRange.SetRawHigh(70000);
-  scaledOrder.SetScaledLow(1000), scaledOrder.SetScaledDataType(DT_STRING);
-  scaledType.SetScaledDataType(DT_DATE);
-  scaledRange.SetScaledHigh(3e9), scaledRange.SetScaledDataType(DT_LONG);
-  none = rawOrder, none.SetScalingType(CScaling::NONE);
-  const struct {
-    const CScaling& scaling;
-    int rawType;
-    CScaling::SCALINGRESULT verdict;
-  } cases[] = {{s, 4, CScaling::VALID},
-               {s, 24, CScaling::VALID},
-               {s, 10, CScaling::VALID},
-               {s, 12, CScaling::VALID},
-               {s, -1, CScaling::INVALID_RAW_TYPE},
-               {s, 0, CScaling::INVALID_RAW_TYPE},
-               {s, 21, CScaling::INVALID_RAW_TYPE},
-               {s, 13, CScaling::INVALID_RAW_TYPE},
-               {s, 34, CScaling::INVALID_RAW_TYPE},
-               {rawOrder, 4, CScaling::INVALID_RAW_RANGE},
-               {rawRange, 4, CScaling::INVALID_RAW_RANGE},
-               {rawRange, 6, CScaling::VALID},
-               {scaledOrder, 4, CScaling::INVALID_SCALED_RANGE},
-               {scaledType, 4, CScaling::INVALID_SCALED_TYPE},
-               {scaledRange, 4, CScaling::INVALID_SCALED_RANGE},
-               {none, 1, CScaling::VALID}};
-  for (const auto& c : cases) {
+  const CScaling s = Scaling(CScaling::LINEAR, 0, 100, 0, 1000);
+  std::map<std::string, CScaling> settings = {{"good", s}, {"raw order", s}, {"raw range", s}, {"scaled type", s}};
+  settings["raw order"].SetRawLow(100);
+  settings["raw range"].SetRawHigh(70000);
+  settings["scaled type"].SetScaledDataType(DT_DATE);
+  settings["scaled order"] = settings["scaled type"];  // the order is looked at before the type
+  settings["scaled order"].SetScaledLow(1000);
+  settings["scaled range"] = Scaling(CScaling::LINEAR, 0, 100, 0, 3e9);
+  settings["scaled range"].SetScaledDataType(DT_LONG);
+  settings["none"] = Scaling(CScaling::NONE, 100, 0, 1, 0);
+  // The settings, the raw type, and the verdict.
+  for (const auto& c : Rows(R"(
+      good|4|0; good|24|0; good|10|0; good|12|0; good|-1|1; good|0|1; good|21|1; good|13|1; good|34|1; raw order|4|3;
+      raw range|4|3; raw range|6|0; scaled order|4|4; scaled type|4|2; scaled range|4|4; none|1|0)")) {
     CScaling::SCALINGRESULT verdict{};
-    EXPECT_EQ(c.scaling.IsValid(Id(c.rawType), &verdict), c.verdict == CScaling::VALID);
-    EXPECT_EQ(verdict, c.verdict) << "raw type " << c.rawType;
-    EXPECT_EQ(c.scaling.IsValid(Id(c.rawType), nullptr), c.verdict == CScaling::VALID);
+    EXPECT_EQ(settings[c[0]].IsValid(Id(std::stoi(c[1])), &verdict), c[2] == "0");
+    EXPECT_EQ(verdict, std::stoi(c[2])) << c[0] << ", raw type " << c[1];
+    EXPECT_EQ(settings[c[0]].IsValid(Id(std::stoi(c[1])), nullptr), c[2] == "0");
   }
   CScaling::SCALINGRESULT verdict{};
   EXPECT_FALSE(s.IsValid(VARTYPE{VT_BOOL}, &verdict));

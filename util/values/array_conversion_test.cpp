@@ -14,6 +14,7 @@
 
 #include "platform/ole/variant_conversion.h"
 #include "util/values/safe_array.h"
+#include "util/values/value_testing.h"
 #include "util/values/variant.h"
 
 // The loops once more, compiled for the baseline alone: a machine with AVX2 never chooses them by itself.
@@ -26,97 +27,78 @@
 
 namespace {
 
-CVariant NullArray(VARTYPE element) {
-  CVariant value;
-  value.vt = static_cast<VARTYPE>(element | VT_ARRAY);
-  return value;
-}
+using value_testing::Rows;
+using value_testing::Value;
 
 VARTYPE ArrayType(VARTYPE element) { return static_cast<VARTYPE>(element | VT_ARRAY); }
 
-CVariant Doubles(unsigned short rows, unsigned short columns, std::vector<double> values) {
-  return CVariant(rows, columns, VT_R8, values.data());
+void ExpectFailure(const CVariant& source, VARTYPE target, HRESULT result) {
+  SCOPED_TRACE(testing::PrintToString(source) + " to " + std::to_string(target));
+  for (const bool checkSign : {false, true}) {
+    CVariant value(source);
+    EXPECT_EQ(value.ConvertTypeEx(target, 0, checkSign), result);
+    EXPECT_TRUE(value.IsEmpty() && value.ullVal == 0);
+  }
+  CVariant cleared(source), kept(source);
+  const tagVARIANT before = kept;
+  EXPECT_FALSE(cleared.ConvertType(target, CVariant::CONVERT_OR_CLEAR));
+  EXPECT_TRUE(cleared.IsEmpty());
+  EXPECT_FALSE(kept.ConvertType(target, CVariant::CONVERT_OR_KEEP));
+  EXPECT_EQ(std::memcmp(&kept, &before, sizeof before), 0) << "bit for bit, the same string or array";
 }
 
 TEST(ConvertType, FailsWithTheseCodesAndLeavesNothingOrEverything) {
-  const double overflow[] = {1, 1e10};
-  const CVariant mixed[] = {CVariant(u"5"), CVariant(u"x")};
-  CVariant mistyped(2U, VT_I4, nullptr);
-  mistyped.vt = VT_UI4 | VT_ARRAY;
   const struct {
-    CVariant value;
-    VARTYPE target;
+    const char* value;
+    int target;
     HRESULT result;
-  } cases[] = {
-      {CVariant(u"abc"), VT_I4, DISP_E_TYPEMISMATCH},
-      {CVariant(u"70000"), VT_I2, DISP_E_OVERFLOW},
-      {CVariant::FromInt32(-1), VT_UI4, DISP_E_OVERFLOW},
-      {CVariant::FromUInt64(UINT64_MAX), VT_I8, DISP_E_OVERFLOW},
-      {CVariant::FromInt(5), VT_VARIANT, DISP_E_TYPEMISMATCH},  // by way of VT_I4
-      {CVariant::FromInt(5), VT_I4 | VT_ARRAY, DISP_E_TYPEMISMATCH},
-      {CVariant::Null(), VT_I4, DISP_E_TYPEMISMATCH},
-      {CVariant::FromDouble(std::nan("")), VT_I4, DISP_E_OVERFLOW},
-      {NullArray(VT_I4), VT_R8 | VT_ARRAY, E_FAIL},
-      {Doubles(1, 1, {1}), VT_R8, DISP_E_TYPEMISMATCH},
-      {CVariant(2U, VT_R8, overflow), VT_I4 | VT_ARRAY, DISP_E_OVERFLOW},
-      {CVariant(2U, VT_VARIANT, mixed), VT_I4 | VT_ARRAY, DISP_E_TYPEMISMATCH},
-      {CVariant(65536U, VT_I2, nullptr), VT_I4 | VT_ARRAY, E_INVALIDARG},
-      {CVariant(2U, VT_I2, nullptr), VT_NULL | VT_ARRAY, DISP_E_TYPEMISMATCH},
-      {CVariant(0U, VT_I2, nullptr), VT_I4 | VT_BYREF | VT_ARRAY, DISP_E_BADVARTYPE},
-      {mistyped, VT_R8 | VT_ARRAY, E_INVALIDARG},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.value) + " to " + std::to_string(c.target));
-    for (const bool checkSign : {false, true}) {
-      CVariant value(c.value);
-      EXPECT_EQ(value.ConvertTypeEx(c.target, 0, checkSign), c.result);
-      EXPECT_TRUE(value.IsEmpty() && value.ullVal == 0);
-    }
-    CVariant cleared(c.value), kept(c.value);
-    tagVARIANT before = kept;
-    EXPECT_FALSE(cleared.ConvertType(c.target, CVariant::CONVERT_OR_CLEAR));
-    EXPECT_TRUE(cleared.IsEmpty());
-    EXPECT_FALSE(kept.ConvertType(c.target, CVariant::CONVERT_OR_KEEP));
-    EXPECT_EQ(std::memcmp(&kept, &before, sizeof before), 0) << "bit for bit, the same string or array";
-  }
+  } cases[] = {{"s:abc", VT_I4, DISP_E_TYPEMISMATCH},
+               {"s:70000", VT_I2, DISP_E_OVERFLOW},
+               {"i4:-1", VT_UI4, DISP_E_OVERFLOW},
+               {"ui8:18446744073709551615", VT_I8, DISP_E_OVERFLOW},
+               {"i:5", VT_VARIANT, DISP_E_TYPEMISMATCH},  // by way of VT_I4
+               {"i:5", VT_I4 | VT_ARRAY, DISP_E_TYPEMISMATCH},
+               {"null", VT_I4, DISP_E_TYPEMISMATCH},
+               {"r8:nan", VT_I4, DISP_E_OVERFLOW},
+               {"{i4}", VT_R8 | VT_ARRAY, E_FAIL},
+               {"[r8:1]", VT_R8, DISP_E_TYPEMISMATCH},
+               {"[r8:1 1e10]", VT_I4 | VT_ARRAY, DISP_E_OVERFLOW},
+               {"[var:s:5 s:x]", VT_I4 | VT_ARRAY, DISP_E_TYPEMISMATCH},
+               {"[i2:0]", VT_NULL | VT_ARRAY, DISP_E_TYPEMISMATCH},
+               {"[i2]", VT_I4 | VT_BYREF | VT_ARRAY, DISP_E_BADVARTYPE}};
+  for (const auto& c : cases) ExpectFailure(Value(c.value), static_cast<VARTYPE>(c.target), c.result);
+  ExpectFailure(CVariant(65536U, VT_I2, nullptr), VT_I4 | VT_ARRAY, E_INVALIDARG);
+  CVariant mistyped = Value("[i4:1]");
+  mistyped.vt = VT_UI4 | VT_ARRAY;
+  ExpectFailure(mistyped, VT_R8 | VT_ARRAY, E_INVALIDARG);
 }
 
-TEST(ConvertType, ConvertsScalarsInPlace) {
-  const struct {
-    CVariant value;
-    CVariant converted;
-  } cases[] = {{CVariant::FromInt32(-7), CVariant::FromDouble(-7)},
-               {CVariant::FromDouble(2.5), CVariant::FromInt32(2)},
-               {CVariant::FromDouble(-3.5), CVariant::FromInt16(-4)},
-               {CVariant::FromInt(5), CVariant(u"5")},
-               {CVariant::FromUInt(4294967295), CVariant::FromInt64(4294967295)},
-               {CVariant::FromUInt32(1), CVariant::FromInt32(1)},
-               {CVariant(u"1,234.5"), CVariant::FromDouble(1234.5)},
-               {CVariant(), CVariant(u"")},
-               {CVariant(u"True"), CVariant::FromBool(true)}};
+TEST(ConvertType, ConvertsInPlaceAndKeepsTheShapeOfArrays) {
+  const char* const cases[][2] = {{"i4:-7", "r8:-7"},
+                                  {"r8:2.5", "i4:2"},
+                                  {"r8:-3.5", "i2:-4"},
+                                  {"i:5", "s:5"},
+                                  {"ui:4294967295", "i8:4294967295"},
+                                  {"ui4:1", "i4:1"},
+                                  {"s:1,234.5", "r8:1234.5"},
+                                  {"", "s:"},
+                                  {"s:True", "bool:1"},
+                                  {"[s]", "[r8]"}};
   for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.value));
-    CVariant viaMode(c.value), viaCode(c.value);
-    EXPECT_TRUE(viaMode.ConvertType(c.converted.vt, CVariant::CONVERT_OR_KEEP) && viaMode == c.converted);
-    EXPECT_EQ(viaCode.ConvertTypeEx(c.converted.vt, 0, true), S_OK);
-    EXPECT_TRUE(viaCode == c.converted);
+    CVariant byMode = Value(c[0]), byCode(byMode);
+    const CVariant converted = Value(c[1]);
+    EXPECT_TRUE(byMode.ConvertType(converted.vt, CVariant::CONVERT_OR_KEEP) && byMode == converted) << c[0];
+    EXPECT_EQ(byCode.ConvertTypeEx(converted.vt, 0, true), S_OK) << c[0];
+    EXPECT_TRUE(byCode == converted) << c[0];
   }
-}
-
-TEST(ConvertType, KeepsTheShapeOfArrays) {
-  CVariant value = Doubles(2, 3, {1, 2, 3, 4, 5, 6.5});
+  const double numbers[] = {1, 2, 3, 4, 5, 6.5}, rounded[] = {1, 2, 3, 4, 5, 6};
+  CVariant value(2, 3, VT_R8, numbers);
   for (const VARTYPE element : {VT_I2, VT_BSTR, VT_CY, VT_DECIMAL, VT_UI8, VT_R4, VT_DATE, VT_R8}) {
-    SCOPED_TRACE(element);
-    ASSERT_TRUE(value.ConvertType(ArrayType(element), CVariant::CONVERT_OR_KEEP));
-    EXPECT_EQ(value.vt, element | VT_ARRAY);
-    EXPECT_EQ(value.GetArray()->GetVarType(), element);
-    EXPECT_EQ(value.GetArray()->GetNumRows(), 2u);
-    EXPECT_EQ(value.GetArray()->GetNumCols(), 3u);
+    ASSERT_TRUE(value.ConvertType(ArrayType(element), CVariant::CONVERT_OR_KEEP)) << element;
+    EXPECT_TRUE(value.vt == (element | VT_ARRAY) && value.GetArray()->GetVarType() == element);
+    EXPECT_TRUE(value.GetArray()->GetNumRows() == 2 && value.GetArray()->GetNumCols() == 3);
   }
-  EXPECT_TRUE(value == Doubles(2, 3, {1, 2, 3, 4, 5, 6}));
-  CVariant none(0U, VT_BSTR, nullptr);
-  EXPECT_TRUE(none.ConvertType(VT_R8 | VT_ARRAY, CVariant::CONVERT_OR_KEEP));
-  EXPECT_EQ(none.vt, VT_R8 | VT_ARRAY);
+  EXPECT_TRUE(value == CVariant(2, 3, VT_R8, rounded));
   CVariant widest(65535U, VT_I2, nullptr);
   EXPECT_TRUE(widest.ConvertType(VT_R4 | VT_ARRAY, CVariant::CONVERT_OR_KEEP));
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -51,27 +52,22 @@ TEST(Base64, WritesAndReadsEveryLength) {
   }
 }
 
-// Every unit, alone at every place of a text long enough for whole steps: outside the alphabet it ends the text, and a
-// letter or digit of another script counts as 64, whose low bits are zero.
+// Every unit alone at every place of a text long enough for whole steps. What is no letter or digit ends the text; one
+// of another script counts as 64 in place of 63, whose sums the rule cuts to bytes.
 TEST(Base64, EndsAtTheFirstUnitOutsideTheAlphabet) {
   const bytes_t bytes(72, 0xFF);  // "/" throughout
   const std::u16string whole = PlainText(bytes);
+  const bytes_t foreign[4] = {{0x03, 0xFF, 0xFF}, {0xFC, 0x0F, 0xFF}, {0xFF, 0xF0, 0x3F}, {0xFF, 0xFF, 0x00}};
   for (const char16_t unit :
        u"\0\t\n !*,-.:;<=>?@[\\]^_`{|}~\x7F\x80\u00A0\u00D7\u012B\u2028\u2F2F\uFF0B\xD800\xFFFF") {
     for (std::size_t place = 0; place < whole.size(); ++place) {
       std::u16string text = whole;
       text[place] = unit;
-      const bool foreignLetter = unit == u'\u012B';
       bytes_t expected(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(place * 3 / 4));
-      if (foreignLetter) {
-        // In place of 63 comes 64: its bit 6 carries into the byte before, as the sums of the rule have it.
+      if (unit == u'\u012B') {
         expected = bytes;
-        const std::size_t first = place / 4 * 3;
-        const unsigned c[4] = {place % 4 == 0 ? 64U : 63U, place % 4 == 1 ? 64U : 63U, place % 4 == 2 ? 64U : 63U,
-                               place % 4 == 3 ? 64U : 63U};
-        expected[first] = static_cast<std::uint8_t>((c[0] << 2) + ((c[1] >> 4) & 3));
-        expected[first + 1] = static_cast<std::uint8_t>(((c[1] & 15) << 4) + ((c[2] >> 2) & 15));
-        expected[first + 2] = static_cast<std::uint8_t>(((c[2] & 3) << 6) + c[3]);
+        std::copy(foreign[place % 4].begin(), foreign[place % 4].end(),
+                  expected.begin() + static_cast<std::ptrdiff_t>(place / 4 * 3));
       }
       EXPECT_EQ(Decode(text), expected) << "unit " << static_cast<unsigned>(unit) << " at " << place;
     }

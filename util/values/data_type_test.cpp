@@ -3,61 +3,46 @@
 #include <gtest/gtest.h>
 
 #include <cfloat>
+#include <string>
 
 #include "platform/framework/cstring.h"
-#include "util/values/variant.h"
+#include "util/values/value_testing.h"
+
+using value_testing::Rows;
 
 namespace {
 
 DATATYPE Id(int number) { return static_cast<DATATYPE>(number); }
 
-struct row_t {
-  int id;
-  const char16_t* name;
-  const char16_t* arrayName;
-  VARTYPE vt;
-  int size;
-  double lowest, highest;
-  int back;  // ConvertVarType of vt
-};
-const row_t kRows[] = {
-    {0, u"String", u"String Array", VT_BSTR, 0, 0, 0, 0},
-    {1, u"Boolean", u"Boolean Array", VT_BOOL, 2, 0, 1, 1},
-    {2, u"Char", u"Char Array", VT_I1, 1, -128, 127, 2},
-    {3, u"Byte", u"Byte Array", VT_UI1, 1, 0, 255, 3},
-    {4, u"Short", u"Short Array", VT_I2, 2, -32768, 32767, 4},
-    {5, u"Word", u"Word Array", VT_UI2, 2, 0, 65535, 5},
-    {6, u"Long", u"Long Array", VT_I4, 4, -2147483648.0, 2147483647, 6},
-    {7, u"DWord", u"DWord Array", VT_UI4, 4, 0, 4294967295, 7},
-    {8, u"Float", u"Float Array", VT_R4, 4, -3.4028234663852886e38, 3.4028234663852886e38, 8},
-    {9, u"Double", u"Double Array", VT_R8, 8, -1.7976931348623157e308, 1.7976931348623157e308, 9},
-    {10, u"BCD", u"BCD Array", VT_UI2, 2, 0, 9999, 5},
-    {11, u"LBCD", u"LBCD Array", VT_UI4, 4, 0, 99999999, 7},
-    {12, u"Date", u"Date Array", VT_DATE, 8, -1.7976931348623157e308, 1.7976931348623157e308, 12},
-    {13, u"LLong", u"LLong Array", VT_I8, 8, -9223372036854775808.0, 9223372036854775808.0, 13},
-    {14, u"QWord", u"QWord Array", VT_UI8, 8, 0, 18446744073709551616.0, 14},
-};
-
 TEST(DataType, TellsNamesSizesAndRangesOfScalarAndArrayForms) {
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.id);
+  int id = 0;
+  // Name, VARTYPE, size, range, and the type that the VARTYPE comes back as.
+  for (const auto& row : Rows(R"(
+      String|s|0|0|0|0; Boolean|bool|2|0|1|1; Char|i1|1|-128|127|2; Byte|ui1|1|0|255|3; Short|i2|2|-32768|32767|4;
+      Word|ui2|2|0|65535|5; Long|i4|4|-2147483648|2147483647|6; DWord|ui4|4|0|4294967295|7;
+      Float|r4|4|-3.4028234663852886e38|3.4028234663852886e38|8; Double|r8|8|-1.7976931348623157e308|1.7976931348623157e308|9;
+      BCD|ui2|2|0|9999|5; LBCD|ui4|4|0|99999999|7; Date|date|8|-1.7976931348623157e308|1.7976931348623157e308|12;
+      LLong|i8|8|-9223372036854775808|9223372036854775808|13; QWord|ui8|8|0|18446744073709551616|14)")) {
+    SCOPED_TRACE(row[0]);
     for (const int offset : {0, 20}) {
-      const DATATYPE type = Id(row.id + offset);
-      const auto vt = static_cast<VARTYPE>(row.vt | (offset != 0 ? VT_ARRAY : 0));
-      const CString name = offset != 0 ? row.arrayName : row.name;
+      const DATATYPE type = Id(id + offset);
+      const auto vt = static_cast<VARTYPE>(value_testing::TypeOf(row[1]) | (offset != 0 ? VT_ARRAY : 0));
+      const CString name = row[0] + (offset != 0 ? " Array" : "");
       EXPECT_EQ(CDataType::TextFromType(type), name);
       EXPECT_EQ(CDataType::TypeFromText(name), type);
       EXPECT_EQ(CDataType::TypeFromText(CString(name).MakeLower()), type);
-      EXPECT_EQ(CDataType::SizeOf(type), row.size);
-      EXPECT_EQ(CDataType::MinVal(type), row.lowest);
-      EXPECT_EQ(CDataType::MaxVal(type), row.highest);
+      EXPECT_EQ(CDataType::SizeOf(type), std::stoi(row[2]));
+      EXPECT_EQ(CDataType::MinVal(type), std::stod(row[3]));
+      EXPECT_EQ(CDataType::MaxVal(type), std::stod(row[4]));
       EXPECT_EQ(CVariant::ConvertDataType(type), vt);
-      EXPECT_EQ(CVariant::ConvertVarType(vt), Id(row.back + offset));
-      EXPECT_EQ(CDataType::MakeArrayType(type), Id(row.id + 20));
-      EXPECT_EQ(CDataType::MakeBasicType(type), Id(row.id));
-      EXPECT_EQ(CDataType::Is64BitIntegerType(type), row.id >= 13);
+      EXPECT_EQ(CVariant::ConvertVarType(vt), Id(std::stoi(row[5]) + offset));
+      EXPECT_EQ(CDataType::MakeArrayType(type), Id(id + 20));
+      EXPECT_EQ(CDataType::MakeBasicType(type), Id(id));
+      EXPECT_EQ(CDataType::Is64BitIntegerType(type), id >= 13);
     }
+    ++id;
   }
+  EXPECT_EQ(id, 15);
 }
 
 TEST(DataType, OutsideTheTableIsDefault) {

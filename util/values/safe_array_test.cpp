@@ -4,7 +4,10 @@
 
 #include "platform/framework/cstring.h"
 #include "util/values/safe_array_internal.h"
-#include "util/values/variant.h"
+#include "util/values/value_testing.h"
+
+using value_testing::Rows;
+using value_testing::Value;
 
 namespace {
 
@@ -56,33 +59,23 @@ TEST(SafeArray, FormatsRowsAsLines) {
   }
 }
 
-// Into an array of each type goes each value; what comes out is the value converted, or what was there.
 TEST(SafeArray, SetsConvertedElementsAndRefusesOthers) {
-  const struct {
-    VARTYPE element;
-    CVariant value;
-    CVariant stored;  // empty: refused
-  } cases[] = {{VT_I2, CVariant(u"12"), CVariant::FromInt16(12)},
-               {VT_I2, CVariant(u"abc"), {}},
-               {VT_I2, CVariant::FromInt32(70000), {}},
-               {VT_BSTR, CVariant::FromInt32(7), CVariant(u"7")},
-               {VT_BSTR, CVariant(u"x"), CVariant(u"x")},
-               {VT_BOOL, CVariant(u"true"), CVariant::FromBool(true)},
-               {VT_VARIANT, CVariant(u"x"), CVariant(u"x")},
-               {VT_DECIMAL, CVariant(u"1.5"), CVariant::FromDecimal({0, 1, 0, 0, 15})},
-               {VT_I8, CVariant(1U, VT_I8, nullptr), {}}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.element);
-    const array_owner_t array = Make(2, 2, c.element);
+  // The array's type, the value, and what is then stored; "-" where the value is refused.
+  for (const auto& c : Rows(R"(
+      i2|s:12|i2:12; i2|s:abc|-; i2|i4:70000|-; s|i4:7|s:7; s|s:x|s:x; bool|s:true|bool:1; var|s:x|s:x; i8|[i8:1]|-)")) {
+    SCOPED_TRACE(testing::PrintToString(c));
+    const array_owner_t array = Make(2, 2, value_testing::TypeOf(c[0]));
     CVariant before, out(u"old");
     array->GetElement(3, before);
-    EXPECT_EQ(array->SetElement(3, c.value), !c.stored.IsEmpty());
-    EXPECT_TRUE(array->GetElement(3, out));
-    EXPECT_TRUE(out == (c.stored.IsEmpty() ? before : c.stored)) << testing::PrintToString(out);
-    EXPECT_FALSE(array->SetElement(4, c.value));
-    EXPECT_FALSE(array->GetElement(4, out));
+    EXPECT_EQ(array->SetElement(3, Value(c[1])), c[2] != "-");
+    EXPECT_TRUE(array->GetElement(3, out) && out == (c[2] == "-" ? before : Value(c[2])));
+    EXPECT_FALSE(array->SetElement(4, Value(c[1])) || array->GetElement(4, out));
     EXPECT_TRUE(out.IsEmpty());
   }
+  const array_owner_t decimals = Make(1, 1, VT_DECIMAL);
+  CVariant out;
+  EXPECT_TRUE(decimals->SetElement(0, CVariant(u"1.5")) && decimals->GetElement(0, out));
+  EXPECT_TRUE(out == CVariant::FromDecimal({0, 1, 0, 0, 15}));
 }
 
 TEST(SafeArray, EqualityGoesByDimensionsTypeAndContent) {

@@ -1,16 +1,18 @@
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstring>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "util/serialization/stream_testing.h"
 #include "util/values/bstr.h"
-#include "util/values/safe_array.h"
-#include "util/values/variant.h"
+#include "util/values/value_testing.h"
 
 using namespace stream_testing;
 using namespace std::literals;
+using value_testing::Rows;
+using value_testing::Value;
 using zorplatform::CException;
 
 namespace {
@@ -29,17 +31,6 @@ void ReadVariant(zorutil::ISerializer& in) {
 void ReadBstr(zorutil::ISerializer& in) {
   CBstr text;
   zorutil::Deserialize(text, in);
-}
-
-template <class T, std::size_t N>
-CVariant ArrayOf(VARTYPE element, const T (&values)[N]) {
-  return CVariant(N, element, values);
-}
-
-CVariant NullArray(VARTYPE element) {
-  CVariant value;
-  value.vt = static_cast<VARTYPE>(element | VT_ARRAY);
-  return value;
 }
 
 DECIMAL Decimal() { return {VT_DECIMAL, 2, DECIMAL::kNegative, 1, 0x0203}; }
@@ -93,49 +84,24 @@ TEST(BstrForm, AFailureLeavesTheText) {
   EXPECT_EQ(CodeOf(Bytes("03000000610062"), ReadBstr), CException::kEndOfStream) << "an odd count of bytes";
 }
 
-struct form_t {
-  CVariant value;
-  const char* hex;
-};
-
-std::vector<form_t> Forms() {
-  const std::int16_t shorts[] = {1, -2};
+std::vector<std::pair<CVariant, std::string>> Forms() {
   const std::uint8_t bytes[] = {1, 2, 3, 4, 5, 6};
   const DECIMAL decimals[] = {Decimal()};
-  CVariant strings;
-  strings.CreateStringArray(2);
-  strings.GetArray()->SetText(0, u"a");
-  const CVariant mixed[] = {CVariant::FromInt8(-1), ArrayOf(VT_UI1, bytes), CVariant(u"x"), CVariant()};
-  return {
-      {CVariant(), "0000"},
-      {CVariant::Null(), "0100"},
-      {CVariant::FromInt16(-2), "0200FEFF"},
-      {CVariant::FromInt32(-2), "0300FEFFFFFF"},
-      {CVariant::FromFloat(1.5F), "04000000C03F"},
-      {CVariant::FromDouble(-0.5), "0500000000000000E0BF"},
-      {CVariant::FromCurrency({10001}), "06001127000000000000"},
-      {CVariant::FromDate(2.0), "07000000000000000040"},
-      {CVariant(u"ab"), "0800020000806162"},
-      {CVariant(u""), "080000000000"},
-      {CVariant::FromError(0), "0A00"},
-      {CVariant::FromBool(true), "0B00FFFF"},
-      {CVariant::FromDecimal(Decimal()), "0E000E000280010000000302000000000000"},
-      {CVariant::FromInt8(-1), "1000FF"},
-      {CVariant::FromUInt8(255), "1100FF"},
-      {CVariant::FromUInt16(0xFF00), "120000FF"},
-      {CVariant::FromUInt32(0x80000001), "130001000080"},
-      {CVariant::FromInt64(-2), "1400FEFFFFFFFFFFFFFF"},
-      {CVariant::FromUInt64(0x8000000000000001), "15000100000000000080"},
-      {CVariant::FromInt(7), "160007000000"},
-      {CVariant::FromUInt(7), "170007000000"},
-      {ArrayOf(VT_I2, shorts), "0220 0200 01000000 02000000 9000 0100 FEFF"},
+  std::vector<std::pair<CVariant, std::string>> forms = {
+      {CVariant::FromDecimal(Decimal()), "0E00 0E000280010000000302000000000000"},
       {CVariant(2, 3, VT_UI1, bytes), "1120 1100 02000000 03000000 9000 010203040506"},
-      {ArrayOf(VT_DECIMAL, decimals), "0E20 0E00 01000000 01000000 9000 0E000280010000000302000000000000"},
-      {CVariant(0U, VT_R8, nullptr), "0520 0500 01000000 00000000 9000"},
-      {strings, "0820 0800 01000000 02000000 9001 0100008061 00000000"},
-      {ArrayOf(VT_VARIANT, mixed),
-       "0C20 0C00 01000000 04000000 9008 1000FF 1120 1100 01000000 06000000 9000 010203040506 0800 0100008078 0000"},
-  };
+      {CVariant(1U, VT_DECIMAL, decimals), "0E20 0E00 01000000 01000000 9000 0E000280010000000302000000000000"}};
+  for (const auto& row : Rows(R"(
+      |0000; null|0100; i2:-2|0200FEFF; i4:-2|0300FEFFFFFF; r4:1.5|04000000C03F; r8:-0.5|0500000000000000E0BF;
+      cy:10001|06001127000000000000; date:2|07000000000000000040; s:ab|0800020000806162; s:|080000000000; err:0|0A00;
+      bool:1|0B00FFFF; i1:-1|1000FF; ui1:255|1100FF; ui2:0xFF00|120000FF; ui4:0x80000001|130001000080;
+      i8:-2|1400FEFFFFFFFFFFFFFF; ui8:0x8000000000000001|15000100000000000080; i:7|160007000000; ui:7|170007000000;
+      [i2:1 -2]|0220 0200 01000000 02000000 9000 0100 FEFF; [r8]|0520 0500 01000000 00000000 9000;
+      [s:a ~]|0820 0800 01000000 02000000 9001 0100008061 00000000;
+      [var:i1:-1 [ui1:5] s:x null]|0C20 0C00 01000000 04000000 9008 1000FF 1120 1100 01000000 01000000 9000 05 0800 0100008078 0100)")) {
+    forms.emplace_back(Value(row[0]), row[1]);
+  }
+  return forms;
 }
 
 std::string WithoutBlanks(std::string hex) {
@@ -145,57 +111,45 @@ std::string WithoutBlanks(std::string hex) {
 
 // Not operator==, to which some types are unequal even to themselves.
 bool Same(const CVariant& a, const CVariant& b) {
+  if (a.vt == (VT_VARIANT | VT_ARRAY)) return b.vt == a.vt && a.ToString() == b.ToString();
   return a.vt == b.vt && (a.IsArray() || a.vt == VT_BSTR ? a == b : std::memcmp(&a, &b, sizeof a) == 0);
 }
 
 TEST(VariantForm, HasTheseBytesAndRefusesDamage) {
-  for (const auto& form : Forms()) {
-    SCOPED_TRACE(form.hex);
-    EXPECT_EQ(Written(form.value), WithoutBlanks(form.hex));
-    EXPECT_TRUE(Same(ReadValue(form.hex), form.value));
-    ExpectRefusesDamage(form.hex, ReadVariant);
+  for (const auto& [value, hex] : Forms()) {
+    SCOPED_TRACE(hex);
+    EXPECT_EQ(Written(value), WithoutBlanks(hex));
+    EXPECT_TRUE(Same(ReadValue(hex), value));
+    ExpectRefusesDamage(hex, ReadVariant);
   }
 }
 
 TEST(VariantForm, OfANullArrayIsAnArrayOfNoElements) {
-  const struct {
-    VARTYPE element;
-    const char* hex;
-  } cases[] = {{VT_I4, "03200300010000000000000090 00"}, {VT_BSTR, "08200800010000000000000090 01"}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(Written(NullArray(c.element)), WithoutBlanks(c.hex));
-    const CVariant back = ReadValue(c.hex);
-    EXPECT_EQ(back.vt, c.element | VT_ARRAY);
-    ASSERT_NE(back.GetArray(), nullptr);
-    EXPECT_EQ(back.GetNumElements(), 0u);
+  for (const auto& row : Rows("{i4}|0320030001000000000000009000|[i4]; {s}|0820080001000000000000009001|[s]")) {
+    EXPECT_EQ(Written(Value(row[0])), row[1]);
+    EXPECT_TRUE(ReadValue(row[1]) == Value(row[2]));
   }
 }
 
 TEST(VariantForm, CorruptBytesAreRefusedAndLeaveTheValueEmpty) {
-  const struct {
-    const char* what;
-    const char* hex;
-  } cases[] = {
-      {"reference flag", "0340 00000000 00000000"},
-      {"variant in itself", "0C00 0000 000000000000 0000000000000000"},
-      {"array of another type than the value", "0320 0200 01000000 01000000 9000 0100 0000"},
-      {"rows times columns beyond 32 bits", "1120 1100 00000100 00000100 9000"},
-      {"rows times columns beyond 64 bits", "0320 0300 FFFFFFFF FFFFFFFF 9000"},
-      {"unknown element type", "6320 6300 01000000 01000000 9000 00000000"},
-      {"elements without size", "0120 0100 01000000 01000000 9000"},
-      {"reference flag in the element type", "0320 0340 01000000 01000000 9000 00000000"},
-      {"strings without their feature", "0820 0800 01000000 01000000 9000 00000000"},
-      {"numbers with the feature of variants", "0320 0300 01000000 01000000 9008 00000000"},
-      {"odd bytes of UTF-16", "0800 03000000 616263"},
-      {"decimal of 29 places", "0E00 0E00 1D00 00000000 0000000000000000"},
-      {"decimal array of another sign", "0E20 0E00 01000000 01000000 9000 0E00 0001 00000000 0000000000000000"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& row : Rows(R"(
+      reference flag|0340 00000000 00000000;
+      variant in itself|0C00 0000 000000000000 0000000000000000;
+      array of another type than the value|0320 0200 01000000 01000000 9000 0100 0000;
+      rows times columns beyond 32 bits|1120 1100 00000100 00000100 9000;
+      rows times columns beyond 64 bits|0320 0300 FFFFFFFF FFFFFFFF 9000;
+      unknown element type|6320 6300 01000000 01000000 9000 00000000;
+      elements without size|0120 0100 01000000 01000000 9000;
+      reference flag in the element type|0320 0340 01000000 01000000 9000 00000000;
+      strings without their feature|0820 0800 01000000 01000000 9000 00000000;
+      numbers with the feature of variants|0320 0300 01000000 01000000 9008 00000000;
+      odd bytes of UTF-16|0800 03000000 616263;
+      decimal of 29 places|0E00 0E00 1D00 00000000 0000000000000000;
+      decimal array of another sign|0E20 0E00 01000000 01000000 9000 0E00 0001 00000000 0000000000000000)")) {
+    SCOPED_TRACE(row[0]);
     CVariant value(u"before");
-    zorutil::memory_serializer_t in(Bytes(c.hex));
-    EXPECT_EQ(CodeOf(Bytes(c.hex), ReadVariant), CException::kEndOfStream);
-    EXPECT_THROW(zorutil::Deserialize(value, in), CException);
+    EXPECT_EQ(CodeOf(Bytes(row[1]), [&](zorutil::ISerializer& in) { zorutil::Deserialize(value, in); }),
+              CException::kEndOfStream);
     EXPECT_TRUE(value.IsEmpty());
   }
 }
@@ -255,8 +209,7 @@ TEST(VariantForm, WhatCannotBeReadIsNotWritten) {
 }
 
 TEST(ArrayForm, ReplacesShapeAndTypeAndAFailureLeavesTheArray) {
-  const std::int16_t shorts[] = {1, -2};
-  const CVariant source = ArrayOf(VT_I2, shorts);
+  const CVariant source = Value("[i2:1 -2]");
   EXPECT_EQ(Written(*source.parray),
             "02000100000002000000900001"
             "00FEFF");

@@ -9,126 +9,57 @@
 #include <string>
 #include <vector>
 
-#include "util/values/safe_array.h"
+#include "util/values/value_testing.h"
 
 namespace {
 
 using compare = CVariantCompare;
+using value_testing::Rows;
+using value_testing::Value;
+
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 const double kNaN = std::nan("");
 
-CVariant Real(double value) { return CVariant::FromDouble(value); }
-
 TEST(VariantCompareValues, OrdersTextByNameAndTheRestAsDoubles) {
   // One character for each operation: > >= < <= == != and one that is none.
-  const struct {
-    CVariant a, b;
-    const char* holds;
-  } cases[] = {
-      {CVariant(u"b"), CVariant(u"A"), "1100010"},
-      {CVariant(u"pump"), CVariant(u"PUMP"), "0101100"},
-      {CVariant(u"9"), CVariant(u"10"), "1100010"},
-      {CVariant(u"9"), CVariant::FromInt32(10), "0011010"},
-      {CVariant::FromUInt64(UINT64_MAX), CVariant::FromInt64(-1), "1100010"},
-      {CVariant::FromBool(true), CVariant::FromInt8(1), "0101100"},
-      {Real(0.0), Real(-0.0), "0101010"},
-      {Real(kNaN), Real(kNaN), "0000100"},
-      {Real(kNaN), Real(1), "0000010"},
-      {CVariant::Null(), CVariant::FromInt32(0), "0101100"},
-      {CVariant(), CVariant::FromInt32(0), "0000000"},
-      {CVariant(u""), CVariant(), "0000000"},
-      {CVariant(1U, VT_I4, nullptr), CVariant(1U, VT_I4, nullptr), "0000000"},
-  };
-  for (const auto& c : cases) {
+  for (const auto& c : Rows(R"(
+      s:b|s:A|1100010; s:pump|s:PUMP|0101100; s:9|s:10|1100010; s:9|i4:10|0011010; bool:1|i1:1|0101100;
+      ui8:18446744073709551615|i8:-1|1100010; r8:0|r8:-0|0101010; r8:nan|r8:nan|0000100; r8:nan|r8:1|0000010;
+      null|i4:0|0101100; |i4:0|0000000; s:||0000000; [i4:1]|[i4:1]|0000000)")) {
     std::string holds;
     for (int op = 0; op <= 6; ++op) {
-      holds += compare::Values(c.a, c.b, static_cast<compare::comparison_t>(op)) ? '1' : '0';
+      holds += compare::Values(Value(c[0]), Value(c[1]), static_cast<compare::comparison_t>(op)) ? '1' : '0';
     }
-    EXPECT_EQ(holds, c.holds) << testing::PrintToString(c.a) << ", " << testing::PrintToString(c.b);
+    EXPECT_EQ(holds, c[2]) << c[0] << ", " << c[1];
   }
 }
 
-TEST(ValueChanged, ComparesScalarsWithTheDeadband) {
-  const struct {
-    CVariant a, b;
-    double deadband;
-    bool mode0, mode1;
-  } cases[] = {
-      {Real(5), Real(6), 1, true, false},
-      {Real(6), Real(5), 1, true, false},
-      {Real(5), Real(6.5), 1, true, true},
-      {Real(5), Real(5.9), 1, false, false},
-      {Real(5), Real(5 + 1e-15), 0, true, true},
-      {Real(5), Real(5), 0, false, false},
-      {Real(5), Real(6), DBL_EPSILON / 2, true, true},
-      {Real(0), Real(DBL_EPSILON), DBL_EPSILON, true, false},
-      {Real(5), Real(6), -1, true, true},
-      {Real(0.0), Real(-0.0), 0, true, true},
-      {Real(0.0), Real(-0.0), 1, false, false},
-      {Real(kNaN), Real(kNaN), 0, false, false},
-      {Real(kNaN), Real(1), 1, false, false},
-      {Real(1), Real(kNaN), 0, true, true},
-      {Real(1), Real(kInfinity), 1e300, true, true},
-      {Real(kInfinity), Real(kInfinity), 1, false, false},
-      {Real(1), Real(2), kNaN, false, false},
-      {CVariant::FromFloat(1), CVariant::FromFloat(1.5F), 0.5, true, false},
-      {CVariant::FromUInt8(0), CVariant::FromUInt8(255), 255, true, false},
-      {CVariant::FromInt32(INT32_MIN), CVariant::FromInt32(INT32_MAX), 4294967294, true, true},
-      {CVariant::FromInt32(1), CVariant::FromInt(1), 5, false, false},
-      {CVariant::FromInt32(1), CVariant::FromInt(2), 5, true, true},
-      {CVariant::FromInt32(1), Real(1), 5, true, true},
-      {CVariant::FromInt64(1), CVariant::FromInt64(2), 5, true, true},
-      {CVariant::FromUInt64(1), CVariant::FromUInt64(2), 5, true, true},
-      {CVariant::FromDate(1), CVariant::FromDate(2), 5, true, true},
-      {CVariant::FromBool(false), CVariant::FromBool(true), 5, true, true},
-      {CVariant(u"abc"), CVariant(u"abd"), 5, true, true},
-      {CVariant(u"abc"), CVariant(u"abc"), 5, false, false},
-      {CVariant(), CVariant(), 0, false, false},
-      {CVariant::Null(), CVariant::Null(), 0, true, true},
-      {CVariant::FromCurrency({10000}), CVariant::FromCurrency({90000}), 1, false, false},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.a) + " to " + testing::PrintToString(c.b));
-    EXPECT_EQ(compare::IsValueChanged(c.a, c.b, c.deadband, compare::EQUAL_IS_CHANGED), c.mode0);
-    EXPECT_EQ(compare::IsValueChanged(c.a, c.b, c.deadband, compare::EQUAL_IS_UNCHANGED), c.mode1);
-    EXPECT_EQ(compare::IsValueChanged(c.a, c.b, c.deadband, static_cast<compare::changed_compare_t>(7)), c.mode1);
-    EXPECT_EQ(compare::IsValueChanged(c.a, c.b), !(c.b == c.a));
+TEST(ValueChanged, GoesByTypeDeadbandAndMode) {
+  // The values, the deadband, and whether they count as changed in mode 0 and in the others.
+  for (const auto& c : Rows(R"(
+      r8:5|r8:6|1|10; r8:6|r8:5|1|10; r8:5|r8:6.5|1|11; r8:5|r8:5.9|1|00; r8:5|r8:5.000000000000001|0|11; r8:5|r8:5|0|00;
+      r8:5|r8:6|0x1p-53|11; r8:0|r8:0x1p-52|0x1p-52|10; r8:5|r8:6|-1|11; r8:0|r8:-0|0|11; r8:0|r8:-0|1|00;
+      r8:nan|r8:nan|0|00; r8:nan|r8:1|1|00; r8:1|r8:nan|0|11; r8:1|r8:inf|1e300|11; r8:inf|r8:inf|1|00; r8:1|r8:2|nan|00;
+      r4:1|r4:1.5|0.5|10; ui1:0|ui1:255|255|10; i4:-2147483648|i4:2147483647|4294967294|11; i4:1|i:1|5|00; i4:1|i:2|5|11;
+      i4:1|r8:1|5|11; i8:1|i8:2|5|11; ui8:1|ui8:2|5|11; date:1|date:2|5|11; bool:0|bool:1|5|11; s:abc|s:abd|5|11;
+      s:abc|s:abc|5|00; ||0|00; null|null|0|11; cy:10000|cy:90000|1|00; [r8:1 4]|[r8:1 4.5]|1|00; [r8:1 4]|[r8:1]|1|11;
+      [r8:1 4]|{r8}|1|00; {r8}|[r8:1]|1|00; {r8}|{r8}|1|00; [r8]|{r8}|1|00; [var:i4:1 s:a]|[var:i4:2 s:a]|1|10;
+      [var:i4:1 s:a]|[var:i4:1 s:b]|1|11; [i8:0]|[i8:1]|1|11; [r8:1]|r8:1|1|11)")) {
+    SCOPED_TRACE(testing::PrintToString(c));
+    const CVariant a = Value(c[0]), b = Value(c[1]);
+    const double deadband = Value("r8:" + c[2]).dblVal;
+    EXPECT_EQ(compare::IsValueChanged(a, b, deadband, compare::EQUAL_IS_CHANGED), c[3][0] == '1');
+    EXPECT_EQ(compare::IsValueChanged(a, b, deadband, compare::EQUAL_IS_UNCHANGED), c[3][1] == '1');
+    EXPECT_EQ(compare::IsValueChanged(a, b, deadband, static_cast<compare::changed_compare_t>(7)), c[3][1] == '1');
+    EXPECT_EQ(compare::IsValueChanged(a, b), !(b == a));
+    const int type = a.vt & ~VT_ARRAY;
+    const bool isExact = type == VT_I8 || type == VT_UI8 || type == VT_BSTR || type == VT_DATE || type == VT_BOOL;
+    EXPECT_EQ(compare::VarTypeSupportsDeadband(a.vt), !isExact);
   }
-  for (const VARTYPE vt : {VT_I8, VT_UI8, VT_BSTR, VT_DATE, VT_BOOL, VT_EMPTY, VT_R8, VT_I4, VT_VARIANT}) {
-    const bool supports = vt == VT_EMPTY || vt == VT_R8 || vt == VT_I4 || vt == VT_VARIANT;
-    EXPECT_EQ(compare::VarTypeSupportsDeadband(vt), supports) << vt;
-    EXPECT_EQ(compare::VarTypeSupportsDeadband(static_cast<VARTYPE>(vt | VT_ARRAY)), supports) << vt;
-  }
-}
-
-TEST(ValueChanged, ComparesArraysOfOneShapeOnly) {
   const double values[] = {1, 2, 3, 4}, near[] = {1, 2, 3, 4.5};
-  const CVariant mixed[] = {CVariant::FromInt32(1), CVariant(u"a")}, other[] = {CVariant::FromInt32(2), CVariant(u"a")},
-                 text[] = {CVariant::FromInt32(1), CVariant(u"b")};
-  CVariant null;
-  null.vt = VT_R8 | VT_ARRAY;
-  const CVariant four(4U, VT_R8, values), square(2, 2, VT_R8, values);
-  const struct {
-    CVariant a, b;
-    bool changed;  // with a deadband of 1
-  } cases[] = {
-      {four, CVariant(4U, VT_R8, near), false},
-      {square, CVariant(2, 2, VT_R8, near), false},
-      {square, CVariant(4U, VT_R8, near), true},
-      {four, CVariant(3U, VT_R8, values), true},
-      {four, null, false},
-      {null, four, false},
-      {null, null, false},
-      {CVariant(0U, VT_R8, nullptr), null, false},
-      {CVariant(2U, VT_VARIANT, mixed), CVariant(2U, VT_VARIANT, other), true},
-      {CVariant(2U, VT_VARIANT, mixed), CVariant(2U, VT_VARIANT, text), true},
-      {CVariant(2U, VT_I8, nullptr), CVariant(2U, VT_I8, values), true},
-      {four, Real(1), true},
-  };
-  int row = 0;
-  for (const auto& c : cases) {
-    EXPECT_EQ(compare::IsValueChanged(c.a, c.b, 1, compare::EQUAL_IS_CHANGED), c.changed) << "row " << row++;
-  }
+  const CVariant square(2, 2, VT_R8, values);
+  EXPECT_FALSE(compare::IsValueChanged(square, CVariant(2, 2, VT_R8, near), 1, compare::EQUAL_IS_CHANGED));
+  EXPECT_TRUE(compare::IsValueChanged(square, CVariant(4U, VT_R8, values), 1, compare::EQUAL_IS_CHANGED)) << "shape";
 }
 
 // The rule, one element at a time.

@@ -2,11 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cfloat>
 #include <clocale>
-#include <cmath>
 #include <cstring>
-#include <limits>
 #include <new>
 #include <sstream>
 #include <vector>
@@ -15,9 +12,12 @@
 #include "platform/ole/string.h"
 #include "platform/zorplatform/exception.h"
 #include "util/values/safe_array.h"
+#include "util/values/value_testing.h"
 #include "util/values/variant_helpers.h"
 
 using namespace std::literals;
+using value_testing::Rows;
+using value_testing::Value;
 using variant_helpers::Set;
 using zorplatform::CException;
 using zorplatform::CTimeStamp;
@@ -36,40 +36,12 @@ static_assert(!std::is_convertible_v<CVariant, bool> && !std::is_convertible_v<C
 static_assert(std::is_constructible_v<CVariant, std::string> && std::is_constructible_v<CVariant, std::u16string> &&
               std::is_assignable_v<CVariant&, std::string> && std::is_assignable_v<CVariant&, std::nullptr_t>);
 
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-const double kNaN = std::nan("");
-
-CVariant Strings(std::initializer_list<const char16_t*> texts) {
-  CVariant array;
-  array.CreateStringArray(static_cast<unsigned>(texts.size()));
-  unsigned i = 0;
-  for (const char16_t* text : texts) {
-    if (text != nullptr) array.GetArray()->SetText(i, text);
-    ++i;
-  }
-  return array;
-}
-
-CVariant Ints(std::vector<std::int32_t> values) { return CVariant::FromArray<std::int32_t>(values); }
-
-CVariant NullArray(VARTYPE element) {
-  CVariant value;
-  value.vt = static_cast<VARTYPE>(element | VT_ARRAY);
-  return value;
-}
-
 // One of each way to own something, or nothing.
 std::vector<CVariant> OneOfEach() {
-  const CVariant nested[] = {CVariant(u"x"), Ints({1, 2}), CVariant()};
-  std::vector<CVariant> values = {CVariant(),
-                                  CVariant::FromDouble(2.5),
-                                  CVariant(u"text"),
-                                  CVariant(u""),
-                                  Ints({1, 2, 3}),
-                                  Strings({u"a", u"b"}),
-                                  CVariant(3U, VT_VARIANT, nested),
-                                  Ints({})};
-  values.push_back(NullArray(VT_I4));
+  std::vector<CVariant> values;
+  for (const char* text :
+       {"", "r8:2.5", "s:text", "s:", "[i4:1 2 3]", "[s:a b]", "[var:s:x [i4:1] i2:5]", "[i4]", "{i4}"})
+    values.push_back(Value(text));
   values.push_back(CVariant::FromDecimal({0, 3, 0, 0, 1234}));
   return values;
 }
@@ -113,7 +85,7 @@ TEST(VariantCopy, MovingAndSwappingLeaveTheSourceEmpty) {
 TEST(VariantCopy, OfAnArrayThatIsNotOfItsTypeIsANullArray) {
   CVariant bytes(2U, VT_UI1, nullptr);
   bytes.vt = VT_I4 | VT_ARRAY;  // another element size
-  CVariant numbers = Ints(std::vector<std::int32_t>(1000, 1));
+  CVariant numbers = CVariant::FromArray<std::int32_t>(std::vector<std::int32_t>(1000, 1));
   numbers.vt = VT_BSTR | VT_ARRAY;  // the size of a string
   for (CVariant* const source : {&bytes, &numbers}) {
     CVariant copy(u"old");
@@ -132,7 +104,7 @@ TEST(VariantCopy, OfAnArrayThatIsNotOfItsTypeIsANullArray) {
 }
 
 TEST(VariantCopy, MayTakeAnElementOfItsOwnArray) {
-  const CVariant inner[] = {CVariant(u"leaf"), Ints({4, 5}), CVariant()};
+  const CVariant inner[] = {CVariant(u"leaf"), Value("[i4:4 5]"), CVariant()};
   const CVariant middle[] = {CVariant(3U, VT_VARIANT, inner)};
   for (unsigned i = 0; i < 3; ++i) {
     CVariant copied(3U, VT_VARIANT, inner), moved(copied), fetched(copied);
@@ -151,7 +123,7 @@ TEST(VariantCopy, MayTakeAnElementOfItsOwnArray) {
   EXPECT_EQ(text.GetStringView(), u"3456789");
   text = static_cast<const char16_t*>(text) + 5;
   EXPECT_EQ(text.GetStringView(), u"89");
-  CVariant strings = Strings({u"abc"});
+  CVariant strings = Value("[s:abc]");
   strings.GetArray()->SetText(0, strings.GetArray()->GetText(0).substr(1));
   strings = strings.GetArray()->GetText(0);
   EXPECT_EQ(strings.GetStringView(), u"bc");
@@ -175,18 +147,13 @@ TEST(VariantText, IsTakenFromEverySourceAndNullIsEmpty) {
 }
 
 TEST(VariantOwnership, TravelsThroughPlainRecords) {
-  CVariant source = Strings({u"a"});
+  CVariant source = Value("[s:a]"), target(u"freed");
   tagVARIANT record = source;
   source.DetachData();
-  EXPECT_TRUE(source.IsEmpty());
-  CVariant target(u"freed");
   target.AttachData(record);
-  EXPECT_EQ(record.vt, VT_EMPTY);
-  EXPECT_EQ(record.ullVal, 0u);
+  EXPECT_TRUE(source.IsEmpty() && record.vt == VT_EMPTY && record.ullVal == 0);
   target.AttachData(target);
-  EXPECT_TRUE(target == Strings({u"a"}));
-  target.AttachString(SysAllocString(u"s"));
-  EXPECT_EQ(target.GetStringView(), u"s");
+  EXPECT_TRUE(target == Value("[s:a]"));
 }
 
 // A string that claims more than can be allocated makes the copy of its array fail half-way.
@@ -195,7 +162,7 @@ TEST(VariantOwnership, AFailedCopyLeavesTheOldValueAndNoLeak) {
     std::uint32_t byteLength = 0xFFFFFFFE;
     char16_t text[2] = {};
   } huge;
-  CVariant source = Strings({u"a", nullptr, u"c"});
+  CVariant source = Value("[s:a ~ c]");
   BSTR* const slots = static_cast<BSTR*>(source.parray->pvData);
   SysFreeString(std::exchange(slots[1], huge.text));
   for (CVariant target : OneOfEach()) {
@@ -221,322 +188,159 @@ TEST(VariantOwnership, AFailedCopyLeavesTheOldValueAndNoLeak) {
 }
 
 TEST(VariantArray, IsCreatedFromThePresentType) {
-  for (const VARTYPE vt : {VT_EMPTY, VT_NULL, VT_ERROR, VT_UNKNOWN}) {
-    CVariant value;
-    value.vt = vt;
-    try {
-      value.CreateArray(1, nullptr);
-      ADD_FAILURE() << vt;
-    } catch (const CException& error) {
-      EXPECT_EQ(error.GetCode(), CException::kNoFixedSize);
-    }
+  for (const char* text : {"", "null", "err:1"}) {
+    CVariant value = Value(text);
+    const VARTYPE vt = value.vt;
+    EXPECT_THROW(value.CreateArray(1, nullptr), CException);
     EXPECT_EQ(value.vt, vt);
+    EXPECT_THROW(CVariant(1U, vt, nullptr), CException);
   }
-  EXPECT_THROW(CVariant(1U, VT_NULL, nullptr), CException);
   CVariant value(u"freed");
   value.CreateArray(2, "ignored for strings");
-  EXPECT_TRUE(value == Strings({nullptr, nullptr}));
-  value.vt = VT_BSTR | VT_ARRAY;
+  EXPECT_TRUE(value == Value("[s:~ ~]"));
   value.CreateArray(1, nullptr);
-  EXPECT_EQ(value.GetNumElements(), 1u);
+  EXPECT_TRUE(value == Value("[s:~]"));
   const std::int16_t truths[] = {VARIANT_TRUE, 1, 0};
-  CVariant bools(3U, VT_BOOL, truths);
-  std::vector<bool> read(5);
-  GetArrayAsVector(bools, read);
-  EXPECT_EQ(read, (std::vector<bool>{true, false, false}));
-  GetArrayAsVector(Ints({1}), read);
-  EXPECT_TRUE(read.empty());
+  std::vector<bool> bools(5);
+  GetArrayAsVector(CVariant(3U, VT_BOOL, truths), bools);
+  EXPECT_EQ(bools, (std::vector<bool>{true, false, false}));
+  GetArrayAsVector(Value("[i2:1]"), bools);
+  EXPECT_TRUE(bools.empty());
   std::vector<CString> texts(1);
-  GetArrayAsVector(Strings({u"a", nullptr}), texts);
+  GetArrayAsVector(Value("[s:a ~]"), texts);
   EXPECT_EQ(texts, (std::vector<CString>{u"a", u""}));
-  GetArrayAsVector(NullArray(VT_BSTR), texts);
+  GetArrayAsVector(Value("{s}"), texts);
   EXPECT_TRUE(texts.empty());
 }
 
-TEST(VariantArray, TellsSizesAndStrings) {
-  const struct {
-    CVariant value;
-    std::size_t bytes;
-    unsigned elements;
-    bool listed;
-    CStringArray list;
-  } cases[] = {{CVariant(), 0, 1, false, {}},
-               {CVariant::FromInt16(3), 2, 1, false, {}},
-               {CVariant::FromDecimal({}), 16, 1, false, {}},
-               {CVariant(u"abc"), 6, 1, false, {}},
-               {Ints({1, -2}), 8, 2, true, {u"1", u"-2"}},
-               {Strings({u"a", nullptr, u"b"}), 12, 3, true, {u"a", u"", u"b"}},
-               {NullArray(VT_R8), 0, 0, true, {}}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.value));
-    EXPECT_EQ(c.value.GetSizeInBytes(), c.bytes);
-    EXPECT_EQ(c.value.GetNumElements(), c.elements);
+TEST(VariantArray, TellsSizesStringsAndElements) {
+  // The value, its size in bytes, its elements, and the texts of an array.
+  for (const auto& c : Rows("|0|1; i2:3|2|1; s:abc|6|1; {r8}|0|0|; [i4:1 -2]|8|2|1 -2; [s:a ~ b]|12|3|a  b")) {
+    SCOPED_TRACE(c[0]);
+    const CVariant value = Value(c[0]);
+    EXPECT_EQ(value.GetSizeInBytes(), std::stoul(c[1]));
+    EXPECT_EQ(value.GetNumElements(), std::stoul(c[2]));
     CStringArray list = {u"before"};
-    EXPECT_EQ(c.value.GetStringArray(list), c.listed);
-    EXPECT_EQ(list, c.list);
+    EXPECT_EQ(value.GetStringArray(list), c.size() == 4);
+    CString joined;
+    for (const CString& text : list) joined += (joined.IsEmpty() ? u"" : u" ") + text;
+    EXPECT_EQ(joined.ToUtf8(), c.size() == 4 ? c[3] : "");
   }
-}
-
-TEST(VariantArray, GivesOutAddressesAndSpansOfItsElements) {
-  CVariant ints = Ints({1, 2});
-  EXPECT_EQ(static_cast<void*>(ints), ints.parray->pvData);
-  EXPECT_EQ(ints.AsSpan<std::int32_t>().size(), 2u);
-  EXPECT_TRUE(ints.AsSpan<std::uint32_t>().empty() && ints.AsSpan<float>().empty());
-  CVariant text(u"a"), number = CVariant::FromInt8(1), decimal = CVariant::FromDecimal({}), empty;
-  EXPECT_EQ(static_cast<void*>(text), text.bstrVal);
-  EXPECT_EQ(static_cast<void*>(number), &number.cVal);
-  EXPECT_EQ(static_cast<const void*>(decimal), &decimal);
-  EXPECT_EQ(static_cast<void*>(empty), nullptr);
-  CVariant null = NullArray(VT_I4);
-  EXPECT_EQ(static_cast<void*>(null), nullptr);
+  CVariant ints = Value("[i4:1 2]"), null = Value("{i4}"), text(u"a"), decimal = CVariant::FromDecimal({});
+  EXPECT_TRUE(ints.AsSpan<std::int32_t>().size() == 2 && ints.AsSpan<std::uint32_t>().empty());
+  EXPECT_TRUE(static_cast<void*>(ints) == ints.parray->pvData && static_cast<void*>(null) == nullptr);
+  EXPECT_TRUE(static_cast<void*>(text) == text.bstrVal && static_cast<const void*>(decimal) == &decimal);
 }
 
 TEST(VariantFormat, WritesTheseTexts) {
-  const struct {
-    CVariant value;
-    const char* normal;
-    const char* full;
-  } cases[] = {
-      {CVariant(), "", ""},
-      {CVariant::Null(), "", ""},
-      {CVariant::FromError(5), "", ""},
-      {CVariant::FromInt8(-128), "-128", "-128"},
-      {CVariant::FromInt16(-32768), "-32768", "-32768"},
-      {CVariant::FromInt(-5), "-5", "-5"},
-      {CVariant::FromBool(true), "1", "1"},
-      {CVariant::FromUInt8(255), "255", "255"},
-      {CVariant::FromUInt(4294967295), "4294967295", "4294967295"},
-      {CVariant::FromInt64(INT64_MIN), "-9223372036854775808", "-9223372036854775808"},
-      {CVariant::FromUInt64(UINT64_MAX), "18446744073709551615", "18446744073709551615"},
-      {CVariant::FromFloat(0.1F), "0.1", "0.100000001"},
-      {CVariant::FromFloat(1e10F), "1E+10", "1E+10"},
-      {CVariant::FromDouble(0.1), "0.1", "0.100000000000000006"},
-      {CVariant::FromDouble(-0.0), "-0", "-0"},
-      {CVariant::FromDouble(123456789012345.6), "123456789012346", "123456789012345.594"},
-      {CVariant::FromDouble(9.99999999999999e99), "9.99999999999999E+99", "9.99999999999999045E+99"},
-      {CVariant::FromDouble(1.23456789012345e100), "1.2345678901235E+100", "1.23456789012345006E+100"},
-      {CVariant::FromDouble(-1.23456789012345e100), "-1.2345678901235E+100", "-1.23456789012345006E+100"},
-      {CVariant::FromDouble(kInfinity), "INF", "INF"},
-      {CVariant::FromDouble(kNaN), "NAN", "NAN"},
-      {CVariant::FromDate(45000.25), "2023-03-15 06:00:00.000", "2023-03-15 06:00:00.000"},
-      {CVariant(u"tab\t"), "tab\t", "tab\t"},
-      {CVariant::FromCurrency({-12500}), "-1.25", "-1.25"},
-      {CVariant::FromDecimal({0, 2, 0, 0, 1230}), "12.3", "12.3"},
-      {Ints({1, -2}), "1\t-2\r\n", "1\t-2\r\n"},
-      {NullArray(VT_I4), "", ""},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.full);
+  for (const auto& c : Rows(R"(
+      ||; null||; err:5||; i1:-128|-128|; i2:-32768|-32768|; i:-5|-5|; bool:1|1|; ui1:255|255|;
+      ui:4294967295|4294967295|; cy:-12500|-1.25|; i8:-9223372036854775808|-9223372036854775808|;
+      ui8:18446744073709551615|18446744073709551615|; r4:0.1|0.1|0.100000001; r4:1e10|1E+10|;
+      r8:0.1|0.1|0.100000000000000006; r8:-0|-0|; r8:123456789012345.6|123456789012346|123456789012345.594;
+      r8:inf|INF|; r8:nan|NAN|; r8:9.99999999999999e99|9.99999999999999E+99|9.99999999999999045E+99;
+      r8:-1.23456789012345e100|-1.2345678901235E+100|-1.23456789012345006E+100;
+      date:45000.25|2023-03-15 06:00:00.000|; {i4}||)")) {
+    SCOPED_TRACE(testing::PrintToString(c));
     CString text = u"before";
-    c.value.Format(text, CVariant::FORMAT_NORMAL);
-    EXPECT_EQ(text.ToUtf8(), c.normal);
-    EXPECT_EQ(c.value.ToString(), text);
-    c.value.FormatEx(text);
-    EXPECT_EQ(text.ToUtf8(), c.full);
+    Value(c[0]).Format(text, CVariant::FORMAT_NORMAL);
+    EXPECT_EQ(text.ToUtf8(), c[1]);
+    Value(c[0]).FormatEx(text);
+    EXPECT_EQ(text.ToUtf8(), c[2].empty() ? c[1] : c[2]);
   }
+  EXPECT_EQ(Value("[i4:1 -2]").ToString(), u"1\t-2\r\n");
   std::ostringstream out;
-  out << CVariant(u"\u00e9") << CVariant::FromInt16(3);
+  out << CVariant(u"\u00e9") << CVariant::FromDecimal({0, 2, 0, 0, 1230}) << testing::PrintToString(Value("r4:0.5"));
   EXPECT_EQ(out.str(),
             "\xC3\xA9"
-            "3");
-  EXPECT_EQ(testing::PrintToString(CVariant::FromFloat(0.5F)), "VT_R4 \"0.5\"");
+            "12.3VT_R4 \"0.5\"");
 }
 
 TEST(VariantReading, TellsTruthAndNumber) {
-  const struct {
-    CVariant value;
-    bool truth;
-    double number;
-  } cases[] = {
-      {CVariant(), false, 0},
-      {CVariant::Null(), false, 0},
-      {CVariant::FromInt8(-1), true, -1},
-      {CVariant::FromUInt8(255), true, 255},
-      {CVariant::FromInt16(256), true, 256},
-      {CVariant::FromUInt16(0), false, 0},
-      {CVariant::FromUInt32(0x80000000), true, 2147483648.0},
-      {CVariant::FromUInt(4294967295), true, 4294967295.0},
-      {CVariant::FromInt64(std::int64_t{1} << 32), true, 4294967296.0},
-      {CVariant::FromUInt64(UINT64_MAX), true, 0x1p64},
-      {CVariant::FromFloat(FLT_MIN), true, double{FLT_MIN}},
-      {CVariant::FromFloat(std::nextafter(FLT_MIN, 0.0F)), false, double{std::nextafter(FLT_MIN, 0.0F)}},
-      {CVariant::FromFloat(-0.0F), false, 0},
-      {CVariant::FromDouble(DBL_MIN), true, DBL_MIN},
-      {CVariant::FromDouble(-std::nextafter(DBL_MIN, 0)), false, -std::nextafter(DBL_MIN, 0)},
-      {CVariant::FromDate(0.5), true, 0.5},
-      {CVariant::FromCurrency({1}), true, 0},
-      {CVariant::FromBool(true), true, 1},
-      {CVariant(u"tRUE"), true, 0},
-      {CVariant(u" 2.5 bar"), true, 2.5},
-      {CVariant(u"0.5"), false, 0.5},
-      {CVariant(u""), false, 0},
-      {CVariant::FromDecimal({0, 0, 0, 0, 5}), false, 0},
-      {Ints({1}), false, 0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.value));
-    EXPECT_EQ(static_cast<bool>(c.value), c.truth);
-    EXPECT_EQ(c.value.GetAsDouble(), c.number);
+  for (const auto& c : Rows(R"(
+      |0|0; null|0|0; i1:-1|1|-1; ui1:255|1|255; i2:256|1|256; ui2:0|0|0; ui:4294967295|1|4294967295.0;
+      i8:4294967296|1|4294967296.0; ui8:18446744073709551615|1|0x1p64; r4:0x1p-126|1|0x1p-126; r4:0x1p-127|0|0x1p-127;
+      r4:-0|0|0; r8:0x1p-1022|1|0x1p-1022; r8:-0x1p-1023|0|-0x1p-1023; date:0.5|1|0.5; cy:1|1|0; bool:1|1|1;
+      s:tRUE|1|0; s: 2.5 bar|1|2.5; s:0.5|0|0.5; s:|0|0; [i4:1]|0|0)")) {
+    SCOPED_TRACE(testing::PrintToString(c));
+    EXPECT_EQ(static_cast<bool>(Value(c[0])), c[1] == "1");
+    EXPECT_EQ(Value(c[0]).GetAsDouble(), Value("r8:" + c[2]).dblVal);
   }
-  EXPECT_TRUE(static_cast<bool>(CVariant::FromDouble(kNaN)) && static_cast<bool>(CVariant::FromFloat(NAN)));
+  EXPECT_TRUE(static_cast<bool>(Value("r8:nan")) && static_cast<bool>(Value("r4:nan")));
   EXPECT_EQ(static_cast<CTimeStamp>(CVariant(u"45000.25")), CTimeStamp(45000.25));
 }
 
-TEST(VariantEquality, GoesByTypeAndBits) {
-  CVariant truthArray(1U, VT_BOOL, nullptr), shortArray(1U, VT_I2, nullptr);
-  const struct {
-    CVariant a, b;
-    bool equal;
-  } cases[] = {
-      {CVariant(), CVariant(), true},
-      {CVariant::FromInt(5), CVariant::FromInt32(5), true},
-      {CVariant::FromUInt32(5), CVariant::FromUInt(5), true},
-      {CVariant::FromInt(5), CVariant::FromUInt(5), false},
-      {CVariant::FromInt32(5), CVariant::FromInt64(5), false},
-      {CVariant::FromInt32(1), CVariant::FromDouble(1), false},
-      {CVariant::Null(), CVariant::Null(), false},
-      {CVariant::FromError(1), CVariant::FromError(1), false},
-      {CVariant::FromFloat(0.0F), CVariant::FromFloat(-0.0F), false},
-      {CVariant::FromDouble(0.0), CVariant::FromDouble(-0.0), false},
-      {CVariant::FromDouble(kNaN), CVariant::FromDouble(kNaN), true},
-      {CVariant::FromInt64(1), CVariant::FromInt64((std::int64_t{1} << 32) + 1), false},
-      {CVariant::FromCurrency({5}), CVariant::FromCurrency({5}), true},
-      {CVariant::FromDecimal({0, 1, 0, 0, 10}), CVariant::FromDecimal({0, 0, 0, 0, 1}), false},
-      {CVariant(u"a"), CVariant(u"A"), false},
-      {CVariant(u"a\0b"sv), CVariant(u"a\0c"sv), false},
-      {Ints({1, 2}), Ints({1, 2}), true},
-      {Ints({1, 2}), Ints({1, 3}), false},
-      {Ints({}), NullArray(VT_I4), false},
-      {NullArray(VT_I4), NullArray(VT_I4), true},
-      {NullArray(VT_I4), NullArray(VT_INT), true},
-      {NullArray(VT_I4), NullArray(VT_R8), false},
-      {Ints({1}), CVariant::FromInt32(1), false},
-      {truthArray, shortArray, false},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.a) + " == " + testing::PrintToString(c.b));
-    EXPECT_EQ(c.a == c.b, c.equal);
-    EXPECT_EQ(c.b == c.a, c.equal);
+TEST(VariantEquality, HoldsWithinEachOfTheseClassesAndNowhereElse) {
+  const auto classes = Rows(R"(
+      |; i4:5|i:5; ui4:5|ui:5; i8:5; r8:5; cy:5; r4:0; r4:-0; r8:0; r8:-0; r8:nan|r8:nan; i8:1; i8:4294967297; bool:0; i2:0;
+      s:|s:~; s:a; s:A; [i4:1 2]|[i4:1 2]; [i4:1 3]; [i:1 2]; [i4]; {i4}|{i4}|{i}; {r8}; [bool:0]; [i2:0]; [s:a ~]|[s:a ~])");
+  for (const auto& one : classes) {
+    for (const auto& other : classes) {
+      for (const auto& a : one) {
+        for (const auto& b : other) EXPECT_EQ(Value(a) == Value(b), &one == &other) << a << " == " << b;
+      }
+    }
   }
-  CVariant null;  // a null string
-  null.vt = VT_BSTR;
-  EXPECT_TRUE(null == CVariant(u""));
+  EXPECT_FALSE(Value("null") == Value("null") || Value("err:1") == Value("err:1"));
+  EXPECT_FALSE(CVariant::FromDecimal({0, 1, 0, 0, 10}) == CVariant::FromDecimal({0, 0, 0, 0, 1}));
+  EXPECT_FALSE(CVariant(u"a\0b"sv) == CVariant(u"a\0c"sv));
 }
 
 TEST(VariantSet, TextKeepsTheType) {
-  const struct {
-    CVariant before;
-    const char16_t* text;
-    CVariant after;
-  } cases[] = {
-      {CVariant(), u"12", CVariant(u"12")},
-      {CVariant(u"old"), nullptr, CVariant(u"")},
-      {CVariant(), nullptr, CVariant(u"")},
-      {CVariant::FromInt8(1), u"-200", CVariant::FromInt8(-128)},
-      {CVariant::FromUInt8(1), u"256", CVariant::FromUInt8(255)},
-      {CVariant::FromInt16(1), u"abc", CVariant::FromInt16(0)},
-      {CVariant::FromInt16(1), u"70000", CVariant::FromInt16(32767)},
-      {CVariant::FromUInt16(1), u"-1", CVariant::FromUInt16(0)},
-      {CVariant::FromInt(1), u"99999999999", CVariant::FromInt(INT32_MAX)},
-      {CVariant::FromUInt32(1), u"99999999999", CVariant::FromUInt32(UINT32_MAX)},
-      {CVariant::FromInt64(1), u"-9223372036854775809", CVariant::FromInt64(INT64_MIN)},
-      {CVariant::FromUInt64(1), u"18446744073709551616", CVariant::FromUInt64(UINT64_MAX)},
-      {CVariant::FromUInt64(1), u"-1", CVariant::FromUInt64(0)},
-      {CVariant::FromFloat(1), u"1e999", CVariant::FromFloat(INFINITY)},
-      {CVariant::FromDouble(1), u"2.5e0x", CVariant::FromDouble(2.5)},
-      {CVariant::FromDate(1), u"45000.5", CVariant::FromDate(45000.5)},
-      {CVariant::FromDate(1), u"2023-03-15", CVariant::FromDate(2023)},
-      {CVariant::FromBool(false), u"True", CVariant::FromBool(true)},
-      {CVariant::FromBool(true), u"yes", CVariant::FromBool(false)},
-      {CVariant::FromCurrency({7}), u"12", CVariant::FromCurrency({7})},
-      {Ints({7}), u"12", Ints({7})},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.before) + " = " + testing::PrintToString(c.after));
-    CVariant value(c.before);
-    Set(value, c.text);
-    EXPECT_TRUE(value == c.after) << testing::PrintToString(value);
+  for (const auto& c : Rows(R"(
+      |12|s:12; s:old|~|s:; |~|s:; i1:1|-200|i1:-128; ui1:1|256|ui1:255; i2:1|abc|i2:0; i2:1|70000|i2:32767;
+      ui2:1|-1|ui2:0; i:1|99999999999|i:2147483647; ui4:1|99999999999|ui4:4294967295;
+      i8:1|-9223372036854775809|i8:-9223372036854775808; ui8:1|18446744073709551616|ui8:18446744073709551615;
+      ui8:1|-1|ui8:0; r4:1|1e999|r4:inf; r8:1|2.5e0x|r8:2.5; date:1|45000.5|date:45000.5; date:1|2023-03-15|date:2023;
+      bool:0|True|bool:1; bool:1|yes|bool:0; cy:7|12|cy:7; [i4:7]|12|[i4:7])")) {
+    SCOPED_TRACE(testing::PrintToString(c));
+    CVariant narrow = Value(c[0]), wide(narrow);
+    Set(narrow, c[1] == "~" ? nullptr : c[1].c_str());
+    Set(wide, CString(c[1] == "~" ? "" : c[1].c_str()));
+    EXPECT_TRUE(narrow == Value(c[2]) && wide == narrow);
   }
-}
-
-TEST(VariantSet, TakesEveryKindOfText) {
-  char16_t units[] = u"7";
-  wchar_t wide[] = L"7";
-  const auto expectSeven = [](auto&& text) {
-    CVariant value = CVariant::FromInt16(1);
-    Set(value, text);
-    EXPECT_TRUE(value == CVariant::FromInt16(7));
-  };
-  expectSeven(static_cast<char16_t*>(units));
-  expectSeven(static_cast<wchar_t*>(wide));
-  expectSeven(u"7");
-  expectSeven("7");
-  expectSeven(CString(u"7"));
-  expectSeven("7"s);
-  expectSeven(u"7"s);
-  expectSeven(u"7"sv);
   CVariant text(u"0123");
   Set(text, text.GetStringView().substr(2));
   EXPECT_EQ(text.GetStringView(), u"23");
+  Set(text, L"a");
+  Set(text, u"b"s);
+  Set(text, static_cast<const wchar_t*>(nullptr));
+  EXPECT_EQ(text.GetStringView(), u"");
 }
 
-TEST(VariantSet, TimeKeepsTheTypeAndBytesAndListsReplaceIt) {
+TEST(VariantSet, TimeKeepsTheTypeAndBytesReplaceIt) {
   const CTimeStamp time(45000.75);
-  const struct {
-    CVariant before, after;
-  } cases[] = {
-      {CVariant(), CVariant::FromDate(45000.75)},
-      {CVariant::FromDate(1), CVariant::FromDate(45000.75)},
-      {CVariant(u"old"), CVariant(u"2023-03-15 18:00:00.000")},
-      {CVariant::FromUInt16(1), CVariant::FromUInt16(45000)},
-      {CVariant::FromInt(1), CVariant::FromInt(45000)},
-      {CVariant::FromUInt64(1), CVariant::FromUInt64(45000)},
-      {CVariant::FromFloat(1), CVariant::FromFloat(45000.75F)},
-      {CVariant::FromDouble(1), CVariant::FromDouble(45000.75)},
-      {CVariant::FromBool(false), CVariant::FromBool(true)},
-      {CVariant::FromCurrency({1}), CVariant::FromCurrency({450007500})},
-      {Ints({1}), Ints({1})},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(testing::PrintToString(c.before));
-    CVariant byTime(c.before), byFileTime(c.before);
+  for (const auto& c : Rows(R"(
+      |date:45000.75; date:1|date:45000.75; s:old|s:2023-03-15 18:00:00.000; ui2:1|ui2:45000; i:1|i:45000;
+      ui8:1|ui8:45000; r4:1|r4:45000.75; r8:1|r8:45000.75; bool:0|bool:1; cy:1|cy:450007500; [i4:1]|[i4:1])")) {
+    SCOPED_TRACE(testing::PrintToString(c));
+    CVariant byTime = Value(c[0]), byFileTime(byTime);
     Set(byTime, time);
     Set(byFileTime, time.GetFileTime());
-    EXPECT_TRUE(byTime == c.after && byFileTime == c.after) << testing::PrintToString(byTime);
+    EXPECT_TRUE(byTime == Value(c[1]) && byFileTime == byTime) << testing::PrintToString(byTime);
   }
-  CVariant negative = CVariant::FromInt64(1);
-  Set(negative, CTimeStamp(-2.75));
-  EXPECT_EQ(negative.llVal, -2) << "cut toward zero";
-  Set(negative, static_cast<const tagVARIANT&>(CVariant(u"copied")));
-  EXPECT_EQ(negative.GetStringView(), u"copied");
-  Set(negative, std::vector<unsigned char>{1, 2});
-  EXPECT_EQ(negative.vt, VT_UI1 | VT_ARRAY);
-  EXPECT_EQ(negative.AsSpan<std::uint8_t>()[1], 2);
-  Set(negative, std::vector<unsigned char>());
-  EXPECT_TRUE(negative.GetArray() != nullptr && negative.GetNumElements() == 0);
+  CVariant value = Value("i8:1");
+  Set(value, CTimeStamp(-2.75));
+  EXPECT_EQ(value.llVal, -2) << "cut toward zero";
+  Set(value, static_cast<const tagVARIANT&>(CVariant(u"copied")));
+  EXPECT_EQ(value.GetStringView(), u"copied");
+  Set(value, std::vector<unsigned char>{1, 2});
+  EXPECT_TRUE(value == Value("[ui1:1 2]"));
+  Set(value, std::vector<unsigned char>());
+  EXPECT_TRUE(value == Value("[ui1]"));
 }
 
 TEST(VariantSet, AListOfTextsGoesIntoTheSlotsThatFit) {
-  const CStringArray two = {u"1", u"x"};
-  const struct {
-    CVariant before, after;
-  } cases[] = {
-      {CVariant(), Strings({u"1", u"x"})},
-      {CVariant::FromInt16(5), Strings({u"1", u"x"})},
-      {Strings({u"a"}), Strings({u"1", u"x"})},
-      {Strings({u"a", u"b"}), Strings({u"1", u"x"})},
-      {Ints({7, 8}), Ints({1, 8})},
-  };
-  for (const auto& c : cases) {
-    CVariant value(c.before);
-    Set(value, two);
-    EXPECT_TRUE(value == c.after) << testing::PrintToString(value);
+  for (const auto& c : Rows("|[s:1 x]; i2:5|[s:1 x]; [s:a]|[s:1 x]; [s:a b]|[s:1 x]; [i4:7 8]|[i4:1 8]")) {
+    CVariant value = Value(c[0]);
+    Set(value, CStringArray{u"1", u"x"});
+    EXPECT_TRUE(value == Value(c[1])) << c[0] << ": " << testing::PrintToString(value);
   }
-  CVariant one = CVariant::FromInt16(5);
+  CVariant one = Value("i2:5");
   Set(one, CStringArray{u"a"});
-  EXPECT_TRUE(one == Strings({u"a"}));
+  EXPECT_TRUE(one == Value("[s:a]"));
   Set(one, CStringArray());
-  EXPECT_TRUE(one == Strings({}));
+  EXPECT_TRUE(one == Value("[s]"));
 }
 
 TEST(VariantText, DoesNotLookAtTheLocale) {
