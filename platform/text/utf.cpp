@@ -20,8 +20,9 @@ const byte_t* Bytes(const char* at) { return reinterpret_cast<const byte_t*>(at)
 
 // ---- blocks of ASCII -----------------------------------------------------------------------------------------
 //
-// A block function looks at kBlock units (kHalf for the end of a text), says how many from the first are ASCII,
-// and writes what it makes of them: as many output units are touched, those behind the answer hold nothing of use.
+// A block function looks at kBlock units (kHalf for the end of a text), says which are not ASCII (a bit for each) or
+// how many from the first are, and writes what it makes of them: as many output units are touched, those from the first
+// foreign one on hold nothing of use.
 // A converter may call it wherever that many input units are left, because each has room for one output unit.
 
 constexpr std::size_t kBlock = 16;
@@ -53,18 +54,20 @@ std::size_t AsciiUnits(__m128i first, __m128i second) {
 std::size_t AsciiBlock(const byte_t* in) { return UnitsBefore(_mm_movemask_epi8(Load(in)), kBlock); }
 std::size_t AsciiBlock(const char16_t* in) { return AsciiUnits(Load(in), Load(in + 8)); }
 
-std::size_t ConvertBlock(const byte_t* in, char16_t* out) {
+unsigned ConvertBlock(const byte_t* in, char16_t* out) {
   const __m128i bytes = Load(in);
   Store(out, _mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
   Store(out + 8, _mm_unpackhi_epi8(bytes, _mm_setzero_si128()));
-  return UnitsBefore(_mm_movemask_epi8(bytes), kBlock);
+  return static_cast<unsigned>(_mm_movemask_epi8(bytes));
 }
 
-std::size_t ConvertBlock(const char16_t* in, char* out) {
+unsigned ConvertBlock(const char16_t* in, char* out) {
   const __m128i first = Load(in);
   const __m128i second = Load(in + 8);
   Store(out, _mm_packus_epi16(first, second));
-  return AsciiUnits(first, second);
+  if (_mm_movemask_epi8(AsciiLanes(_mm_or_si128(first, second))) == 0xFFFF) return 0;
+  const int ascii = _mm_movemask_epi8(_mm_packs_epi16(AsciiLanes(first), AsciiLanes(second)));
+  return static_cast<unsigned>(ascii ^ 0xFFFF);
 }
 
 std::size_t ConvertHalf(const byte_t* in, char16_t* out) {
@@ -94,33 +97,28 @@ std::size_t AsciiBlock(const In* in) {
   return count;
 }
 
-template <std::size_t kUnits = kBlock, typename In, typename Out>
-std::size_t ConvertBlock(const In* in, Out* out) {
-  std::size_t count = 0;
-  for (; count != kUnits && in[count] < 0x80; ++count) out[count] = static_cast<Out>(in[count]);
-  return count;
+template <typename In, typename Out>
+unsigned ConvertBlock(const In* in, Out* out) {
+  unsigned foreign = 0;
+  for (std::size_t i = 0; i != kBlock; ++i) {
+    foreign |= static_cast<unsigned>(in[i] >= 0x80) << i;
+    out[i] = static_cast<Out>(in[i]);
+  }
+  return foreign;
 }
 
 template <typename In, typename Out>
 std::size_t ConvertHalf(const In* in, Out* out) {
-  return ConvertBlock<kHalf>(in, out);
+  std::size_t count = 0;
+  for (; count != kHalf && in[count] < 0x80; ++count) out[count] = static_cast<Out>(in[count]);
+  return count;
 }
 
 #endif
 
-// Converts ASCII until it ends, at a unit of 0x80 or more or at the end of the text.
+// Converts ASCII until it ends, at a unit of 0x80 or more or at the end of the text; fewer than kBlock units are left.
 template <typename In, typename Out>
 void ConvertAscii(const In*& at, const In* end, Out*& out) {
-  while (static_cast<std::size_t>(end - at) >= kBlock) {
-    const std::size_t count = ConvertBlock(at, out);
-    if (count != kBlock) {
-      at += count;
-      out += count;
-      return;
-    }
-    at += kBlock;
-    out += kBlock;
-  }
   if (static_cast<std::size_t>(end - at) >= kHalf) {
     const std::size_t count = ConvertHalf(at, out);
     at += count;
@@ -400,7 +398,7 @@ std::size_t CountPlainBlocks(const char16_t*&, const char16_t*) { return 0; }
 
 // ---- pieces of a long text --------------------------------------------------------------------------------------
 
-constexpr std::size_t kPiece = 1024;
+constexpr std::size_t kPiece = 4096;
 
 // No piece ends within a character: a character has at most three continuation bytes, so that a fourth belongs
 // to none, and a low surrogate has its partner just before.
@@ -416,36 +414,59 @@ std::size_t PieceLength(std::u16string_view utf16) {
   return IsHighSurrogate(utf16[kPiece - 1]) ? kPiece - 1 : kPiece;
 }
 
+// ---- a whole text ------------------------------------------------------------------------------------------------
+
+inline void TakeForeign(const byte_t*& at, const byte_t* end, char16_t*& out) { AppendUtf16(Decode(at, end), out); }
+inline void TakeForeign(const char16_t*& at, const char16_t* end, char*& out) { AppendUtf8(Decode(at, end), out); }
+
+// Three ways, by what the next block holds: ASCII goes a block at a time; where most units are characters of two bytes,
+// eight units at a time; a mixture, unit by unit up to its last foreign one, which costs less than to enter the other
+// two for a few units each. `firstLong` is the least unit that begins a longer character than ConvertMixedBlocks takes.
+template <typename In, typename Out>
+std::size_t ConvertText(const In* at, const In* end, Out* out, In firstLong) {
+  constexpr int kMany = kBlock * 3 / 4;
+  Out* const first = out;
+  const bool shuffle = HasShuffle();
+  while (static_cast<std::size_t>(end - at) >= kBlock) {
+    const unsigned foreign = ConvertBlock(at, out);
+    if (foreign == 0) {
+      at += kBlock;
+      out += kBlock;
+      continue;
+    }
+    const auto ascii = std::countr_zero(foreign);
+    const In* const behindLast = at + std::bit_width(foreign);
+    at += ascii;
+    out += ascii;
+    if (shuffle && *at < firstLong && std::popcount(foreign) >= kMany) {
+      const In* const before = at;
+      ConvertMixedBlocks(at, end, out);
+      if (at != before) continue;
+    }
+    while (at < behindLast) {
+      if (*at < 0x80) {
+        *out++ = static_cast<Out>(*at++);
+      } else {
+        TakeForeign(at, end, out);
+      }
+    }
+  }
+  while (at != end) {
+    if (*at < 0x80) ConvertAscii(at, end, out);
+    if (at != end) TakeForeign(at, end, out);
+  }
+  return static_cast<std::size_t>(out - first);
+}
+
 }  // namespace
 
 std::size_t Utf8ToUtf16(std::string_view utf8, char16_t* out) noexcept {
-  const byte_t* at = Bytes(utf8.data());
-  const byte_t* const end = at + utf8.size();
-  char16_t* const first = out;
-  const bool shuffle = HasShuffle();
-  for (;;) {
-    if (at != end && *at < 0x80) ConvertAscii(at, end, out);
-    if (shuffle && at != end && *at < 0xE0) ConvertMixedBlocks(at, end, out);
-    if (at == end) return static_cast<std::size_t>(out - first);
-    while (at != end && *at >= 0x80) {
-      AppendUtf16(Decode(at, end), out);
-    }
-  }
+  const byte_t* const at = Bytes(utf8.data());
+  return ConvertText(at, at + utf8.size(), out, byte_t{0xE0});
 }
 
 std::size_t Utf16ToUtf8(std::u16string_view utf16, char* out) noexcept {
-  const char16_t* at = utf16.data();
-  const char16_t* const end = at + utf16.size();
-  char* const first = out;
-  const bool shuffle = HasShuffle();
-  for (;;) {
-    if (at != end && *at < 0x80) ConvertAscii(at, end, out);
-    if (shuffle && at != end && *at < 0x800) ConvertMixedBlocks(at, end, out);
-    if (at == end) return static_cast<std::size_t>(out - first);
-    while (at != end && *at >= 0x80) {
-      AppendUtf8(Decode(at, end), out);
-    }
-  }
+  return ConvertText(utf16.data(), utf16.data() + utf16.size(), out, char16_t{0x800});
 }
 
 std::size_t Utf8Length(std::u16string_view utf16) noexcept {
