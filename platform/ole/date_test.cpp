@@ -61,20 +61,6 @@ TEST(OleDate, KeepsEveryMillisecond) {
   EXPECT_LT(FromMilliseconds(std::numeric_limits<std::int64_t>::min()), 0);  // out of range, yet defined
 }
 
-TEST(OleDate, WritesTheShortUsForm) {
-  const struct {
-    DATE date;
-    const char* text;
-  } cases[] = {{45000, "3/15/2023"},
-               {45000.5, "3/15/2023 12:00:00 PM"},
-               {45000.25 + 1 / 48.0, "3/15/2023 6:30:00 AM"},
-               {0, "12:00:00 AM"},
-               {0.999999, "12/31/1899"},  // rounded up to midnight
-               {-657434, "1/1/100"},
-               {2958465.9999999, "12/31/9999 11:59:59 PM"}};
-  for (const auto& c : cases) EXPECT_EQ(Text(c.date), c.text);
-}
-
 TEST(OleDate, ReadsIsoAndUsFormsMonthNamesAndTimes) {
   const struct {
     const char16_t* text;

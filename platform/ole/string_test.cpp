@@ -28,19 +28,6 @@ TEST(OleString, CarriesItsLengthAndANulAtEverySize) {
   }
 }
 
-TEST(OleString, TakesNullAndOddLengths) {
-  EXPECT_EQ(SysAllocString(nullptr), nullptr);
-  EXPECT_EQ(SysStringLen(nullptr), 0U);
-  SysFreeString(nullptr);
-
-  const BSTR odd = SysAllocStringByteLen("abc", 3);
-  EXPECT_EQ(SysStringByteLen(odd), 3U);
-  EXPECT_EQ(SysStringLen(odd), 1U);
-  EXPECT_EQ(odd[1], u'c');  // the odd byte, made up to a unit
-  EXPECT_EQ(odd[2], u'\0');
-  SysFreeString(odd);
-}
-
 TEST(OleString, RefusesMoreThanTwoGigabytes) {
   BSTR text = SysAllocString(u"kept");
   EXPECT_EQ(SysAllocStringLen(nullptr, 0x4000'0000), nullptr);
@@ -117,25 +104,6 @@ TEST(OleString, MayBeFreedWhileItsThreadEnds) {
     last.text = SysAllocString(u"last");
     for (int i = 0; i != 200; ++i) SysFreeString(SysAllocString(u"opens the cache"));
   }).join();
-}
-
-TEST(SafeArrayMemory, IsZeroedAlignedAndCarriesItsElementType) {
-  tagSAFEARRAY* const array = SafeArrayAllocDescriptor();
-  EXPECT_TRUE(IsAligned(array, 16));
-  EXPECT_EQ(SafeArrayGetVartype(*array), VT_EMPTY);
-  EXPECT_EQ(array->fFeatures, FADF_FIXEDSIZE | FADF_HAVEVARTYPE);
-  SafeArraySetVartype(*array, VT_BSTR);
-  EXPECT_EQ(SafeArrayGetVartype(*array), VT_BSTR);
-  EXPECT_EQ(array->cDims, 0);
-  SafeArrayDestroyDescriptor(array);
-  SafeArrayDestroyDescriptor(nullptr);
-
-  auto* const data = static_cast<char*>(SafeArrayAllocData(100));
-  EXPECT_TRUE(IsAligned(data, 64));
-  EXPECT_EQ(std::count(data, data + 100, '\0'), 100);
-  SafeArrayFreeData(data);
-  EXPECT_EQ(SafeArrayAllocData(0), nullptr);
-  EXPECT_EQ(SafeArrayAllocData(SIZE_MAX), nullptr);
 }
 
 }  // namespace

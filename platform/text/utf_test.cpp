@@ -121,43 +121,38 @@ std::u32string RandomText(std::mt19937& random, std::size_t length) {
 }
 
 TEST(Utf, ReplacesEachMaximalIllFormedSubpartOnce) {
-  const struct {
-    std::string utf8;
-    const char16_t* utf16;
-  } cases[] = {{"", u""},
-               {"a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80z", u"a\u00E4\u20AC\U0001F600z"},
-               {"\x80\xBF", u"\uFFFD\uFFFD"},
-               {"\xC0\xAF", u"\uFFFD\uFFFD"},
-               {"\xC3", u"\uFFFD"},
-               {"\xC3(", u"\uFFFD("},
-               {"\xE0\x9F\xBF", u"\uFFFD\uFFFD\uFFFD"},
-               {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},
-               {"\xE2\x82", u"\uFFFD"},
-               {"\xE2\x82z", u"\uFFFDz"},
-               {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
-               {"\xF0\x9F\x98", u"\uFFFD"},
-               {"\xF1\x80\x80\xE1\x80\xC2z", u"\uFFFD\uFFFD\uFFFDz"},
-               {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
-               {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
-               {"\xF5\xFF", u"\uFFFD\uFFFD"}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(utf::ToUtf16(c.utf8), c.utf16);
-    ExpectPlain(c.utf8);
+  const std::pair<std::string, const char16_t*> cases[] = {
+      {"a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80z", u"a\u00E4\u20AC\U0001F600z"},
+
+      {"\x80\xBF", u"\uFFFD\uFFFD"},
+      {"\xC0\xAF", u"\uFFFD\uFFFD"},
+      {"\xC3", u"\uFFFD"},
+      {"\xC3(", u"\uFFFD("},
+      {"\xE0\x9F\xBF", u"\uFFFD\uFFFD\uFFFD"},
+      {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},
+      {"\xE2\x82", u"\uFFFD"},
+      {"\xE2\x82z", u"\uFFFDz"},
+      {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"\xF0\x9F\x98", u"\uFFFD"},
+      {"\xF1\x80\x80\xE1\x80\xC2z", u"\uFFFD\uFFFD\uFFFDz"},
+      {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
+      {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"\xF5\xFF", u"\uFFFD\uFFFD"}};
+  for (const auto& [utf8, utf16] : cases) {
+    EXPECT_EQ(utf::ToUtf16(utf8), utf16);
+    ExpectPlain(utf8);
   }
 }
 
 TEST(Utf, ReplacesUnpairedSurrogates) {
-  const struct {
-    std::u16string utf16;
-    const char* utf8;
-  } cases[] = {{u"\xD83D\xDE00", "\xF0\x9F\x98\x80"},
-               {u"\xD83D", "\xEF\xBF\xBD"},
-               {u"\xDE00\xD83D", "\xEF\xBF\xBD\xEF\xBF\xBD"},
-               {u"\xD83D\xD83D\xDE00", "\xEF\xBF\xBD\xF0\x9F\x98\x80"},
-               {u"\xD83Dz", "\xEF\xBF\xBDz"}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(utf::ToUtf8(c.utf16), c.utf8);
-    ExpectPlain(c.utf16);
+  const std::pair<std::u16string, const char*> cases[] = {{u"\xD83D\xDE00", "\xF0\x9F\x98\x80"},
+                                                          {u"\xD83D", "\xEF\xBF\xBD"},
+                                                          {u"\xD83Dz", "\xEF\xBF\xBDz"},
+                                                          {u"\xDE00\xD83D", "\xEF\xBF\xBD\xEF\xBF\xBD"},
+                                                          {u"\xD83D\xD83D\xDE00", "\xEF\xBF\xBD\xF0\x9F\x98\x80"}};
+  for (const auto& [utf16, utf8] : cases) {
+    EXPECT_EQ(utf::ToUtf8(utf16), utf8);
+    ExpectPlain(utf16);
   }
 }
 
