@@ -139,11 +139,10 @@ const In* SkipAscii(const In* at, const In* end) {
   return at;
 }
 
-// ---- blocks of characters of one to three bytes ----------------------------------------------------------------
+// ---- blocks of one- and two-byte characters -------------------------------------------------------------------
 //
-// Scripts other than Latin mix the three so that branches guess badly. Eight units, or the characters that begin in
-// eight bytes, are converted without a branch: a byte shuffle, which a table gives for each pattern of them, puts them
-// where they belong.
+// Latin, Greek, Cyrillic, Hebrew and Arabic mix the two so that branches guess badly. Eight units at a time are
+// converted by one byte shuffle, which a table gives for each pattern of them.
 
 #if defined(__SSE2__) && defined(__GNUC__)
 
@@ -151,14 +150,16 @@ const In* SkipAscii(const In* at, const In* end) {
 
 bool HasShuffle() { return __builtin_cpu_supports("ssse3") && __builtin_cpu_supports("popcnt"); }
 
+constexpr std::ptrdiff_t kMixedBlock = 8;
+
 struct shuffle_t {
   static constexpr std::uint8_t kZero = 0x80;
   alignas(16) std::uint8_t from[16] = {kZero, kZero, kZero, kZero, kZero, kZero, kZero, kZero,
                                        kZero, kZero, kZero, kZero, kZero, kZero, kZero, kZero};
 };
 
-// A bit of the index tells a continuation byte. Each character's first byte goes into the low half of a unit and the
-// byte behind it into the high half.
+// Bytes to units; a bit of the index tells a continuation byte. Each character's first byte goes into the low
+// half of a unit and the byte behind it into the high half.
 constexpr std::array<shuffle_t, 256> kToUnits = [] {
   std::array<shuffle_t, 256> table{};
   for (unsigned continuations = 0; continuations != 256; ++continuations) {
@@ -172,109 +173,81 @@ constexpr std::array<shuffle_t, 256> kToUnits = [] {
   return table;
 }();
 
-__m128i Choose(__m128i lanes, __m128i yes, __m128i no) {
-  return _mm_or_si128(_mm_and_si128(lanes, yes), _mm_andnot_si128(lanes, no));
-}
-
-// The characters that begin in the first eight of `bytes`. Lanes of `bad` are set for those of three bytes that are
-// overlong or surrogates; all else is well formed.
-ZORPLATFORM_SHUFFLE inline __m128i ToUnits(__m128i bytes, unsigned continuations, __m128i& bad) {
-  const __m128i shuffle = Load(kToUnits[continuations & 0xFF].from);
-  const __m128i firstAndSecond = _mm_shuffle_epi8(bytes, shuffle);
-  const __m128i secondAndThird = _mm_shuffle_epi8(bytes, _mm_add_epi8(shuffle, _mm_set1_epi8(1)));
-  const __m128i six = _mm_set1_epi16(0x3F);
-  const __m128i one = _mm_and_si128(firstAndSecond, _mm_set1_epi16(0xFF));
-  const __m128i two = _mm_or_si128(_mm_slli_epi16(_mm_and_si128(firstAndSecond, _mm_set1_epi16(0x1F)), 6),
-                                   _mm_and_si128(_mm_srli_epi16(firstAndSecond, 8), six));
-  const __m128i three =
-      _mm_or_si128(_mm_slli_epi16(two, 6), _mm_and_si128(_mm_srli_epi16(secondAndThird, 8), six));
-  const __m128i isTwo = _mm_cmpgt_epi16(one, _mm_set1_epi16(0x7F));
-  const __m128i isThree = _mm_cmpgt_epi16(one, _mm_set1_epi16(0xDF));
-  const __m128i high = _mm_and_si128(three, _mm_set1_epi16(-0x800));
-  const __m128i isBad = _mm_or_si128(_mm_cmpeq_epi16(high, _mm_setzero_si128()),
-                                     _mm_cmpeq_epi16(high, _mm_set1_epi16(-0x2800)));  // 0xD800
-  bad = _mm_or_si128(bad, _mm_and_si128(isThree, isBad));
-  return Choose(isThree, three, Choose(isTwo, two, one));
-}
-
-// Goes on as long as blocks of 16 bytes are well formed, not all ASCII, and have no longer characters. A block
-// converts what begins in it; the last continuation bytes may lie behind, and are skipped in the next one.
-ZORPLATFORM_SHUFFLE void ConvertMixedBlocks(const byte_t*& at, const byte_t* end, char16_t*& out) {
-  unsigned pending = 0;  // a bit for each byte from `at` that belongs to a character that is converted already
-  for (; end - at >= 24; at += 16) {
-    const __m128i bytes = Load(at);
-    const __m128i later = Load(at + 8);
-    const __m128i limit = _mm_set1_epi8(-0x40);
-    const auto mask = [](__m128i lanes) { return static_cast<unsigned>(_mm_movemask_epi8(lanes)); };
-    const unsigned foreign = mask(bytes);
-    const unsigned continuations = mask(_mm_cmplt_epi8(bytes, limit)) | mask(_mm_cmplt_epi8(later, limit)) << 8;
-    const unsigned leads = foreign & mask(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x3F)));   // 0xC2 and above
-    const unsigned threes = foreign & mask(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x21)));  // 0xE0 and above
-    const unsigned fours = foreign & mask(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x11)));   // 0xF0 and above
-    const unsigned expected = leads << 1 | threes << 2 | pending;
-    const bool wellFormed = (continuations & (expected | 0xFFFF)) == expected &&
-                            (foreign & ~continuations) == leads && fours == 0;
-    if (foreign == 0 || !wellFormed) break;
-
-    __m128i bad = _mm_setzero_si128();
-    const __m128i units = ToUnits(bytes, continuations, bad);
-    const __m128i laterUnits = ToUnits(later, continuations >> 8, bad);
-    if (_mm_movemask_epi8(bad) != 0) break;
-    Store(out, units);
-    out += 8 - std::popcount(continuations & 0xFF);
-    Store(out, laterUnits);
-    out += 8 - std::popcount(continuations & 0xFF00);
-    pending = expected >> 16;
-  }
-  at += std::popcount(pending);
-}
-
-// For four units in lanes of four bytes: last of one byte, last of several, first of three, last but one of three or
-// first of two. A bit of the low half of the index tells a unit of one byte, of the high half ... of one or two.
+// Units, each with its first byte in the low half and the second in the high half, to bytes; a bit of the index
+// tells a unit that is one byte.
 constexpr std::array<shuffle_t, 256> kToBytes = [] {
   std::array<shuffle_t, 256> table{};
-  for (unsigned index = 0; index != 256; ++index) {
+  for (unsigned ascii = 0; ascii != 256; ++ascii) {
     unsigned out = 0;
-    const auto take = [&](unsigned from) { table[index].from[out++] = static_cast<std::uint8_t>(from); };
-    for (unsigned i = 0; i != 4; ++i) {
-      const bool isAscii = (index >> 2 * i & 1) != 0;
-      const bool isShort = (index >> 2 * i & 2) != 0;
-      if (isAscii) {
-        take(4 * i);
-      } else {
-        if (!isShort) take(4 * i + 2);
-        take(4 * i + 3);
-        take(4 * i + 1);
-      }
+    for (unsigned i = 0; i != 8; ++i) {
+      table[ascii].from[out++] = static_cast<std::uint8_t>(2 * i);
+      if ((ascii >> i & 1) == 0) table[ascii].from[out++] = static_cast<std::uint8_t>(2 * i + 1);
     }
   }
   return table;
 }();
 
-// Goes on as long as blocks of eight units are not all ASCII and have no surrogates. Twelve units more have room
-// for the whole stores.
-ZORPLATFORM_SHUFFLE void ConvertMixedBlocks(const char16_t*& at, const char16_t* end, char*& out) {
-  const __m128i six = _mm_set1_epi16(0x3F00);
-  while (end - at >= 20) {
-    const __m128i units = Load(at);
-    const __m128i high = _mm_and_si128(units, _mm_set1_epi16(-0x800));
-    const __m128i isAscii = AsciiLanes(units);
-    const __m128i isShort = _mm_cmpeq_epi16(high, _mm_setzero_si128());
-    const __m128i isSurrogate = _mm_cmpeq_epi16(high, _mm_set1_epi16(-0x2800));  // 0xD800
-    const auto less = static_cast<unsigned>(_mm_movemask_epi8(Choose(_mm_set1_epi16(0xFF), isAscii, isShort)));
-    if (_mm_movemask_epi8(isSurrogate) != 0 || less == 0xFFFF) return;
+// Goes on as long as blocks of eight bytes are well formed, not all ASCII, and have no longer characters. A block
+// converts what begins in it; the last second byte may lie behind, and is skipped in the next one.
+ZORPLATFORM_SHUFFLE void ConvertMixedBlocks(const byte_t*& at, const byte_t* end, char16_t*& out) {
+  unsigned pending = 0;  // 1 when the byte at `at` belongs to a character that is converted already
+  for (; end - at >= kMixedBlock; at += kMixedBlock) {
+    const __m128i bytes = end - at >= 2 * kMixedBlock ? Load(at) : LoadHalf(at);
+    const __m128i isContinuation = _mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x40));
+    const __m128i isLead = _mm_and_si128(_mm_cmpgt_epi8(bytes, _mm_set1_epi8(-0x3F)),  // 0xC2 to 0xDF
+                                         _mm_cmplt_epi8(bytes, _mm_set1_epi8(-0x20)));
+    const unsigned foreign = static_cast<unsigned>(_mm_movemask_epi8(bytes)) & 0xFF;
+    const unsigned continuations = static_cast<unsigned>(_mm_movemask_epi8(isContinuation)) & 0x1FF;
+    const unsigned leads = static_cast<unsigned>(_mm_movemask_epi8(isLead)) & 0xFF;
+    const bool wellFormed = (leads << 1 | pending) == continuations && (foreign & ~continuations) == leads;
+    if (foreign == 0 || !wellFormed) break;
 
-    const __m128i last = _mm_or_si128(_mm_and_si128(units, _mm_set1_epi16(0x7F)),
-                                      _mm_or_si128(_mm_and_si128(_mm_slli_epi16(units, 8), six),
-                                                   _mm_set1_epi16(-0x8000)));  // 0x8000
-    const __m128i first = _mm_or_si128(
-        _mm_or_si128(_mm_srli_epi16(units, 12), _mm_and_si128(_mm_slli_epi16(units, 2), six)),
-        _mm_or_si128(_mm_set1_epi16(-0x7F20), _mm_and_si128(isShort, _mm_set1_epi16(0x4000))));  // 0x80E0
-    Store(out, _mm_shuffle_epi8(_mm_unpacklo_epi16(last, first), Load(kToBytes[less & 0xFF].from)));
-    out += 12 - std::popcount(less & 0xFF);
-    Store(out, _mm_shuffle_epi8(_mm_unpackhi_epi16(last, first), Load(kToBytes[less >> 8].from)));
-    out += 12 - std::popcount(less >> 8);
-    at += 8;
+    const __m128i units = _mm_shuffle_epi8(bytes, Load(kToUnits[continuations & 0xFF].from));
+    const __m128i isTwo = _mm_srai_epi16(_mm_slli_epi16(units, 8), 15);
+    const __m128i high = _mm_slli_epi16(_mm_and_si128(units, _mm_set1_epi16(0x1F)), 6);
+    const __m128i low = _mm_and_si128(_mm_srli_epi16(units, 8), _mm_set1_epi16(0x3F));
+    const __m128i one = _mm_and_si128(units, _mm_set1_epi16(0x7F));
+    const __m128i two = _mm_or_si128(high, low);
+    Store(out, _mm_or_si128(_mm_and_si128(isTwo, two), _mm_andnot_si128(isTwo, one)));
+    out += kMixedBlock - std::popcount(continuations & 0xFF);
+    pending = leads >> 7;
+  }
+  at += pending;
+}
+
+// Writes the first `count` of 16 bytes and no more, for 8 <= count <= 16.
+void StoreExactly(char* at, __m128i bytes, std::size_t count) {
+  char all[16];
+  Store(all, bytes);
+  std::memcpy(at, all, 8);
+  std::memcpy(at + count - 8, all + count - 8, 8);
+}
+
+// Goes on as long as blocks of eight units are not all ASCII and have no longer characters. Eight units more have
+// room for eight bytes at least, so that a whole store fits.
+ZORPLATFORM_SHUFFLE void ConvertMixedBlocks(const char16_t*& at, const char16_t* end, char*& out) {
+  while (end - at >= kMixedBlock) {
+    const __m128i units = Load(at);
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i isAscii = AsciiLanes(units);
+    const __m128i isShort = _mm_cmpeq_epi16(_mm_and_si128(units, _mm_set1_epi16(-0x800)), zero);
+    const auto ascii = static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(isAscii, zero)));
+    if (ascii == 0xFF || _mm_movemask_epi8(isShort) != 0xFFFF) return;
+
+    const __m128i lead = _mm_srli_epi16(units, 6);
+    const __m128i second = _mm_slli_epi16(_mm_and_si128(units, _mm_set1_epi16(0x3F)), 8);
+    const __m128i marks = _mm_set1_epi16(-0x7F40);  // 0x80C0
+    const __m128i pairs = _mm_or_si128(_mm_or_si128(lead, second), marks);
+    const __m128i chosen = _mm_or_si128(_mm_and_si128(isAscii, units), _mm_andnot_si128(isAscii, pairs));
+    const __m128i bytes = _mm_shuffle_epi8(chosen, Load(kToBytes[ascii].from));
+    const auto count = static_cast<std::size_t>(16 - std::popcount(ascii));
+    if (end - at >= 2 * kMixedBlock) {
+      Store(out, bytes);
+    } else {
+      StoreExactly(out, bytes, count);
+    }
+    at += kMixedBlock;
+    out += count;
   }
 }
 
@@ -446,11 +419,14 @@ std::size_t PieceLength(std::u16string_view utf16) {
 inline void TakeForeign(const byte_t*& at, const byte_t* end, char16_t*& out) { AppendUtf16(Decode(at, end), out); }
 inline void TakeForeign(const char16_t*& at, const char16_t* end, char*& out) { AppendUtf8(Decode(at, end), out); }
 
-// Three ways, by what the next block holds: ASCII goes a block at a time; what is not ASCII, by shuffles; and where these
-// cannot, unit by unit up to the last foreign one, which costs less than to enter the other two for a few units each.
+// Three ways, by what the next block holds: ASCII goes a block at a time; where most units are characters of two bytes,
+// eight units at a time; a mixture, unit by unit up to its last foreign one, which costs less than to enter the other
+// two for a few units each. `firstLong` is the least unit that begins a longer character than ConvertMixedBlocks takes.
 template <typename In, typename Out>
-std::size_t ConvertText(const In* at, const In* end, Out* out) {
+std::size_t ConvertText(const In* at, const In* end, Out* out, In firstLong) {
+  constexpr int kMany = kBlock * 3 / 4;
   Out* const first = out;
+  const bool shuffle = HasShuffle();
   while (static_cast<std::size_t>(end - at) >= kBlock) {
     const unsigned foreign = ConvertBlock(at, out);
     if (foreign == 0) {
@@ -462,7 +438,7 @@ std::size_t ConvertText(const In* at, const In* end, Out* out) {
     const In* const behindLast = at + std::bit_width(foreign);
     at += ascii;
     out += ascii;
-    if (HasShuffle()) {
+    if (shuffle && *at < firstLong && std::popcount(foreign) >= kMany) {
       const In* const before = at;
       ConvertMixedBlocks(at, end, out);
       if (at != before) continue;
@@ -486,11 +462,11 @@ std::size_t ConvertText(const In* at, const In* end, Out* out) {
 
 std::size_t Utf8ToUtf16(std::string_view utf8, char16_t* out) noexcept {
   const byte_t* const at = Bytes(utf8.data());
-  return ConvertText(at, at + utf8.size(), out);
+  return ConvertText(at, at + utf8.size(), out, byte_t{0xE0});
 }
 
 std::size_t Utf16ToUtf8(std::u16string_view utf16, char* out) noexcept {
-  return ConvertText(utf16.data(), utf16.data() + utf16.size(), out);
+  return ConvertText(utf16.data(), utf16.data() + utf16.size(), out, char16_t{0x800});
 }
 
 std::size_t Utf8Length(std::u16string_view utf16) noexcept {

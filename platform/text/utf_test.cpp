@@ -122,21 +122,13 @@ std::u32string RandomText(std::mt19937& random, std::size_t length) {
 
 TEST(Utf, ReplacesEachMaximalIllFormedSubpartOnce) {
   const std::pair<std::string, const char16_t*> cases[] = {
-      {"a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80z", u"a\u00E4\u20AC\U0001F600z"},
-
-      {"\x80\xBF", u"\uFFFD\uFFFD"},
-      {"\xC0\xAF", u"\uFFFD\uFFFD"},
-      {"\xC3", u"\uFFFD"},
-      {"\xC3(", u"\uFFFD("},
-      {"\xE0\x9F\xBF", u"\uFFFD\uFFFD\uFFFD"},
-      {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},
-      {"\xE2\x82", u"\uFFFD"},
-      {"\xE2\x82z", u"\uFFFDz"},
-      {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
-      {"\xF0\x9F\x98", u"\uFFFD"},
-      {"\xF1\x80\x80\xE1\x80\xC2z", u"\uFFFD\uFFFD\uFFFDz"},
-      {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
-      {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"\x80\xBF", u"\uFFFD\uFFFD"}, {"a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80z", u"a\u00E4\u20AC\U0001F600z"},
+      {"\xC0\xAF", u"\uFFFD\uFFFD"}, {"\xE0\x9F\xBF", u"\uFFFD\uFFFD\uFFFD"},
+      {"\xC3", u"\uFFFD"},           {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},
+      {"\xC3(", u"\uFFFD("},         {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+      {"\xE2\x82", u"\uFFFD"},       {"\xF1\x80\x80\xE1\x80\xC2z", u"\uFFFD\uFFFD\uFFFDz"},
+      {"\xE2\x82z", u"\uFFFDz"},     {"\xF4\x8F\xBF\xBF", u"\U0010FFFF"},
+      {"\xF0\x9F\x98", u"\uFFFD"},   {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
       {"\xF5\xFF", u"\uFFFD\uFFFD"}};
   for (const auto& [utf8, utf16] : cases) {
     EXPECT_EQ(utf::ToUtf16(utf8), utf16);
