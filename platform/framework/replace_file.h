@@ -1,0 +1,41 @@
+// Writing a file so that nobody ever sees half of it: the new content is written beside the old file and takes its
+// place whole.
+//
+//   zorplatform::CReplaceFile file(u"\\etc\\plant\\settings.ini");
+//   file.GetFile().Write(text.data(), static_cast<unsigned>(text.size()));
+//   file.Commit();                                   // flushed to the device, then renamed over the old file
+//
+// Without Commit the old file stays as it was and the new one is removed. A file that is replaced keeps its
+// permissions; a symbolic link keeps pointing at the file it points at, which is replaced. Two writers at once: the
+// last one to commit wins, and neither sees the other's bytes. Errors are CFileException, which names the path the
+// caller gave. A resource with one owner; one thread at a time.
+#pragma once
+
+#include <memory>
+
+#include "platform/export.h"
+#include "platform/framework/cstring.h"
+
+class CFile;
+
+namespace zorplatform {
+
+class ZORPLATFORM_API CReplaceFile {
+ public:
+  /// Opens the new file, in the folder of `path`, which must exist.
+  explicit CReplaceFile(const CString& path);
+  CReplaceFile(const CReplaceFile&) = delete;
+  CReplaceFile& operator=(const CReplaceFile&) = delete;
+  ~CReplaceFile();
+
+  /// Open for writing until Commit.
+  CFile& GetFile() noexcept;
+  /// Puts the new file in the old one's place. After an exception the old file stands, and the new one is gone.
+  void Commit();
+
+ private:
+  struct state_t;
+  std::unique_ptr<state_t> state_;
+};
+
+}  // namespace zorplatform
