@@ -18,6 +18,7 @@
 #include <concepts>
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -69,6 +70,8 @@ class ZORPLATFORM_API CString {
     Empty();
     return *this;
   }
+  /// For `text = {}`, which would otherwise be any of the above.
+  CString& operator=(std::initializer_list<std::nullptr_t>) noexcept { return *this = nullptr; }
   CString& operator=(bool) = delete;
   CString& Assign(std::u16string_view text);
   /// Takes text known to be ASCII (bytes of 0x80 and above are taken as Latin-1), without a look at UTF-8.

@@ -17,6 +17,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <iosfwd>
 #include <span>
 #include <string>
@@ -126,6 +127,11 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   CVariant& operator=(const std::string& utf8) { return *this = std::string_view(utf8); }
   CVariant& operator=(const CString& text) { return *this = text.View(); }
   CVariant& operator=(std::nullptr_t) noexcept {
+    Clear();
+    return *this;
+  }
+  /// For `value = {}`, which would otherwise be any of the above.
+  CVariant& operator=(std::initializer_list<std::nullptr_t>) noexcept {
     Clear();
     return *this;
   }
