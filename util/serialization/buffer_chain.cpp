@@ -1,8 +1,9 @@
 #include "util/serialization/buffer_chain.h"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
+
+#include "util/serialization/copy_bytes.h"
 
 namespace zorutil {
 
@@ -62,11 +63,15 @@ buffers_t::~buffers_t() {
 void buffers_t::append(const void* src, unsigned n) {
   auto* from = static_cast<const unsigned char*>(src);
   while (n > 0) {
-    if (empty() || last_->block.fill == buffer_t::kPayload) add_block();
+    unsigned fill = empty() ? buffer_t::kPayload : last_->block.fill;
+    if (fill == buffer_t::kPayload) {
+      add_block();
+      fill = 0;
+    }
     buffer_t& block = last_->block;
-    const unsigned count = std::min(n, buffer_t::kPayload - block.fill);
-    std::memcpy(block.data + block.fill, from, count);
-    block.fill = static_cast<std::uint8_t>(block.fill + count);
+    const unsigned count = std::min(n, buffer_t::kPayload - fill);
+    copy_bytes(block.data + fill, from, count);
+    block.fill = static_cast<std::uint8_t>(fill + count);
     from += count;
     n -= count;
   }
@@ -75,7 +80,7 @@ void buffers_t::append(const void* src, unsigned n) {
 // The new block is empty until its first byte is copied, which cannot fail.
 void buffers_t::add_block() {
   if (count_ == max_size()) throw std::length_error("list too long");
-  auto* const node = static_cast<node_t*>(NodePool().Alloc(kNodeSize));
+  auto* const node = static_cast<node_t*>(NodePool().CPool::Alloc(kNodeSize));
   node->block.fill = 0;
   if (empty()) {
     node->next = node;
@@ -95,7 +100,7 @@ void buffers_t::pop_front() noexcept {
     last_->next = first->next;
   }
   --count_;
-  NodePool().Free(first, kNodeSize);
+  NodePool().CPool::Free(first, kNodeSize);
 }
 
 }  // namespace zorutil

@@ -1,6 +1,7 @@
 #include "util/serialization/serialization_buffer.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 #include "platform/framework/file.h"
@@ -32,7 +33,7 @@ void CSerializationBuffer::ReadBlocks(void* dst, unsigned n) {
     }
     const buffer_t& block = chain_->front();
     const unsigned count = std::min(n, block.fill - readOffset_);
-    std::memcpy(to, block.data + readOffset_, count);
+    copy_bytes(to, block.data + readOffset_, count);
     to += count;
     n -= count;
     readOffset_ += count;

@@ -16,12 +16,12 @@
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <utility>
 
 #include "platform/export.h"
 #include "util/serialization/buffer_chain.h"
+#include "util/serialization/copy_bytes.h"
 #include "util/serialization/serializer.h"
 
 class CFile;
@@ -75,9 +75,9 @@ class ZORUTIL_API CSerializationBuffer : public ISerializer {
   void FromFile(CFile& file, unsigned maxBytes);
 
  private:
-  static void CopyFew(void* dst, const void* src, unsigned n);
-  void ReadBlocks(void* dst, unsigned n);
-  void WriteBlocks(const void* src, unsigned n);
+  // Kept out of Read and Write, which then need no stack frame.
+  [[gnu::noinline]] void ReadBlocks(void* dst, unsigned n);
+  [[gnu::noinline]] void WriteBlocks(const void* src, unsigned n);
 
   std::shared_ptr<buffers_t> chain_;
   std::uint32_t readOffset_ = 0;  // of the next byte in the chain's first block
@@ -96,24 +96,13 @@ inline unsigned CSerializationBuffer::size() const noexcept {
   return written > readOffset_ ? written - readOffset_ : 0;  // the chain may have been read elsewhere
 }
 
-// Words make up most records; they are not worth a call.
-inline void CSerializationBuffer::CopyFew(void* dst, const void* src, unsigned n) {
-  switch (n) {
-    case 1: *static_cast<char*>(dst) = *static_cast<const char*>(src); return;
-    case 2: std::memcpy(dst, src, 2); return;
-    case 4: std::memcpy(dst, src, 4); return;
-    case 8: std::memcpy(dst, src, 8); return;
-    case 16: std::memcpy(dst, src, 16); return;
-    default: std::memcpy(dst, src, n);
-  }
-}
-
+// A few bytes that lie in one block are the common case; everything else is left to the other two.
 inline void CSerializationBuffer::Read(void* dst, unsigned n) {
-  if (chain_ != nullptr && !chain_->empty()) {
+  if (chain_ != nullptr && !chain_->empty() && n - 1 < kFewBytes) {  // n > 0
     const buffer_t& block = chain_->front();
     const std::uint32_t at = readOffset_;
-    if (n - 1 < buffer_t::kPayload && at + n < block.fill) {  // n > 0, and the block is not used up
-      CopyFew(dst, block.data + at, n);
+    if (at + n < block.fill) {  // not used up
+      copy_few(dst, block.data + at, n);
       readOffset_ = at + n;
       return;
     }
@@ -122,11 +111,11 @@ inline void CSerializationBuffer::Read(void* dst, unsigned n) {
 }
 
 inline void CSerializationBuffer::Write(const void* src, unsigned n) {
-  if (chain_ != nullptr && !chain_->empty()) {
+  if (chain_ != nullptr && !chain_->empty() && n - 1 < kFewBytes) {
     buffer_t& block = chain_->last_->block;
     const std::uint32_t at = writeOffset_;
-    if (n - 1 < buffer_t::kPayload - at && block.fill == at) {  // n > 0, and the block has room
-      CopyFew(block.data + at, src, n);
+    if (at + n <= buffer_t::kPayload && block.fill == at) {
+      copy_few(block.data + at, src, n);
       writeOffset_ = at + n;
       block.fill = static_cast<std::uint8_t>(at + n);
       return;
