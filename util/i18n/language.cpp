@@ -47,7 +47,7 @@ static_assert(std::is_sorted(std::begin(kLanguages), std::end(kLanguages),
                              [](const row_t& a, const row_t& b) { return a.id < b.id; }));
 
 // Languages whose first row is not the region that is meant when none is named.
-constexpr row_t kDefaults[] = {{0x0804, "zh"}};
+constexpr row_t kDefaults[] = {{0x0804, "zh"}, {0x0C0A, "es"}};
 
 // Unknown identifiers, and those that name no region, have no row of their own.
 const row_t* RowOf(unsigned short languageId) {

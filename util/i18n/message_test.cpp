@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <stdlib.h>
 
 #include <exception>
 #include <memory>
@@ -22,6 +23,9 @@ namespace {
 using message_t = std::unique_ptr<ILocalizedMessage>;
 
 constexpr unsigned short kAsked[] = {0, kLanguageEnglish, kLanguageGerman, 0x0C07, 0x0411, 0xFFFF};
+
+// A program that is linked statically has no library beside which the files lie.
+const int kFolderIsSet = setenv("ZORUTIL_LANG_DIR", ZORUTIL_SOURCE_DIR "/util/i18n/lang", 1);
 
 std::string Text(const message_t& message, unsigned short language = kLanguageEnglish) {
   return message->GetMessageText(language).ToUtf8();
@@ -61,6 +65,7 @@ class CForeignMessage : public ILocalizedMessage {
 };
 
 TEST(LocalizedMessage, IsRenderedInTheLanguageThatIsAskedFor) {
+  ASSERT_EQ(kFolderIsSet, 0);
   const message_t message = OutOfRange();
   const std::string english = "The value is out of range. Enter a value from 0 to 1.5.";
   const std::string german = "Der Wert liegt außerhalb des Bereichs. Geben Sie einen Wert von 0 bis 1.5 ein.";
