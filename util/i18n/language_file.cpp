@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <set>
 #include <span>
 #include <string>
 #include <utility>
@@ -29,6 +30,8 @@ bool ToId(std::u16string_view key, unsigned& id) {
 }
 
 void ReadTexts(const CInterimIni& ini, language_file_t& file) {
+  std::set<std::uint32_t> damaged;
+  for (const auto& problem : ini.GetProblems()) damaged.insert(problem.line);
   CStringArray keys;
   ini.QueryKeys(kTextSection, keys);
   for (int i = 0; i < static_cast<int>(keys.GetSize()); ++i) {
@@ -36,9 +39,7 @@ void ReadTexts(const CInterimIni& ini, language_file_t& file) {
     const std::uint32_t line = ini.GetLine(kTextSection, key);
     language_text_t text{0, {}, line};
     // The document has told already what is wrong with this line.
-    const bool isDamaged = std::any_of(ini.GetProblems().begin(), ini.GetProblems().end(),
-                                       [line](const CInterimIni::problem_t& problem) { return problem.line == line; });
-    if (isDamaged) continue;
+    if (damaged.contains(line)) continue;
     ini.ReadValue(kTextSection, key, text.text);
     if (!ToId(key, text.id)) {
       file.Report(line, "the key is not a number of 32 bits");

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <utility>
 
 #include "platform/framework/invalid_arg.h"
@@ -26,7 +27,6 @@ struct CLanguageModule::table_t {
 struct CLanguageModule::state_t {
   language_file_t builtIn;
   std::vector<CString> folders;  // the module's own
-  std::mutex lock;               // of loading; a table that is there is read without it
   std::array<std::atomic<const table_t*>, kMaxLanguages> tables{};
 
   ~state_t() {
@@ -52,13 +52,17 @@ registry_t& GetRegistry() {
   return registry;
 }
 
-// The path of the first file of that tag; empty if there is none.
-CString FindFile(const CString& module, std::string_view tag, const std::vector<CString>& folders) {
+// The first file of that tag.
+std::optional<language_file_t> ReadFirst(const CString& module, std::string_view tag,
+                                         const std::vector<CString>& folders) {
   for (const CString& folder : folders) {
     const CString path = folder + u"\\" + module + u"." + CString(tag) + kExtension;
-    if (zorplatform::FileIsThere(path)) return path;
+    if (!zorplatform::FileIsThere(path)) continue;
+    language_file_t file = ReadLanguageFile(path);
+    if (!file.tag.IsEmpty() && file.tag != tag) file.Report(0, "the file's name and its Tag differ");
+    return file;
   }
-  return {};
+  return std::nullopt;
 }
 
 std::vector<CString> GetFolders(const std::vector<CString>& own) {
@@ -102,6 +106,14 @@ void DropUnusable(language_file_t& file, const language_file_t& english, bool ma
                 "the text asks for the arguments " + Describe(found) + ", the English one for " + Describe(wanted));
     return true;
   });
+}
+
+// Takes over the texts that the file does not have.
+void FillUp(language_file_t& file, const language_file_t& from) {
+  file.texts.insert(file.texts.end(), from.texts.begin(), from.texts.end());
+  std::stable_sort(file.texts.begin(), file.texts.end(), [](const auto& a, const auto& b) { return a.id < b.id; });
+  const auto isSame = [](const auto& a, const auto& b) { return a.id == b.id; };
+  file.texts.erase(std::unique(file.texts.begin(), file.texts.end(), isSame), file.texts.end());
 }
 
 }  // namespace
@@ -158,41 +170,36 @@ const std::shared_ptr<const CLanguageModule>& CLanguageModule::GetOwn() {
 
 const CLanguageModule::table_t& CLanguageModule::GetTable(unsigned short languageId) const {
   const std::size_t slot = GetLanguageSlot(languageId);
-  const table_t* const table = state_->tables[slot].load(std::memory_order_acquire);
-  return table != nullptr ? *table : LoadTable(slot);
+  auto& place = state_->tables[slot];
+  if (const table_t* const table = place.load(std::memory_order_acquire)) return *table;
+  // Threads that come at the same time all read the files, and the first one's table stays: no lock is held meanwhile.
+  std::unique_ptr<const table_t> made = LoadTable(GetSlotTag(slot));
+  const table_t* there = nullptr;
+  if (!place.compare_exchange_strong(there, made.get(), std::memory_order_acq_rel)) return *there;
+  return *made.release();
 }
 
-const CLanguageModule::table_t& CLanguageModule::LoadTable(std::size_t slot) const {
-  const std::lock_guard guard(state_->lock);
-  if (const table_t* const table = state_->tables[slot].load(std::memory_order_relaxed)) return *table;
-
+std::unique_ptr<const CLanguageModule::table_t> CLanguageModule::LoadTable(const std::string& tag) const {
   auto table = std::make_unique<table_t>();
   const std::vector<CString> folders = GetFolders(state_->folders);
-  // English first, which the others are measured by: its file over what is built in.
+  const std::vector<std::string> tags = FallBack(tag);
+  const bool isEnglish = tags.back() == kEnglishTag;
+
+  // English first, by which the others are measured: its file over what is built in.
   language_file_t english = state_->builtIn;
-  const std::string tag = GetSlotTag(slot);
-  const bool isEnglish = FallBack(tag).back() == kEnglishTag;
-  const CString englishPath = FindFile(name_, kEnglishTag, folders);
-  if (!englishPath.IsEmpty()) {
-    language_file_t file = ReadLanguageFile(englishPath);
-    DropUnusable(file, state_->builtIn, true);
-    if (isEnglish) table->problems = file.problems;
-    file.texts.insert(file.texts.end(), english.texts.begin(), english.texts.end());
-    std::stable_sort(file.texts.begin(), file.texts.end(), [](const auto& a, const auto& b) { return a.id < b.id; });
-    file.texts.erase(
-        std::unique(file.texts.begin(), file.texts.end(), [](const auto& a, const auto& b) { return a.id == b.id; }),
-        file.texts.end());
-    english = std::move(file);
-  } else if (isEnglish) {
-    table->problems = english.problems;
+  if (auto file = ReadFirst(name_, kEnglishTag, folders)) {
+    DropUnusable(*file, english, true);
+    FillUp(*file, english);
+    english = std::move(*file);
   }
+  if (isEnglish) table->problems = english.problems;
 
   std::vector<language_file_t> files;
-  for (const std::string& part : FallBack(tag)) {
-    const CString path = part == kEnglishTag ? CString() : FindFile(name_, part, folders);
-    if (path.IsEmpty()) continue;
-    files.push_back(ReadLanguageFile(path));
-    DropUnusable(files.back(), english, false);
+  for (const std::string& part : tags) {
+    auto file = part == kEnglishTag ? std::nullopt : ReadFirst(name_, part, folders);
+    if (!file) continue;
+    DropUnusable(*file, english, false);
+    files.push_back(std::move(*file));
   }
   for (const language_text_t& reference : english.texts) {
     const language_text_t* text = nullptr;
@@ -206,8 +213,7 @@ const CLanguageModule::table_t& CLanguageModule::LoadTable(std::size_t slot) con
   for (const language_file_t& file : files) {
     table->problems.insert(table->problems.end(), file.problems.begin(), file.problems.end());
   }
-  state_->tables[slot].store(table.get(), std::memory_order_release);
-  return *table.release();
+  return table;
 }
 
 CString CLanguageModule::GetText(unsigned id, unsigned short languageId) const {

@@ -76,7 +76,7 @@ class ZORUTIL_API CLanguageModule {
   struct table_t;
   CLanguageModule(const CString& name, std::string_view english, const void* addressInside);
   const table_t& GetTable(unsigned short languageId) const;
-  const table_t& LoadTable(std::size_t slot) const;
+  std::unique_ptr<const table_t> LoadTable(const std::string& tag) const;
 
   CString name_;
   std::unique_ptr<state_t> state_;
