@@ -14,6 +14,9 @@ enum message_id_t : unsigned {
   /// A deadband or another range whose low end lies above its high end. No arguments.
   IDS_LOW_RANGE_ABOVE_HIGH = 505,
 
+  /// A text with a character that the document cannot hold: the name of the element or attribute, the character.
+  IDS_DOCUMENT_CHARACTER = 630,
+
   // 600 to 649: documents (util/docs). 650 to 699: programs' own.
 };
 
