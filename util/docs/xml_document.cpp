@@ -1,12 +1,13 @@
 #include "util/docs/xml_document.h"
 
-#include <libxml/dict.h>
 #include <libxml/tree.h>
 
-#include <algorithm>
+#include <libxml/dict.h>
+
+#include <climits>
 #include <cstdint>
-#include <cstring>
 #include <new>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -45,7 +46,9 @@ class CUtf8 {
   explicit CUtf8(std::u16string_view text) {
     char* out = short_;
     if (utf::MaxUtf8Bytes(text.size()) >= sizeof short_) {
-      long_.resize(utf::Utf8Length(text));
+      const std::size_t size = utf::Utf8Length(text);
+      if (size > static_cast<std::size_t>(INT_MAX)) throw std::length_error("a text of more than 2^31 - 1 bytes");
+      long_.resize(size);
       out = long_.data();
     }
     size_ = utf::Utf16ToUtf8(text, out);
@@ -180,7 +183,8 @@ struct attribute_name_t {
 xmlAttr* FindAttribute(const xmlNode* element, const attribute_name_t& name) {
   for (xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
     if (ViewOf(attribute->name) != name.local) continue;
-    if ((attribute->ns == nullptr ? std::string_view() : ViewOf(attribute->ns->prefix)) == name.prefix) return attribute;
+    if ((attribute->ns == nullptr ? std::string_view() : ViewOf(attribute->ns->prefix)) == name.prefix)
+      return attribute;
   }
   return nullptr;
 }
@@ -388,9 +392,9 @@ void* CXmlDocument::WriteElementString(void* parent, const char16_t* ns, const c
   }
   xmlDoc* const doc = above == nullptr ? state_->current->doc.get() : above->doc;
   const xmlChar* const kept = OrThrow(xmlDictLookup(doc->dict, local.Xml(), local.GetSize()));
-  const std::unique_ptr<xmlNode, node_deleter_t> owned(
+  std::unique_ptr<xmlNode, node_deleter_t> fresh(
       OrThrow(xmlNewDocNodeEatName(doc, nullptr, const_cast<xmlChar*>(kept), nullptr)));
-  xmlNode* const node = owned.get();
+  xmlNode* const node = fresh.get();
   SetNamespace(above, node, space);
   if (text.GetSize() != 0) LinkFirst(node, OrThrow(xmlNewDocTextLen(doc, text.Xml(), text.GetSize())));
   // Appended by hand: the library's own way would look for texts to join.
@@ -398,7 +402,7 @@ void* CXmlDocument::WriteElementString(void* parent, const char16_t* ns, const c
   node->prev = node->parent->last;
   (node->prev == nullptr ? node->parent->children : node->prev->next) = node;
   node->parent->last = node;
-  const_cast<std::unique_ptr<xmlNode, node_deleter_t>&>(owned).release();
+  fresh.release();
   return flag ? node : Acquire(node);
 }
 
@@ -459,8 +463,7 @@ int CXmlDocument::LoadFrom(CFile& file) {
 
 int CXmlDocument::SaveTo(CFile& file) {
   if (IsValid() == 0) return state_->Refuse(i18n::IDS_DOCUMENT_EMPTY, {CVariant(file.GetFilePath())});
-  xml::Write(state_->current->doc.get(), [&](std::string_view block) {
-    file.Write(block.data(), static_cast<unsigned>(block.size()));
-  });
+  xml::Write(state_->current->doc.get(),
+             [&](std::string_view block) { file.Write(block.data(), static_cast<unsigned>(block.size())); });
   return 1;
 }

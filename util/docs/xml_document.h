@@ -29,16 +29,17 @@
 // Text. The text of an element is that of its own text and CDATA sections, without its children's. Every character
 // survives save and load, white space and carriage returns included, but for one rule: white space alone beside child
 // elements or comments is layout and no text, unless xml:space="preserve" or a CDATA section says otherwise. SetText
-// replaces the text and keeps the children, in front of which the new text stands; WriteLiteralText does so with a CDATA
-// section, which keeps markup readable in the file; ReadLiteralText gives the text with its layout. A null text is an
-// empty one.
+// replaces the text and keeps the children, in front of which the new text stands; WriteLiteralText does so with a
+// CDATA section, which keeps markup readable in the file; ReadLiteralText gives the text with its layout. A null text
+// is an empty one.
 //
 // What XML cannot hold is refused, with a message in the error slot and nothing written: names that are none, control
 // characters other than tab, line feed and carriage return, unpaired surrogates, U+FFFE, U+FFFF, and elements deeper
 // than kMaxDepth.
 //
-// Files are saved as UTF-8 with an XML declaration, a line for each element, two spaces a level. Comments and processing
-// instructions are kept, blank lines between elements are not. Saving is atomic: see zorplatform::CReplaceFile.
+// Files are saved as UTF-8 with an XML declaration, a line for each element, two spaces a level. Comments and
+// processing instructions are kept, blank lines between elements are not. Saving is atomic: see
+// zorplatform::CReplaceFile.
 //
 // What is loaded may be UTF-8, UTF-16 or an encoding that extends ASCII and that libxml2 knows by its name. It is taken
 // whole or not at all: after a failure the document is what it was, the result is 0, and the error slot names the file,

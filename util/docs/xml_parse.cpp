@@ -1,8 +1,8 @@
 #include "util/docs/xml_parse_internal.h"
 
+#include <libxml/SAX2.h>
 #include <libxml/parser.h>
 #include <libxml/parserInternals.h>
-#include <libxml/SAX2.h>
 #include <libxml/xmlerror.h>
 
 #include <algorithm>
@@ -105,9 +105,9 @@ std::optional<std::u16string> AsUtf16(std::string_view bytes) {
 // The encodings in which the bytes below 0x80 mean ASCII wherever they stand for themselves.
 bool ExtendsAscii(std::string_view name) {
   static constexpr std::string_view kBeginnings[] = {
-      "UTF-8",  "UTF8",     "US-ASCII", "ASCII",     "ISO-8859-", "ISO_8859-", "ISO8859-", "LATIN", "WINDOWS-", "CP125",
-      "CP43",   "CP85",     "CP86",     "CP1125",    "IBM43",     "IBM85",     "IBM86",    "KOI8-", "MACINTOSH", "TIS-620",
-      "EUC-",   "SHIFT_JIS", "SJIS",    "GB2312",    "GBK",       "GB18030",   "BIG5"};
+      "UTF-8",     "UTF8",    "US-ASCII", "ASCII",     "ISO-8859-", "ISO_8859-", "ISO8859-", "LATIN",   "WINDOWS-",
+      "CP125",     "CP43",    "CP85",     "CP86",      "CP1125",    "IBM43",     "IBM85",    "IBM86",   "KOI8-",
+      "MACINTOSH", "TIS-620", "EUC-",     "SHIFT_JIS", "SJIS",      "GB2312",    "GBK",      "GB18030", "BIG5"};
   std::string upper(name);
   for (char& c : upper) c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
   return std::any_of(std::begin(kBeginnings), std::end(kBeginnings),
@@ -125,7 +125,9 @@ class CParser {
       return nullptr;
     }
     if (const std::size_t at = FindOvercrowdedTag(bytes); at != std::string_view::npos) {
-      fault_ = {i18n::IDS_XML_TOO_MANY_ATTRIBUTES, PositionOf(bytes, at), {CVariant::FromInt32(CXmlDocument::kMaxAttributes)}};
+      fault_ = {i18n::IDS_XML_TOO_MANY_ATTRIBUTES,
+                PositionOf(bytes, at),
+                {CVariant::FromInt32(CXmlDocument::kMaxAttributes)}};
       return nullptr;
     }
     const CErrorScope scope([this](const xmlError& error) { Guard([&] { Take(error); }); });
@@ -213,6 +215,7 @@ class CParser {
   void Take(const xmlError& error) {
     noMemory_ = noMemory_ || error.code == XML_ERR_NO_MEMORY;
     if (fault_.id != 0 || error.level < XML_ERR_ERROR || error.code == XML_WAR_NS_URI) return;
+    if (error.domain == XML_FROM_VALID) return;  // an xml:id that is not the only one of its value
     fault_.at = error.line > 0 ? position_t{error.line, std::max(error.int2, 1)} : Here();
     std::vector<CVariant>& details = fault_.details;
     switch (error.code) {

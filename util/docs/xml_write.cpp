@@ -66,7 +66,9 @@ bool KeepsSpace(const xmlNode* element) noexcept {
 
 class CWriter {
  public:
-  explicit CWriter(const std::function<void(std::string_view)>& write) : write_(write) { block_.reserve(kBlock + 4096); }
+  explicit CWriter(const std::function<void(std::string_view)>& write) : write_(write) {
+    block_.reserve(kBlock + 4096);
+  }
 
   void WriteDocument(const xmlDoc* doc) {
     Put("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n");
@@ -116,7 +118,8 @@ class CWriter {
       Put(" ");
       PutName(attribute->ns, attribute->name);
       Put("=\"");
-      for (const xmlNode* part = attribute->children; part != nullptr; part = part->next) Put(part->content, kAttribute);
+      for (const xmlNode* part = attribute->children; part != nullptr; part = part->next)
+        Put(part->content, kAttribute);
       Put("\"");
     }
     if (element->children == nullptr) {
