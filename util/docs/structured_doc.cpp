@@ -7,7 +7,7 @@
 #include "util/i18n/message_ids.h"
 #include "util/values/variant.h"
 
-CStructuredDoc::CStructuredDoc() = default;
+CStructuredDoc::CStructuredDoc() { text_.Reserve(kNumberCapacity); }
 CStructuredDoc::~CStructuredDoc() = default;
 
 int CStructuredDoc::IsValid() const { return 0; }
@@ -56,4 +56,10 @@ bool CStructuredDoc::IsWhole(const char16_t* name, const CString& value) {
   if (value.Find(u'\0') < 0) return true;
   SetLastError(i18n::MakeLocalizedMessage(i18n::IDS_DOCUMENT_CHARACTER, {name, u"U+0000"}));
   return false;
+}
+
+void CStructuredDoc::TrimMemory() {
+  if (text_.GetCapacity() <= kKeptCapacity) return;
+  text_.Empty();
+  text_.Reserve(kNumberCapacity);
 }

@@ -101,7 +101,7 @@ class ZORUTIL_API CStructuredDoc {
   // narrower types; reals by their leading number; 0 for a text that begins with none. A char is the first character;
   // one above U+00FF leaves `out` alone. No malformed text throws.
   //
-  // After the first call no read of a number allocates memory, when the document does not.
+  // Reading a number of up to 64 characters allocates no memory, when the document's own part does not.
 
   /// The handle that the document's write returned; null when it failed.
   template <structured_scalar_t T>
@@ -230,10 +230,9 @@ class ZORUTIL_API CStructuredDoc {
   /// False, with a message in the error slot, for a value with a NUL inside.
   bool IsWhole(const char16_t* name, const CString& value);
   /// One huge text read as a number is not kept for ever.
-  void TrimMemory() {
-    if (text_.GetCapacity() > kKeptCapacity) text_.Empty();
-  }
+  void TrimMemory();
 
+  static constexpr int kNumberCapacity = 64;
   static constexpr int kKeptCapacity = 4096;
 
   bool encryptPasswords_ = true;

@@ -244,7 +244,7 @@ class CParser {
         fault_.id = i18n::IDS_XML_DUPLICATE_ATTRIBUTE;
         details = {View(error.str1)};
         break;
-      case XML_ERR_INVALID_CHAR:
+      case XML_ERR_INVALID_CHAR: fault_.id = IsMalformed() ? i18n::IDS_XML_ENCODING : i18n::IDS_XML_CHARACTER; break;
       case XML_ERR_INVALID_CHARREF: fault_.id = i18n::IDS_XML_CHARACTER; break;
       case XML_ERR_INVALID_ENCODING:
       case XML_ERR_UNKNOWN_ENCODING:
@@ -270,6 +270,13 @@ class CParser {
   bool IsAtEnd() const {
     const xmlParserInput* const input = context_->input;
     return input == nullptr || input->cur >= input->end || *input->cur == 0;
+  }
+
+  // The bytes at hand are not UTF-8, which is what the parser makes of every encoding.
+  bool IsMalformed() const {
+    const xmlParserInput* const input = context_->input;
+    int size = input == nullptr ? 0 : static_cast<int>(std::min<std::ptrdiff_t>(input->end - input->cur, 4));
+    return size > 0 && xmlGetUTF8Char(input->cur, &size) < 0;
   }
 
   std::unique_ptr<xmlParserCtxt, context_deleter_t> context_;
