@@ -1,0 +1,46 @@
+// From bytes or wide text to a libxml2 tree, with a message when there is none.
+#pragma once
+
+#include <libxml/tree.h>
+
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include "platform/framework/cstring.h"
+
+class CFile;
+namespace i18n {
+class ILocalizedMessage;
+}
+
+namespace xml {
+
+struct doc_deleter_t {
+  void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
+};
+using doc_t = std::unique_ptr<xmlDoc, doc_deleter_t>;
+
+/// The document; or null, and why in `error`. `source` is what messages call it.
+doc_t ParseFile(CFile& file, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error);
+doc_t ParseText(std::u16string_view text, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error);
+
+/// The position of the first unit that XML cannot hold; text.size() when there is none.
+std::size_t FindBadUnit(std::u16string_view text) noexcept;
+
+/// While it lives, libxml2 reports errors of this thread to `report` and prints nothing.
+class CErrorScope {
+ public:
+  using report_t = std::function<void(const xmlError&)>;
+  explicit CErrorScope(report_t report);
+  CErrorScope(const CErrorScope&) = delete;
+  CErrorScope& operator=(const CErrorScope&) = delete;
+  ~CErrorScope();
+
+ private:
+  report_t report_;
+  xmlStructuredErrorFunc earlier_;
+  void* earlierContext_;
+};
+
+}  // namespace xml
