@@ -86,6 +86,22 @@ TEST_F(ReplayProgram, ExitsByWhatItFound) {
   EXPECT_TRUE(out_.starts_with("replay ")) << out_;
 }
 
+TEST_F(ReplayProgram, TakesADocumentOfTagsAndSpeaksTheUsersLanguage) {
+  EXPECT_EQ(Run("--tags tags.csv --save-tags tags.xml"), 0) << messages_;
+  EXPECT_EQ(Run("--tags tags.xml --input good.csv"), 0) << messages_;
+  EXPECT_EQ(out_, changes_);
+  std::string crossed = FileText(folder_ / "tags.xml");
+  crossed.replace(crossed.find("<LowRange>0"), 11, "<LowRange>11");
+  Write("crossed.xml", crossed);
+  EXPECT_EQ(Run("--tags crossed.xml --input good.csv --language de-CH"), 3);
+  EXPECT_TRUE(messages_.starts_with("crossed.xml:19:1: Deadband: Die Untergrenze darf nicht ")) << messages_;
+  Write("crossed.xml", "<!DOCTYPE Tags []><Tags/>");
+  EXPECT_EQ(Run("--tags crossed.xml --input good.csv --language de"), 3);
+  EXPECT_TRUE(messages_.starts_with("crossed.xml, Zeile 1, ")) << messages_;
+  EXPECT_EQ(Run("--tags tags.csv --language klingon"), 2);
+  EXPECT_NE(messages_.find("such as de (Deutsch) en (English)"), std::string::npos) << messages_;
+}
+
 TEST_F(ReplayProgram, NamesTheFileThatCannotBeReadOrWritten) {
   EXPECT_EQ(Run("--tags none.csv"), 3);
   EXPECT_NE(messages_.find("none.csv"), std::string::npos) << messages_;

@@ -14,6 +14,7 @@
 
 #include "examples/replay/replay.h"
 #include "platform/framework/file.h"
+#include "util/i18n/language.h"
 
 #if defined(__unix__) || defined(__APPLE__)
 #include <unistd.h>
@@ -28,7 +29,10 @@ enum exit_t : int { EXIT_FINE = 0, EXIT_FINDINGS = 1, EXIT_USAGE = 2, EXIT_IO = 
 struct arguments_t {
   std::string tags;
   std::string input = "-";
+  bool hasInput = false;
   std::string plot;
+  std::string saveTags;
+  std::string language = "en";
   bool strict = false;
   std::uint64_t messages = 20;
 };
@@ -107,14 +111,28 @@ class CProgressLine {
   bool any_ = false;
 };
 
+bool IsXml(const std::string& path) { return CString(path).Right(4).CompareNoCase(u".xml") == 0; }
+
 bool ReadTags(const arguments_t& arguments, replay::CTagList& tags, replay::CProblemLog& log) {
-  CFileSource source(arguments.tags);
-  replay::CCsvReader reader(source);
-  if (!tags.Read(reader, arguments.tags, log)) return false;
+  if (IsXml(arguments.tags)) {
+    if (!tags.ReadXml(arguments.tags, log)) return false;
+  } else {
+    CFileSource source(arguments.tags);
+    replay::CCsvReader reader(source);
+    if (!tags.Read(reader, arguments.tags, log)) return false;
+  }
   const bool any = std::any_of(tags.GetTags().begin(), tags.GetTags().end(),
                                [](const replay::tag_t& tag) { return !tag.isRefused; });
   if (!any) std::cerr << arguments.tags << ": no usable tag\n";
   return any;
+}
+
+std::string LanguageExpected(const std::string& tag) {
+  std::string text = tag + ": expected a language, such as";
+  for (const i18n::language_t& language : i18n::GetAvailableLanguages()) {
+    text += " " + language.tag + " (" + language.name.ToUtf8() + ")";
+  }
+  return text;
 }
 
 void WritePlot(const replay::CPlot& plot, std::ofstream& file, const std::string& path) {
@@ -130,6 +148,14 @@ exit_t Run(const arguments_t& arguments) {
   if (arguments.strict && log.GetCount() != 0) {
     log.Finish();
     return EXIT_FINDINGS;
+  }
+
+  if (!arguments.saveTags.empty()) {
+    tags.WriteXml(arguments.saveTags, log);
+    if (!arguments.hasInput) {
+      log.Finish();
+      return log.GetCount() == 0 ? EXIT_FINE : EXIT_FINDINGS;
+    }
   }
 
   // Opened before the work, so that a path that cannot be written costs no wait.
@@ -183,9 +209,16 @@ int main(int argc, char** argv) {
       "Exit codes: 0 fine; 1 bad lines were found; 2 wrong usage; 3 input or output failed.",
       "replay"};
   app.set_version_flag("--version", "replay " REPLAY_VERSION);
-  app.add_option("--tags", arguments.tags, "The tag list: CSV whose header names the columns")->required();
+  app.add_option("--tags", arguments.tags,
+                 "The tag list: an XML document (*.xml), or CSV whose header names the columns")
+      ->required();
   app.add_option("--input", arguments.input, "The readings; - is standard input")->capture_default_str();
   app.add_option("--plot", arguments.plot, "Draw raw, scaled and reported values into this SVG file");
+  app.add_option("--save-tags", arguments.saveTags,
+                 "Write the tag list as an XML document into this file; without --input nothing else is done");
+  app.add_option("--language", arguments.language, "The language of messages, such as de")
+      ->capture_default_str()
+      ->check([](const std::string& tag) { return i18n::LanguageIdFromTag(tag) != 0 ? "" : LanguageExpected(tag); });
   app.add_flag("--strict", arguments.strict, "Stop at the first bad line");
   app.add_option("--messages", arguments.messages, "How many bad lines are shown; the rest is counted")
       ->capture_default_str();
@@ -194,6 +227,8 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? EXIT_FINE : EXIT_USAGE;
   }
+  arguments.hasInput = app.count("--input") != 0;
+  i18n::SetProductLanguageId(i18n::LanguageIdFromTag(arguments.language));
   try {
     return Run(arguments);
   } catch (const std::exception& error) {

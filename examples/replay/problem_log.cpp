@@ -7,6 +7,11 @@ void CProblemLog::Add(std::string_view file, text_position_t at, std::string_vie
   ++count_;
 }
 
+void CProblemLog::Add(std::string_view text) {
+  if (IsPrinting()) out_ << text << '\n';
+  ++count_;
+}
+
 void CProblemLog::Finish() {
   if (count_ > limit_) out_ << "... and " << count_ - limit_ << " more\n";
 }

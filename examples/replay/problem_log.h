@@ -22,6 +22,8 @@ class CProblemLog {
   CProblemLog(std::ostream& out, std::uint64_t limit) : out_(out), limit_(limit) {}
 
   void Add(std::string_view file, text_position_t at, std::string_view text);
+  /// A problem whose text says itself where it is.
+  void Add(std::string_view text);
   /// True when the next problem will be printed: a text that is dear to make need not be made otherwise.
   bool IsPrinting() const { return count_ < limit_; }
   /// Counts a problem that is not printed.

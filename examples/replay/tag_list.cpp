@@ -1,11 +1,10 @@
 #include "examples/replay/tag_list.h"
 
-#include <cmath>
 #include <optional>
 #include <utility>
 
 #include "examples/replay/reading.h"
-#include "platform/text/collation.h"
+#include "examples/replay/tag_check.h"
 
 namespace replay {
 namespace {
@@ -30,8 +29,8 @@ bool SetText(std::string& out, std::string_view text) {
 }
 
 bool SetDataType(std::optional<DATATYPE>& out, std::string_view text) {
-  const DATATYPE type = CDataType::TypeFromText(CString(text));
-  if (type == DT_DEFAULT || CDataType::IsArrayType(type)) return false;
+  DATATYPE type = DT_DEFAULT;
+  if (!ReadRawType(CString(text), type)) return false;
   out = type;
   return true;
 }
@@ -51,71 +50,29 @@ bool SetTruth(std::optional<bool>& out, std::string_view text) {
   return true;
 }
 
-// The one of `count` values from 0 on whose text this is.
-template <class T, class TextOf>
-bool SetNamed(std::optional<T>& out, std::string_view text, int count, TextOf textOf) {
-  const CString wide(text);
-  for (int i = 0; i < count; ++i) {
-    if (collation::CompareNoCase(wide, textOf(static_cast<T>(i))) != 0) continue;
-    out = static_cast<T>(i);
-    return true;
-  }
-  return false;
-}
-
-constexpr int kScalingTypes = 3;
-constexpr int kDeadbandTypes = 3;
-constexpr auto kScalingText = [](CScaling::SCALINGTYPE type) { return CScaling::TextFromType(type); };
-constexpr auto kDeadbandText = [](CDeadband::deadband_t type) { return CDeadband::ToString(type); };
-
 bool SetScalingType(std::optional<CScaling::SCALINGTYPE>& out, std::string_view text) {
-  return SetNamed(out, text, kScalingTypes, kScalingText);
-}
-bool SetDeadbandType(std::optional<CDeadband::deadband_t>& out, std::string_view text) {
-  return SetNamed(out, text, kDeadbandTypes, kDeadbandText);
+  CScaling::SCALINGTYPE type = CScaling::NONE;
+  if (!ReadScalingType(CString(text), type)) return false;
+  out = type;
+  return true;
 }
 
-template <class T, class TextOf>
-std::string OneOf(int first, int last, TextOf textOf) {
-  std::string list = "one of";
-  for (int i = first; i <= last; ++i) {
-    list += i == first ? " " : ", ";
-    list += CString(textOf(static_cast<T>(i))).ToUtf8();
-  }
-  return list;
+bool SetDeadbandType(std::optional<CDeadband::deadband_t>& out, std::string_view text) {
+  CDeadband::deadband_t type = CDeadband::NONE;
+  if (!ReadDeadbandType(CString(text), type)) return false;
+  out = type;
+  return true;
 }
 
 std::string ANumber() { return "a number"; }
 std::string ATruth() { return "0, 1, true or false"; }
 std::string AText() { return "a text"; }
-std::string AType() { return OneOf<DATATYPE>(DT_STRING, DT_QWORD, CDataType::TextFromType); }
-std::string AScaling() { return OneOf<CScaling::SCALINGTYPE>(0, kScalingTypes - 1, kScalingText); }
-std::string ADeadband() { return OneOf<CDeadband::deadband_t>(0, kDeadbandTypes - 1, kDeadbandText); }
 
 template <auto kMember, auto kSet>
 bool Set(cells_t& cells, std::string_view text) {
   return kSet(cells.*kMember, text);
 }
 
-enum column_t {
-  NAME,
-  UNIT,
-  RAW_TYPE,
-  SCALING_TYPE,
-  RAW_LOW,
-  RAW_HIGH,
-  SCALED_TYPE,
-  SCALED_LOW,
-  SCALED_HIGH,
-  CLAMP_LOW,
-  CLAMP_HIGH,
-  NEGATE,
-  DEADBAND_TYPE,
-  DEADBAND,
-  DEADBAND_LOW,
-  DEADBAND_HIGH,
-  COLUMNS
-};
 struct column_row_t {
   std::string_view name;
   bool (*set)(cells_t& cells, std::string_view text);
@@ -124,22 +81,22 @@ struct column_row_t {
 constexpr column_row_t kColumns[] = {
     {"name", Set<&cells_t::name, SetText>, AText},
     {"unit", Set<&cells_t::unit, SetText>, AText},
-    {"raw type", Set<&cells_t::rawType, SetDataType>, AType},
-    {"scaling type", Set<&cells_t::scalingType, SetScalingType>, AScaling},
+    {"raw type", Set<&cells_t::rawType, SetDataType>, ExpectedRawTypes},
+    {"scaling type", Set<&cells_t::scalingType, SetScalingType>, ExpectedScalingTypes},
     {"raw low", Set<&cells_t::rawLow, SetNumber<double>>, ANumber},
     {"raw high", Set<&cells_t::rawHigh, SetNumber<double>>, ANumber},
-    {"scaled type", Set<&cells_t::scaledType, SetDataType>, AType},
+    {"scaled type", Set<&cells_t::scaledType, SetDataType>, ExpectedRawTypes},
     {"scaled low", Set<&cells_t::scaledLow, SetNumber<double>>, ANumber},
     {"scaled high", Set<&cells_t::scaledHigh, SetNumber<double>>, ANumber},
     {"clamp low", Set<&cells_t::clampLow, SetTruth>, ATruth},
     {"clamp high", Set<&cells_t::clampHigh, SetTruth>, ATruth},
     {"negate", Set<&cells_t::negate, SetTruth>, ATruth},
-    {"deadband type", Set<&cells_t::deadbandType, SetDeadbandType>, ADeadband},
+    {"deadband type", Set<&cells_t::deadbandType, SetDeadbandType>, ExpectedDeadbandTypes},
     {"deadband", Set<&cells_t::deadband, SetNumber<double>>, ANumber},
     {"deadband low", Set<&cells_t::deadbandLow, SetNumber<double>>, ANumber},
     {"deadband high", Set<&cells_t::deadbandHigh, SetNumber<double>>, ANumber},
 };
-static_assert(std::size(kColumns) == COLUMNS);
+static_assert(std::size(kColumns) == TAG_FIELDS);
 
 // Letter case does not count, and "_" stands for a blank.
 bool IsColumnName(std::string_view text, std::string_view name) {
@@ -188,7 +145,7 @@ class CListReader {
   }
 
   /// Reports a fault of a cell of the present row; of the row as a whole where it has no such column.
-  void Complain(column_t column, std::string_view text) {
+  void Complain(tag_field_t column, std::string_view text) {
     const bool present =
         fieldOf_[column] >= 0 && static_cast<std::size_t>(fieldOf_[column]) < reader_.GetFields().size();
     log_.Add(fileName_, reader_.GetPosition(present ? static_cast<std::size_t>(fieldOf_[column]) : 0), text);
@@ -203,15 +160,15 @@ class CListReader {
 
   void AddColumn(std::string_view text) {
     const std::size_t field = columns_.size();
-    columns_.push_back(COLUMNS);
-    for (int column = 0; column < COLUMNS; ++column) {
+    columns_.push_back(TAG_FIELDS);
+    for (int column = 0; column < TAG_FIELDS; ++column) {
       if (!IsColumnName(text, kColumns[column].name)) continue;
       if (fieldOf_[column] >= 0) {
         log_.Add(fileName_, reader_.GetPosition(field),
                  "column " + Quoted(text) + " a second time: the first one counts");
         return;
       }
-      columns_[field] = static_cast<column_t>(column);
+      columns_[field] = static_cast<tag_field_t>(column);
       fieldOf_[column] = static_cast<int>(field);
       return;
     }
@@ -231,7 +188,7 @@ class CListReader {
     }
     for (std::size_t i = 0; i < fields.size(); ++i) {
       const std::string_view text = Trimmed(fields[i]);
-      if (columns_[i] == COLUMNS || text.empty()) continue;
+      if (columns_[i] == TAG_FIELDS || text.empty()) continue;
       const column_row_t& column = kColumns[columns_[i]];
       if (column.set(cells, text)) continue;
       Complain(columns_[i], std::string(column.name) + " " + Quoted(text) + ": expected " + column.expected());
@@ -257,8 +214,7 @@ class CListReader {
     scaling.SetNegateValue(cells.negate.value_or(false));
     scaling.SetUnits(CString(cells.unit));
     FillInDeadband(tag.deadband, cells, scaling);
-    CheckScaling(tag);
-    CheckDeadband(tag.deadband);
+    CheckTag(tag, [this](tag_field_t field, std::string_view text) { Complain(field, text); });
   }
 
   static void FillInDeadband(CDeadband& deadband, const cells_t& cells, const CScaling& scaling) {
@@ -268,43 +224,12 @@ class CListReader {
     deadband.SetHighRange(cells.deadbandHigh.value_or(scaling.GetScaledHigh()));
   }
 
-  void CheckScaling(const tag_t& tag) {
-    const CScaling& scaling = tag.scaling;
-    const std::string raw = "raw type " + CString(CDataType::TextFromType(tag.rawType)).ToUtf8();
-    const std::string scaled = "scaled type " + CString(CDataType::TextFromType(scaling.GetScaledDataType())).ToUtf8();
-    CScaling::SCALINGRESULT verdict = CScaling::VALID;
-    if (scaling.IsValid(tag.rawType, &verdict)) return;
-    switch (verdict) {
-      case CScaling::INVALID_RAW_TYPE:
-        return Complain(RAW_TYPE, raw +
-                                      " cannot be scaled: expected a number of at most 32 bits, a BCD number, "
-                                      "a real or a date");
-      case CScaling::INVALID_SCALED_TYPE:
-        return Complain(SCALED_TYPE, scaled +
-                                         " cannot hold a scaled value: expected Char, Byte, Short, Word, "
-                                         "Long, DWord, Float or Double");
-      case CScaling::INVALID_RAW_RANGE:
-        return Complain(RAW_LOW, "raw range: expected raw low below raw high, both in what " + raw + " holds, " +
-                                     ExpectedRaw(tag.rawType));
-      default:
-        return Complain(SCALED_LOW,
-                        "scaled range: expected scaled low below scaled high, both in what " + scaled + " holds");
-    }
-  }
-
-  void CheckDeadband(const CDeadband& deadband) {
-    if (deadband.GetDeadband() < 0) Complain(DEADBAND, "a negative deadband: expected 0 or more");
-    if (deadband.GetLowRange() > deadband.GetHighRange()) {
-      Complain(DEADBAND_LOW, "deadband range: expected deadband low at or below deadband high");
-    }
-  }
-
   CCsvReader& reader_;
   std::string_view fileName_;
   CProblemLog& log_;
-  std::uint64_t problems_ = 0;     // before the present row
-  std::vector<column_t> columns_;  // of each field; COLUMNS where it is unknown
-  int fieldOf_[COLUMNS] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+  std::uint64_t problems_ = 0;        // before the present row
+  std::vector<tag_field_t> columns_;  // of each field; TAG_FIELDS where it is unknown
+  int fieldOf_[TAG_FIELDS] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
 };
 
 }  // namespace
@@ -319,15 +244,20 @@ bool CTagList::Read(CCsvReader& reader, std::string_view fileName, CProblemLog& 
     }
     tag_t tag = list.ReadTag();
     if (tag.name.empty()) continue;
-    const auto [place, isNew] = numbers_.try_emplace(tag.name, static_cast<int>(tags_.size()));
-    if (isNew) {
-      tags_.push_back(std::move(tag));
-    } else {
-      list.Complain(NAME, "tag " + Quoted(tag.name) + " a second time: the one of line " +
-                              std::to_string(tags_[static_cast<std::size_t>(place->second)].line) + " counts");
-    }
+    const std::string problem = Add(std::move(tag));
+    if (!problem.empty()) list.Complain(NAME, problem);
   }
   return true;
+}
+
+std::string CTagList::Add(tag_t tag) {
+  const auto [place, isNew] = numbers_.try_emplace(tag.name, static_cast<int>(tags_.size()));
+  if (isNew) {
+    tags_.push_back(std::move(tag));
+    return {};
+  }
+  return "tag " + Quoted(tag.name) + " a second time: the one of line " +
+         std::to_string(tags_[static_cast<std::size_t>(place->second)].line) + " counts";
 }
 
 }  // namespace replay

@@ -2,9 +2,15 @@
 //
 //   CTagList tags;
 //   if (!tags.Read(reader, "plant_tags.csv", log)) return;       // no header to go by
+//   if (!tags.ReadXml("plant_tags.xml", log)) return;            // the same list as a document
 //   int tag = tags.Find("FT101");                                // -1: unknown
 //
-// The list is CSV with a header that names its columns, in any order: name (needed), unit, raw type, scaling type,
+// The list is an XML document or CSV. A document holds one element for each tag under its top element:
+//   <Tag> <Name>FT101</Name> <RawType>Short</RawType> <Unit>m3/h</Unit> <Scaling>...</Scaling> <Deadband>...</Deadband>
+//   </Tag>
+// with what CScaling and CDeadband write into a document inside the last two. RawType, Scaling and Deadband may be
+// missing: Double, none and none; without Unit, it is that of the scaling.
+// CSV has a header that names its columns, in any order: name (needed), unit, raw type, scaling type,
 // raw low, raw high, scaled type, scaled low, scaled high, clamp low, clamp high, negate, deadband type, deadband,
 // deadband low, deadband high. What a cell or a missing column leaves open:
 //   raw type       Double
@@ -50,6 +56,11 @@ class CTagList {
   /// Reads the rows and reports every bad cell. False, with the reason reported, when there is no header with a name
   /// column. `fileName` stands in the messages.
   bool Read(CCsvReader& reader, std::string_view fileName, CProblemLog& log);
+  /// The same for a document. False, with the reason reported, when it cannot be loaded.
+  bool ReadXml(const std::string& path, CProblemLog& log);
+  /// Writes the tags that were not refused as such a document, which replaces the file whole. Reports those whose
+  /// settings it does not hold: clamps, negation or another type without scaling. std::runtime_error with the cause.
+  void WriteXml(const std::string& path, CProblemLog& log) const;
 
   /// In the order of the file, refused ones included.
   std::span<const tag_t> GetTags() const { return tags_; }
@@ -60,6 +71,9 @@ class CTagList {
   }
 
  private:
+  /// What is wrong with adding it: that its name is there already. Empty when it was added.
+  std::string Add(tag_t tag);
+
   struct hash_t : std::hash<std::string_view> {
     using is_transparent = void;
   };

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <sstream>
 #include <string>
 
@@ -82,7 +83,7 @@ TEST(TagList, TellsWhatIsWrongWithACellAndRefusesItsTag) {
       {"A,,,,,,,,maybe,,,,", "2:10: clamp low 'maybe': expected 0, 1, true or false"},
       {"A,,,,,,,,,Relative,,,", "2:11: deadband type 'Relative': expected one of None, Absolute, Percent"},
       {"A,,,,,,,,,,-1,,", "2:12: a negative deadband: expected 0 or more"},
-      {"A,,,,,,,,,,,9,8", "2:13: deadband range: expected deadband low at or below deadband high"},
+      {"A,,,,,,,,,,,9,8", "2:13: deadband: The low range must not exceed the high range."},
       {"A,Boolean,Linear,,,,,,,,,,", "2:3: raw type Boolean cannot be scaled: expected"},
       {"A,Short,Linear,,,QWord,,,,,,,", "2:18: scaled type QWord cannot hold a scaled value: expected"},
       {"A,Byte,Linear,0,256,,,,,,,,",
@@ -97,6 +98,57 @@ TEST(TagList, TellsWhatIsWrongWithACellAndRefusesItsTag) {
     ASSERT_EQ(read.tags.GetTags().size(), 2u);
     EXPECT_TRUE(read.tags.GetTags()[0].isRefused);
     EXPECT_FALSE(read.tags.GetTags()[1].isRefused);
+  }
+}
+
+TEST(TagList, GoesThroughADocumentAndBack) {
+  const read_t csv = Read(
+      "name,unit,raw type,scaling type,raw high,scaled type,negate,deadband type,deadband\n"
+      "A,m\xC2\xB3,short,linear,4000,float,1,percent,2\nB,bar,,,,,,,\nC,,,,,,1,,\n");
+  const std::string path = testing::TempDir() + "tag_list_test.xml";
+  std::ostringstream messages;
+  CProblemLog log(messages, 100);
+  csv.tags.WriteXml(path, log);
+  EXPECT_EQ(messages.str(), path +
+                                ": tag 'C': clamps, negation and another type without scaling have no place in a "
+                                "document\n");
+  CTagList back;
+  EXPECT_TRUE(back.ReadXml(path, log));
+  ASSERT_EQ(back.GetTags().size(), 3u);
+  for (std::size_t i = 0; i < 2; ++i) {
+    const tag_t &a = csv.tags.GetTags()[i], &b = back.GetTags()[i];
+    EXPECT_TRUE(a.scaling == b.scaling && a.deadband.GetThreshold() == b.deadband.GetThreshold()) << a.name;
+    EXPECT_TRUE(a.rawType == b.rawType && a.unit == b.unit && a.isScaled == b.isScaled) << a.name;
+  }
+}
+
+TEST(TagList, TellsTheLineOfAFaultInADocument) {
+  const std::string path = testing::TempDir() + "tag_list_test.xml";
+  const struct {
+    const char* content;
+    const char* message;
+  } cases[] = {
+      {"<Tag>\n<Name> </Name></Tag>", ":2:1: a tag without a name\n"},
+      {"<Tag><Name>A</Name></Tag>\n<Tag><Name>A</Name></Tag>",
+       ":3:1: tag 'A' a second time: the one of line 2 counts\n"},
+      {"<Group/>", ":2:1: element 'Group': expected Tag\n"},
+      {"<Tag><Name>A</Name>\n<Scaling><Type>cubic</Type></Scaling></Tag>",
+       ":3:1: Scaling: Type 'cubic': expected one of None, Linear, Square Root\n"},
+      {"<Tag><Name>A</Name><RawType>Int</RawType></Tag>",
+       ":2:1: RawType 'Int': expected one of String, Boolean, Char, "},
+      {"<Tag><Name>A</Name>\n<Deadband><LowRange>9</LowRange></Deadband></Tag>",
+       ":3:1: Deadband: The low range must not exceed the high range.\n"},
+      {"<Tag><Name>A</Name><RawType>String</RawType><Scaling><Type>Linear</Type></Scaling></Tag>",
+       ":2:1: raw type String cannot be scaled"},
+      {"<Tag>", ", line 2, column "},
+  };
+  for (const auto& c : cases) {
+    std::ofstream(path) << "<Tags>\n" << c.content << "</Tags>";
+    std::ostringstream messages;
+    CProblemLog log(messages, 100);
+    CTagList tags;
+    tags.ReadXml(path, log);
+    EXPECT_TRUE(messages.str().starts_with(path + c.message)) << messages.str();
   }
 }
 

@@ -448,6 +448,11 @@ int CXmlDocument::SetXml(const char16_t* text) {
   return state_->Adopt(std::move(doc), std::move(error));
 }
 
+std::uint32_t CXmlDocument::GetLine(void* element) const {
+  const long line = element == nullptr ? 0 : xmlGetLineNo(NodeOf(element));
+  return line > 0 ? static_cast<std::uint32_t>(line) : 0;
+}
+
 CString CXmlDocument::GetXml() const {
   std::string text;
   if (IsValid() != 0) xml::Write(state_->current->doc.get(), [&](std::string_view block) { text += block; });

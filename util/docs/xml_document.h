@@ -54,6 +54,7 @@
 // other. std::bad_alloc when memory is short.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "platform/export.h"
@@ -102,6 +103,8 @@ class ZORUTIL_API CXmlDocument : public CStructuredDoc {
   /// Takes a text of XML in place of the present content, as Load does. The encoding it declares is ignored.
   virtual int SetXml(const char16_t* text);
 
+  /// The line from 1 in which the start tag of a loaded element ends; 0 for one that was written since.
+  std::uint32_t GetLine(void* element) const;
   /// The text that Save writes; empty for an empty document.
   CString GetXml() const;
   /// Load from the position of an open file to its end, Save to it. CFileException passes through; a failed write may

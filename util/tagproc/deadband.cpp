@@ -5,6 +5,9 @@
 #include <cmath>
 #include <iterator>
 
+#include "util/docs/structured_doc.h"
+#include "util/i18n/localized_message.h"
+#include "util/i18n/message_ids.h"
 #include "util/serialization/primitives_internal.h"
 #include "util/serialization/stream_serializers.h"
 #include "util/values/enum_text_internal.h"
@@ -63,4 +66,24 @@ int CDeadband::Save(CFile* file) const {
   WriteLittle(out, highRange_);
   WriteLittle(out, lowRange_);
   return 1;
+}
+
+int CDeadband::Load(CStructuredDoc* document, void* parent, const char16_t* path) {
+  CString type;
+  if (document->ReadElement(parent, path, u"DeadbandType", true, type) != nullptr) type_ = FromString(type);
+  document->ReadElement(parent, path, u"Deadband", true, deadband_);
+  document->ReadElement(parent, path, u"HighRange", true, highRange_);
+  document->ReadElement(parent, path, u"LowRange", true, lowRange_);
+  if (lowRange_ > highRange_) {
+    document->SetLastError(i18n::MakeLocalizedMessage(i18n::IDS_LOW_RANGE_ABOVE_HIGH));
+    return 0;
+  }
+  return 1;
+}
+
+int CDeadband::Save(CStructuredDoc* document, void* parent, const char16_t* path) const {
+  return document->WriteElement(parent, path, u"DeadbandType", true, ToString(type_)) != nullptr &&
+         document->WriteElement(parent, path, u"Deadband", true, deadband_) != nullptr &&
+         document->WriteElement(parent, path, u"HighRange", true, highRange_) != nullptr &&
+         document->WriteElement(parent, path, u"LowRange", true, lowRange_) != nullptr;
 }

@@ -15,6 +15,7 @@
 #include "util/values/variant_compare.h"
 
 class CFile;
+class CStructuredDoc;
 
 class ZORUTIL_API CDeadband {
  public:
@@ -67,6 +68,13 @@ class ZORUTIL_API CDeadband {
   /// any version and throws zorplatform::CException -3 at the end of the file; the settings are then as they were.
   int Load(CFile* file);
   int Save(CFile* file) const;
+
+  /// Children of `parent` in the namespace `path`: "DeadbandType" (the text of ToString), "Deadband", "HighRange",
+  /// "LowRange". Save returns 0 at the first write that fails, else 1. Load leaves what is absent as it was. It returns
+  /// 0 when the low range then lies above the high one: the values stay, and the document's last error is the message
+  /// IDS_LOW_RANGE_ABOVE_HIGH.
+  int Load(CStructuredDoc* document, void* parent, const char16_t* path);
+  int Save(CStructuredDoc* document, void* parent, const char16_t* path) const;
 
  private:
   static bool IsSame(double a, double b);

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <limits>
 
+#include "util/docs/structured_doc.h"
 #include "util/serialization/primitives_internal.h"
 #include "util/serialization/stream_serializers.h"
 #include "util/values/enum_text_internal.h"
@@ -23,6 +24,7 @@ constexpr unit_row_t kUnits[] = {
 };
 static_assert(std::size(kUnits) == CResolutionRate::DAYS + 1);
 
+constexpr std::uint32_t kDefaultRate = 1;
 constexpr std::uint16_t kVersion = 1;
 
 bool IsUnit(CResolutionRate::_tagRESOLUTION resolution) {
@@ -74,4 +76,25 @@ int CResolutionRate::Save(CFile* file) const {
   WriteLittle(out, rate_);
   WriteLittle(out, resolution_);
   return 1;
+}
+
+int CResolutionRate::Load(CStructuredDoc* document, void* parent, const char16_t* path) {
+  std::uint32_t rate = kDefaultRate;
+  CString unit;
+  _tagRESOLUTION resolution = NONE;
+  if (document->ReadElement(parent, path, u"Rate", true, rate) != nullptr &&
+      document->ReadElement(parent, path, u"Resolution", true, unit) != nullptr) {
+    resolution = ResolutionFromText(unit);
+  } else {
+    for (const unit_row_t& row : kUnits) {
+      if (document->ReadElement(parent, path, row.text, true, rate) == nullptr) continue;
+      resolution = static_cast<_tagRESOLUTION>(&row - kUnits);
+      break;
+    }
+  }
+  return SetResolutionRate(rate, resolution);
+}
+
+int CResolutionRate::Save(CStructuredDoc* document, void* parent, const char16_t* path) const {
+  return document->WriteElement(parent, path, TextFromResolution(resolution_), true, rate_) != nullptr;
 }

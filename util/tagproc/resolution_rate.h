@@ -13,6 +13,7 @@
 #include "platform/export.h"
 
 class CFile;
+class CStructuredDoc;
 
 class ZORUTIL_API CResolutionRate {
  public:
@@ -40,6 +41,13 @@ class ZORUTIL_API CResolutionRate {
   /// zorplatform::CException -3 at the end of the file; the interval is then as it was.
   int Load(CFile* file);
   int Save(CFile* file) const;
+
+  /// One child of `parent` in the namespace `path`, named after the unit, which holds the rate: <minutes>5</minutes>.
+  /// Load also takes the older form of two, "Rate" and "Resolution", and of several units the smallest. Both return 1,
+  /// or 0 when there is no unit or the write fails, when neither form is present, the unit is not known or the interval
+  /// does not fit 32 bits; the interval is then as it was.
+  int Load(CStructuredDoc* document, void* parent, const char16_t* path);
+  int Save(CStructuredDoc* document, void* parent, const char16_t* path) const;
 
  private:
   std::uint32_t rate_ = 1;

@@ -4,6 +4,10 @@
 #include <iterator>
 #include <limits>
 
+#include "util/docs/structured_doc.h"
+#include "util/i18n/language.h"
+#include "util/i18n/localized_resource.h"
+#include "util/i18n/message_ids.h"
 #include "util/serialization/primitives_internal.h"
 #include "util/serialization/stream_serializers.h"
 #include "util/serialization/string_serialization.h"
@@ -19,8 +23,26 @@ using zorutil::primitives::WriteLittle;
 
 namespace {
 
-constexpr const char16_t* kNames[] = {u"None", u"Linear", u"Square Root"};
-static_assert(std::size(kNames) == CScaling::SQUARE_ROOT + 1);
+constexpr unsigned kNameIds[] = {i18n::IDS_SCALING_NONE, i18n::IDS_SCALING_LINEAR, i18n::IDS_SCALING_SQUARE_ROOT};
+constexpr std::size_t kTypes = std::size(kNameIds);
+static_assert(kTypes == CScaling::SQUARE_ROOT + 1);
+
+struct names_t {
+  explicit names_t(unsigned short languageId) {
+    for (std::size_t i = 0; i < kTypes; ++i) texts[i] = i18n::CLocalizedResource(kNameIds[i]).GetText(languageId);
+  }
+  CString texts[kTypes];
+};
+
+const names_t& DisplayNames() {
+  static const names_t names(i18n::GetProductLanguageId());
+  return names;
+}
+
+const names_t& EnglishNames() {
+  static const names_t names(i18n::kLanguageEnglish);
+  return names;
+}
 
 constexpr std::uint16_t kVersion = 2;
 constexpr std::uint16_t kUnitsSince = 1;
@@ -167,11 +189,13 @@ HRESULT CScaling::ReverseScaling(CVariant& value, DATATYPE rawType) const {
 }
 
 const char16_t* CScaling::TextFromType(SCALINGTYPE type) {
-  return type >= NONE && type <= SQUARE_ROOT ? kNames[type] : u"";
+  return type >= NONE && type <= SQUARE_ROOT ? DisplayNames().texts[type].GetString() : u"";
 }
 
 CScaling::SCALINGTYPE CScaling::TypeFromText(const char16_t* text) {
-  return static_cast<SCALINGTYPE>(std::max(enum_text::IndexOf(kNames, text), int{NONE}));
+  int type = enum_text::IndexOf(DisplayNames().texts, text, &CString::GetString);
+  if (type < 0) type = enum_text::IndexOf(EnglishNames().texts, text, &CString::GetString);
+  return static_cast<SCALINGTYPE>(std::max(type, int{NONE}));
 }
 
 int CScaling::Load(CFile* file) {
@@ -202,4 +226,39 @@ int CScaling::Save(CFile* file) const {
   zorutil::Serialize(units_, out);
   WriteLittle<std::uint8_t>(out, negate_);
   return 1;
+}
+
+int CScaling::Load(CStructuredDoc* document, void* parent, const char16_t* path) {
+  CString text;
+  if (document->ReadElement(parent, path, u"Type", true, text) == nullptr) {
+    type_ = NONE;
+  } else if ((type_ = TypeFromText(text)) == NONE) {
+    return 0;
+  }
+  CScaling read;
+  read.type_ = type_;
+  document->ReadElement(parent, path, u"RawLow", true, read.rawLow_);
+  document->ReadElement(parent, path, u"RawHigh", true, read.rawHigh_);
+  CString dataType;
+  document->ReadElement(parent, path, u"ScaledDataType", true, dataType);
+  const DATATYPE scaled = CDataType::TypeFromText(dataType);
+  if (scaled != DT_DEFAULT) read.scaledDataType_ = scaled;
+  document->ReadElement(parent, path, u"ScaledLow", true, read.scaledLow_);
+  document->ReadElement(parent, path, u"ScaledHigh", true, read.scaledHigh_);
+  document->ReadElement(parent, path, u"ClampLow", true, read.clampLow_);
+  document->ReadElement(parent, path, u"ClampHigh", true, read.clampHigh_);
+  document->ReadElement(parent, path, u"Units", true, read.units_);
+  document->ReadElement(parent, path, u"NegateValue", true, read.negate_);
+  *this = std::move(read);
+  return 1;
+}
+
+int CScaling::Save(CStructuredDoc* document, void* parent, const char16_t* path) const {
+  const auto write = [&](const char16_t* name, const auto& value) {
+    return document->WriteElement(parent, path, name, true, value) != nullptr;
+  };
+  return write(u"Type", TextFromType(type_)) && write(u"RawLow", rawLow_) && write(u"RawHigh", rawHigh_) &&
+         write(u"ScaledDataType", CDataType::TextFromType(scaledDataType_)) && write(u"ScaledLow", scaledLow_) &&
+         write(u"ScaledHigh", scaledHigh_) && write(u"ClampLow", clampLow_) && write(u"ClampHigh", clampHigh_) &&
+         write(u"Units", units_) && write(u"NegateValue", negate_);
 }

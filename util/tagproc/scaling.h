@@ -22,6 +22,7 @@
 #include "util/values/data_type.h"
 
 class CFile;
+class CStructuredDoc;
 class CVariant;
 namespace scaling_kernels {
 struct step_t;
@@ -98,9 +99,11 @@ class ZORUTIL_API CScaling {
 
   // --- names and files -------------------------------------------------------------------------------------------
 
-  /// The display name; an empty text for any other number. Never null.
+  /// The display name in the language that was the product's at the first call of either function; an empty text for
+  /// any other number. Never null.
   static const char16_t* TextFromType(SCALINGTYPE type);
-  /// Letter case aside; NONE for any other text and for null.
+  /// Letter case aside; NONE for any other text and for null. English names are taken in every language, so that a
+  /// document written on an English system loads everywhere.
   static SCALINGTYPE TypeFromText(const char16_t* text);
 
   /// Little-endian: version (2 bytes, 2), type (4), scaled data type (4), raw low, raw high, scaled low, scaled high (8
@@ -109,6 +112,13 @@ class ZORUTIL_API CScaling {
   /// zorplatform::CException -3 at the end of the file, -1 for corrupt units; all settings are then as they were.
   int Load(CFile* file);
   int Save(CFile* file) const;
+
+  /// Children of `parent` in the namespace `path`: "Type" (the display name), "RawLow", "RawHigh", "ScaledDataType"
+  /// (the name of CDataType), "ScaledLow", "ScaledHigh", "ClampLow", "ClampHigh", "Units", "NegateValue". Save returns
+  /// 0 at the first write that fails, else 1. Load sets what is absent to its default, the type to NONE, and returns 1;
+  /// a type that is there and is NONE, or no type at all, sets NONE, leaves the rest as it was and returns 0.
+  int Load(CStructuredDoc* document, void* parent, const char16_t* path);
+  int Save(CStructuredDoc* document, void* parent, const char16_t* path) const;
 
  private:
   template <class T>
