@@ -16,7 +16,7 @@
 #include "platform/framework/file.h"
 #include "platform/framework/replace_file.h"
 #include "platform/text/utf.h"
-#include "util/docs/xml_document_internal.h"
+#include "util/docs/xml_parse_internal.h"
 #include "util/docs/xml_write_internal.h"
 #include "util/i18n/localized_message.h"
 #include "util/i18n/message_ids.h"
@@ -69,12 +69,21 @@ class CUtf8 {
   std::size_t size_;
 };
 
+// A tree and how many handles to its elements are out. The tree's private pointer leads back here.
+struct tree_t {
+  explicit tree_t(xml::doc_t tree) : doc(std::move(tree)) { doc->_private = this; }
+  tree_t() : tree_t(xml::doc_t(OrThrow(xmlNewDoc(XmlOf("1.0"))))) { doc->dict = OrThrow(xmlDictCreate()); }
+
+  xml::doc_t doc;
+  std::size_t handles = 0;
+};
+
 // --- handles -----------------------------------------------------------------------------------------------------
 // A handle is the node itself; the node counts how often it was given out, and its tree counts all of them.
 
 xmlNode* NodeOf(void* element) { return static_cast<xmlNode*>(element); }
 
-xml::tree_t& TreeOf(const xmlNode* node) { return *static_cast<xml::tree_t*>(node->doc->_private); }
+tree_t& TreeOf(const xmlNode* node) { return *static_cast<tree_t*>(node->doc->_private); }
 
 void* Acquire(xmlNode* node) {
   if (node != nullptr) {
@@ -216,19 +225,7 @@ CString UnitText(char16_t unit) {
 
 }  // namespace
 
-namespace xml {
-
-tree_t::tree_t(doc_t tree) : doc(std::move(tree)) { doc->_private = this; }
-
-std::unique_ptr<tree_t> MakeTree() {
-  doc_t doc(OrThrow(xmlNewDoc(XmlOf("1.0"))));
-  doc->dict = OrThrow(xmlDictCreate());
-  return std::make_unique<tree_t>(std::move(doc));
-}
-
-}  // namespace xml
-
-struct CXmlDocument::state_t : xml::document_state_t {
+struct CXmlDocument::state_t {
   explicit state_t(CXmlDocument& document) : owner(document) {}
 
   // Puts a loaded document in the present one's place.
@@ -237,10 +234,8 @@ struct CXmlDocument::state_t : xml::document_state_t {
       owner.SetLastError(std::move(error));
       return 0;
     }
-    auto tree = std::make_unique<xml::tree_t>(std::move(doc));
-    if (current->handles != 0) {
-      earlier.push_back(std::move(current));
-    }
+    auto tree = std::make_unique<tree_t>(std::move(doc));
+    if (current->handles != 0) earlier.push_back(std::move(current));
     current = std::move(tree);
     return 1;
   }
@@ -248,7 +243,7 @@ struct CXmlDocument::state_t : xml::document_state_t {
   void Release(xmlNode* node) {
     if (node == nullptr || node->_private == nullptr) return;
     node->_private = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(node->_private) - 1);
-    xml::tree_t& tree = TreeOf(node);
+    tree_t& tree = TreeOf(node);
     if (--tree.handles != 0 || &tree == current.get()) return;
     std::erase_if(earlier, [&](const auto& kept) { return kept.get() == &tree; });
   }
@@ -280,7 +275,11 @@ struct CXmlDocument::state_t : xml::document_state_t {
     return Refuse(i18n::IDS_DOCUMENT_NAME, {CVariant(name)});
   }
 
+  xmlNode* Root() const { return xmlDocGetRootElement(current->doc.get()); }
+
   CXmlDocument& owner;
+  std::unique_ptr<tree_t> current = std::make_unique<tree_t>();
+  std::vector<std::unique_ptr<tree_t>> earlier;  // those that were replaced while handles were out
 };
 
 CXmlDocument::CXmlDocument() : state_(std::make_unique<state_t>(*this)) {}
@@ -472,3 +471,5 @@ int CXmlDocument::SaveTo(CFile& file) {
              [&](std::string_view block) { file.Write(block.data(), static_cast<unsigned>(block.size())); });
   return 1;
 }
+
+const void* CXmlDocument::GetTree() const { return state_->current->doc.get(); }

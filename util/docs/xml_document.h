@@ -114,6 +114,7 @@ class ZORUTIL_API CXmlDocument : public CStructuredDoc {
 
  private:
   friend class CXmlSchemaCollection;
+  const void* GetTree() const;  // as the library beneath knows it
   struct state_t;
   std::unique_ptr<state_t> state_;
 };

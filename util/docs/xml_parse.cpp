@@ -130,7 +130,7 @@ class CParser {
                 {CVariant::FromInt32(CXmlDocument::kMaxAttributes)}};
       return nullptr;
     }
-    const CErrorScope scope([this](const xmlError& error) { Guard([&] { Take(error); }); });
+    const CErrorScope scope([this](const xmlError& error) { Take(error); });
     context_.reset(xmlNewParserCtxt());
     if (context_ == nullptr) throw std::bad_alloc();
     context_->_private = this;
@@ -143,7 +143,7 @@ class CParser {
         XML_PARSE_HUGE | XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_BIG_LINES | (isUtf8 ? XML_PARSE_IGNORE_ENC : 0);
     doc_t doc(xmlCtxtReadMemory(context_.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
                                 isUtf8 ? "UTF-8" : nullptr, options));
-    if (noMemory_) throw std::bad_alloc();
+    if (noMemory_ || scope.IsOutOfMemory()) throw std::bad_alloc();
     if (fault_.id == 0 && (doc == nullptr || xmlDocGetRootElement(doc.get()) == nullptr)) Stop(i18n::IDS_XML_EMPTY);
     if (fault_.id != 0) return nullptr;
     return doc;
@@ -294,36 +294,25 @@ std::unique_ptr<i18n::ILocalizedMessage> MessageOf(fault_t& fault, const CString
   return i18n::MakeLocalizedMessage(fault.id, std::move(arguments));
 }
 
-doc_t ParseBytes(std::string_view bytes, bool isUtf8, const CString& source,
-                 std::unique_ptr<i18n::ILocalizedMessage>& error) {
+doc_t Parse(std::string_view bytes, bool isUtf8, const CString& source,
+            std::unique_ptr<i18n::ILocalizedMessage>& error) {
   CParser parser;
   doc_t doc = parser.Parse(bytes, isUtf8);
   if (doc == nullptr) error = MessageOf(parser.GetFault(), source);
   return doc;
 }
 
-// The rest of a file, as far as the limit and one byte more. What the file says of its length is only a hint.
-std::string ReadAll(CFile& file) {
-  constexpr std::size_t kLimit = std::size_t{CXmlDocument::kMaxBytes} + 1;
-  const std::uint64_t length = file.GetLength();
-  std::string bytes;
-  std::size_t size = 0;
-  for (std::size_t room = std::min<std::uint64_t>(length, kLimit - 1) + 1; size < kLimit; room = 2 * size + 4096) {
-    bytes.resize(std::min(room, kLimit));
-    const std::size_t got = file.Read(bytes.data() + size, static_cast<unsigned>(bytes.size() - size));
-    size += got;
-    if (size < bytes.size()) break;
-  }
-  bytes.resize(size);
-  return bytes;
-}
-
 }  // namespace
 
 CErrorScope::CErrorScope(report_t report)
     : report_(std::move(report)), earlier_(xmlStructuredError), earlierContext_(xmlStructuredErrorContext) {
-  xmlSetStructuredErrorFunc(&report_, [](void* context, auto* error) {
-    if (error != nullptr) (*static_cast<const report_t*>(context))(*error);
+  xmlSetStructuredErrorFunc(this, [](void* context, auto* error) {
+    auto& scope = *static_cast<CErrorScope*>(context);
+    try {
+      if (error != nullptr) scope.report_(*error);
+    } catch (const std::bad_alloc&) {
+      scope.outOfMemory_ = true;
+    }
   });
 }
 
@@ -352,13 +341,32 @@ doc_t ParseText(std::u16string_view text, const CString& source, std::unique_ptr
     error = MessageOf(fault, source);
     return nullptr;
   }
-  return ParseBytes(utf::ToUtf8(text), true, source, error);
+  return Parse(utf::ToUtf8(text), true, source, error);
+}
+
+// What the file says of its length is only a hint.
+std::string ReadAll(CFile& file) {
+  constexpr std::size_t kLimit = std::size_t{CXmlDocument::kMaxBytes} + 1;
+  const std::uint64_t length = file.GetLength();
+  std::string bytes;
+  std::size_t size = 0;
+  for (std::size_t room = std::min<std::uint64_t>(length, kLimit - 1) + 1; size < kLimit; room = 2 * size + 4096) {
+    bytes.resize(std::min(room, kLimit));
+    const std::size_t got = file.Read(bytes.data() + size, static_cast<unsigned>(bytes.size() - size));
+    size += got;
+    if (size < bytes.size()) break;
+  }
+  bytes.resize(size);
+  return bytes;
+}
+
+doc_t ParseBytes(std::string_view bytes, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error) {
+  if (const auto wide = AsUtf16(bytes); wide.has_value()) return ParseText(*wide, source, error);
+  return Parse(bytes, false, source, error);
 }
 
 doc_t ParseFile(CFile& file, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error) {
-  const std::string bytes = ReadAll(file);
-  if (const auto wide = AsUtf16(bytes); wide.has_value()) return ParseText(*wide, source, error);
-  return ParseBytes(bytes, false, source, error);
+  return ParseBytes(ReadAll(file), source, error);
 }
 
 }  // namespace xml

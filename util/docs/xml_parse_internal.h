@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "platform/framework/cstring.h"
@@ -25,6 +26,10 @@ using doc_t = std::unique_ptr<xmlDoc, doc_deleter_t>;
 doc_t ParseFile(CFile& file, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error);
 doc_t ParseText(std::u16string_view text, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error);
 
+/// The same in two steps: the rest of a file, as far as the limit and one byte more, and the document in bytes.
+std::string ReadAll(CFile& file);
+doc_t ParseBytes(std::string_view bytes, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error);
+
 /// The position of the first unit that XML cannot hold; text.size() when there is none.
 std::size_t FindBadUnit(std::u16string_view text) noexcept;
 
@@ -36,11 +41,14 @@ class CErrorScope {
   CErrorScope(const CErrorScope&) = delete;
   CErrorScope& operator=(const CErrorScope&) = delete;
   ~CErrorScope();
+  /// `report` ran out of memory; no exception passes through libxml2.
+  bool IsOutOfMemory() const { return outOfMemory_; }
 
  private:
   report_t report_;
   xmlStructuredErrorFunc earlier_;
   void* earlierContext_;
+  bool outOfMemory_ = false;
 };
 
 }  // namespace xml
