@@ -223,7 +223,7 @@ bool CPrivateArena::AddTop(std::uint32_t units) noexcept {
   const std::size_t bytes = std::max(nextBytes_, std::bit_ceil(std::size_t{units} * kUnit * 2));
   const region_t* const added = AddRegion(bytes, false);
   if (added == nullptr) return false;
-  nextBytes_ = std::min(2 * bytes, kLargestRegion);
+  nextBytes_ = std::min(4 * bytes, kLargestRegion);  // few regions, so that a pointer's is found at once
   char* const before = std::exchange(current_, added->base);
   if (before == nullptr) return true;
   region_t& old = *Find(before);

@@ -66,7 +66,7 @@ class ZORPLATFORM_API CPrivateArena {
   std::vector<region_t> regions_;      // by address
   mutable std::size_t lastFound_ = 0;  // index of the region asked for last
   char* current_ = nullptr;            // base of the region whose top is carved
-  std::size_t nextBytes_ = 64 * 1024;  // of the next region
+  std::size_t nextBytes_ = 1 << 20;    // of the next region
   // Freed blocks of each small size, in units of 16 bytes, ready to be taken again.
   std::array<block_t*, kQuickUnits + 1> quick_{};
   bool hasQuick_ = false;
