@@ -43,6 +43,8 @@ void ReadTexts(const CInterimIni& ini, language_file_t& file) {
     ini.ReadValue(kTextSection, key, text.text);
     if (!ToId(key, text.id)) {
       file.Report(line, "the key is not a number of 32 bits");
+    } else if (text.text.IsEmpty()) {
+      file.Report(line, "the text is empty");
     } else if (text.text.GetLength() > kMaxTextUnits) {
       file.Report(line, "the text is longer than " + std::to_string(kMaxTextUnits) + " characters");
     } else {
