@@ -14,8 +14,12 @@
 //
 // The document keeps what it was loaded from: comments, blank lines, order, line ends, encoding (UTF-8 with or without
 // byte order mark, UTF-16 with one), and lines that it does not understand. A change rewrites the one line it changes.
-// Of two keys of one name the first counts, as do all sections of one name together.
-// A value. One thread at a time changes it; any number may read it at once.
+// Of two keys of one name the first counts, as do all sections of one name together. The letter case of each UTF-16
+// unit does not count, accents do. Bytes and units that are no characters read as U+FFFD, and stay in the file as they
+// are. A document holds up to 1 GiB of UTF-8; what would make a larger one throws std::length_error. Looking up takes
+// the same time whatever the size, and so does a change: names are in a table, and a new line does not move the others.
+// After a key was added or deleted, GetLine counts. A value. One thread at a time changes it; any number may read it at
+// once.
 #pragma once
 
 #include <cstddef>
@@ -33,7 +37,9 @@ class CStringArray;
 
 namespace zorplatform {
 
-/// A line that was kept but has no meaning. `what` is one of a fixed set, in English, such as "no = behind the key".
+/// A line that was kept but has no meaning, or a part of one. `what` is one of a fixed set, in English, such as "no =
+/// behind the key". A section line without its ], or with text behind it, opens its section all the same; a value whose
+/// quotation marks are not in order is the text as it stands.
 struct ini_problem_t {
   std::uint32_t line;    ///< from 1
   std::uint32_t column;  ///< from 1, in characters
@@ -56,9 +62,10 @@ class ZORPLATFORM_API CIniFile {
   void Load(const CString& path);
   /// Everything from the file's position to its end.
   void Load(CFile* file);
+  /// The document is UTF-8 without a mark then. One U+FEFF at the beginning is dropped.
   void FromText(const CString& text);
-  /// The lines without meaning, in the order of the text: rubbish, a missing bracket, a key or value that is not valid
-  /// text, a key given twice. At most the first 1,000.
+  /// The lines without meaning of what was loaded last, in the order of the text: rubbish, a missing bracket, a key or
+  /// value that is not valid text, a key given twice. At most the first 1,000.
   const std::vector<ini_problem_t>& GetProblems() const noexcept;
 
   // --- saving: the modified flag is cleared -----------------------------------------------------------------------
@@ -67,6 +74,7 @@ class ZORPLATFORM_API CIniFile {
   void Save(const CString& path);
   /// Writes the bytes at the file's position.
   void Save(CFile* file);
+  /// The text without a byte order mark.
   void ToText(CString& text) const;
 
   // --- values -----------------------------------------------------------------------------------------------------
@@ -76,14 +84,16 @@ class ZORPLATFORM_API CIniFile {
   bool ReadValue(const char16_t* section, const char16_t* key, CString& value) const;
   /// Where a key stands: the line from 1; 0 when there is none.
   std::uint32_t GetLine(const char16_t* section, const char16_t* key) const;
-  /// Changes the key's line, or adds one behind the last of the section, or a new section at the end. Null writes an
-  /// empty value. The modified flag is set. False, and nothing changes, for a name that no line can hold: an empty key,
-  /// a key that begins with ; # or [, or holds = or a control character, a section that holds ] or a control character,
-  /// blanks at either end of a name.
+  /// Changes the key's line, or adds one behind the last of the section, or a new section at the end. A line that gives
+  /// that value already stays as it is. Null writes an empty value. The modified flag is set. False, and nothing
+  /// changes, for a name that no line can hold: an empty key, a key that begins with ; # [ or U+FEFF, or holds = or a
+  /// control character, a section that holds ] or a control character, blanks at either end of a name, an unpaired
+  /// surrogate.
   bool WriteValue(const char16_t* section, const char16_t* key, const char16_t* value);
-  /// False when there was none. The line goes, its comment lines stay.
+  /// False when there was none. The line goes, and with it all others of that name in the section; comment lines stay.
   bool DeleteValue(const char16_t* section, const char16_t* key);
-  /// The section line and all its keys; comments inside it go too.
+  /// The section line and all its keys; comments inside it go too, down to the next section line. Comments before the
+  /// first section line stay: they speak of the whole file. False when there was no such section.
   bool DeleteSection(const char16_t* section);
   /// Names as they are first written, each once, in the order of the text. The section without name is listed only
   /// when it has keys.
@@ -91,6 +101,7 @@ class ZORPLATFORM_API CIniFile {
   void QueryKeys(const char16_t* section, CStringArray& keys) const;
   /// Empties the document; it is then not modified.
   void Reset();
+  /// Whether there is nothing in it, not even a comment.
   bool IsEmpty() const noexcept;
   /// Whether a value was written or deleted since the last load, save or reset.
   bool IsModified() const noexcept;
@@ -98,7 +109,9 @@ class ZORPLATFORM_API CIniFile {
 
  private:
   struct document_t;
-  std::unique_ptr<document_t> document_;
+  document_t& Change();
+  std::unique_ptr<document_t> document_;  // null: empty
+  bool modified_ = false;
 };
 
 }  // namespace zorplatform
