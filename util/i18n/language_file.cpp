@@ -7,7 +7,7 @@
 #include "platform/framework/file.h"
 #include "platform/framework/mem_file.h"
 #include "platform/framework/string_array.h"
-#include "util/i18n/interim_ini_internal.h"
+#include "platform/zorplatform/ini_file.h"
 #include "util/i18n/language_file_internal.h"
 
 namespace i18n {
@@ -29,7 +29,7 @@ bool ToId(std::u16string_view key, unsigned& id) {
   return !key.empty();
 }
 
-void ReadTexts(const CInterimIni& ini, language_file_t& file) {
+void ReadTexts(const zorplatform::CIniFile& ini, language_file_t& file) {
   std::set<std::uint32_t> damaged;
   for (const auto& problem : ini.GetProblems()) damaged.insert(problem.line);
   CStringArray keys;
@@ -43,6 +43,8 @@ void ReadTexts(const CInterimIni& ini, language_file_t& file) {
     ini.ReadValue(kTextSection, key, text.text);
     if (!ToId(key, text.id)) {
       file.Report(line, "the key is not a number of 32 bits");
+    } else if (text.text.IsEmpty()) {
+      file.Report(line, "the text is empty");
     } else if (text.text.GetLength() > kMaxTextUnits) {
       file.Report(line, "the text is longer than " + std::to_string(kMaxTextUnits) + " characters");
     } else {
@@ -57,8 +59,8 @@ void ReadTexts(const CInterimIni& ini, language_file_t& file) {
   file.texts.erase(std::unique(file.texts.begin(), file.texts.end(), isSame), file.texts.end());
 }
 
-void Parse(const CInterimIni& ini, language_file_t& file) {
-  for (const CInterimIni::problem_t& problem : ini.GetProblems()) file.Report(problem.line, problem.what);
+void Parse(const zorplatform::CIniFile& ini, language_file_t& file) {
+  for (const zorplatform::ini_problem_t& problem : ini.GetProblems()) file.Report(problem.line, problem.what);
   ini.ReadValue(kLanguageSection, u"Name", file.name);
   ini.ReadValue(kLanguageSection, u"Tag", file.tag);
   ReadTexts(ini, file);
@@ -76,7 +78,7 @@ language_file_t ParseLanguageFile(const CString& path, std::string_view utf8) {
   language_file_t file;
   file.path = path;
   CMemFile bytes(std::as_bytes(std::span(utf8)));
-  CInterimIni ini;
+  zorplatform::CIniFile ini;
   ini.Load(&bytes);
   Parse(ini, file);
   return file;

@@ -105,13 +105,10 @@ TEST(MessageTemplate, PrintsNumbersAsPrintf) {
 }
 
 TEST(MessageTemplate, TellsWhatItAsksFor) {
-  const auto asks = [](const char16_t* text) {
-    std::string list;
-    for (const auto& [position, kind] : GetTemplateArguments(text)) list += std::to_string(position) + kind + ' ';
-    return list;
-  };
-  EXPECT_EQ(asks(u"%2$s %x %% %q %-5.2f %c %p"), "1d 2f 2s 3c 4p ");
-  EXPECT_EQ(asks(u"%1$s %1$d"), "1d 1s ");
+  using list_t = std::vector<template_argument_t>;
+  EXPECT_EQ(GetTemplateArguments(u"%2$s %x %% %q %-5.2f %c %p"),
+            (list_t{{1, 'd'}, {2, 'f'}, {2, 's'}, {3, 'c'}, {4, 'p'}}));
+  EXPECT_EQ(GetTemplateArguments(u"%1$s %1$d"), (list_t{{1, 'd'}, {1, 's'}}));
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <exception>
 #include <memory>
 #include <string>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -21,8 +20,6 @@ namespace i18n {
 namespace {
 
 using message_t = std::unique_ptr<ILocalizedMessage>;
-
-constexpr unsigned short kAsked[] = {0, kLanguageEnglish, kLanguageGerman, 0x0C07, 0x0411, 0xFFFF};
 
 // A program that is linked statically has no library beside which the files lie.
 const int kFolderIsSet = setenv("ZORUTIL_LANG_DIR", ZORUTIL_SOURCE_DIR "/util/i18n/lang", 1);
@@ -47,11 +44,6 @@ message_t Read(std::string_view hex) {
   return message;
 }
 
-void ExpectSameInEveryLanguage(const message_t& a, const message_t& b) {
-  for (const unsigned short language : kAsked) EXPECT_EQ(Text(a, language), Text(b, language)) << language;
-  EXPECT_EQ(Written(*a), Written(*b));
-}
-
 // A message of somebody else's, in the same binary form.
 class CForeignMessage : public ILocalizedMessage {
  public:
@@ -69,10 +61,8 @@ TEST(LocalizedMessage, IsRenderedInTheLanguageThatIsAskedFor) {
   const message_t message = OutOfRange();
   const std::string english = "The value is out of range. Enter a value from 0 to 1.5.";
   const std::string german = "Der Wert liegt außerhalb des Bereichs. Geben Sie einen Wert von 0 bis 1.5 ein.";
-  EXPECT_EQ(Text(message, 0), english);
-  EXPECT_EQ(Text(message, 0x0411), english);
-  EXPECT_EQ(Text(message, kLanguageGerman), german);
-  EXPECT_EQ(Text(message, 0x0C07), german);
+  EXPECT_EQ(Text(message, 0) + Text(message, 0x0411), english + english);
+  EXPECT_EQ(Text(message, kLanguageGerman) + Text(message, 0x0C07), german + german);
   SetProductLanguageId(kLanguageGerman);
   EXPECT_EQ(Text(message, 0), german);
   EXPECT_EQ(Text(message, kLanguageEnglish), english);
@@ -83,12 +73,11 @@ TEST(LocalizedMessage, IsRenderedInTheLanguageThatIsAskedFor) {
   EXPECT_EQ(Text(MakeLocalizedMessage(999)), "<<Missing string resource 999>>");
   EXPECT_EQ(Text(MakeLocalizedMessage(0xFFFFFFFF)), "<<Missing string resource 4294967295>>");
   const message_t plain = MakeNonLocalizedMessage(u"100 % d\u00E4 %s");
-  for (const unsigned short language : kAsked) EXPECT_EQ(plain->GetMessageText(language), u"100 % d\u00E4 %s");
+  EXPECT_EQ(plain->GetMessageText(0) + plain->GetMessageText(kLanguageGerman), u"100 % d\u00E4 %s100 % d\u00E4 %s");
 }
 
 TEST(LocalizedMessage, PartsFollowEachOtherWithoutSeparator) {
-  message_t message = MakeLocalizedMessage(IDS_YES);
-  EXPECT_FALSE(message->IsMultipartMessage());
+  message_t message = MakeLocalizedMessage(IDS_YES), none;
   message->Append(MakeLocalizedMessage(IDS_NO));
   EXPECT_TRUE(message->IsMultipartMessage() && message->IsLocalized());
   EXPECT_EQ(Text(message), "YesNo");
@@ -98,10 +87,10 @@ TEST(LocalizedMessage, PartsFollowEachOtherWithoutSeparator) {
   message->Append(std::make_unique<CForeignMessage>());
   EXPECT_EQ(Text(message), "Yesforeign");
   const message_t copy = CopyLocalizedMessage(message);
-  ExpectSameInEveryLanguage(copy, message);
+  EXPECT_EQ(Written(*copy), Written(*message));
   message->Append(nullptr);
+  EXPECT_FALSE(message->IsMultipartMessage());
   EXPECT_EQ(Text(message) + Text(copy), "YesYesforeign");
-  message_t none;
   EXPECT_EQ(CopyLocalizedMessage(none), nullptr);
 }
 
@@ -130,8 +119,8 @@ TEST(LocalizedMessage, IsReadBackFromItsBytes) {
   message->SetFlag(7);
   message->Append(MakeNonLocalizedMessage(u"!"));
   EXPECT_EQ(Written(*message), stream_testing::Hex(stream_testing::Bytes(kRecord)));
-  const message_t again = Read(kRecord), original = std::move(message);
-  ExpectSameInEveryLanguage(again, original);
+  EXPECT_EQ(Written(*Read(kRecord)), Written(*message));
+  EXPECT_EQ(Read(kRecord)->GetMessageText(kLanguageGerman), message->GetMessageText(kLanguageGerman));
   stream_testing::ExpectRefusesDamage(kRecord, [](zorutil::ISerializer& in) {
     CLocalizedMessage read(CLocalizedResource(IDS_YES), {});
     read.Append(MakeNonLocalizedMessage(u"kept"));
@@ -174,14 +163,11 @@ TEST(LocalizedMessage, KeepsTheNameOfAModuleThatIsNotRegisteredYet) {
 TEST(Error, HandsItsMessageOn) {
   zor_error_t source(-7, MakeLocalizedMessage(IDS_YES));
   zor_error_t copy(source);
-  EXPECT_EQ(source.GetErrorCode(), -7);
-  EXPECT_FALSE(source.HasMessage());
-  EXPECT_EQ(source.GetMessageText(0), u"");
+  EXPECT_TRUE(source.GetErrorCode() == -7 && !source.HasMessage() && source.GetMessageText(0).IsEmpty());
   zor_error_t assigned(3, MakeLocalizedMessage(IDS_NO));
   assigned = copy;
   assigned = *&assigned;
-  EXPECT_FALSE(copy.HasMessage());
-  EXPECT_EQ(assigned.GetErrorCode(), -7);
+  EXPECT_TRUE(assigned.GetErrorCode() == -7 && !copy.HasMessage());
   EXPECT_EQ(assigned.GetMessageText(kLanguageGerman), u"Ja");
   const zor_error_t moved = std::move(assigned);
   EXPECT_TRUE(moved.HasMessage() && !assigned.HasMessage());
@@ -193,8 +179,7 @@ TEST(MessageException, LeavesItsContextBehindWhenItIsCopied) {
   message_exception_t copy(source);
   EXPECT_FALSE(source.HasMessage());
   EXPECT_EQ(copy.GetText1() + copy.GetText2(), u"");
-  EXPECT_EQ(copy.GetErrorCode(), 527);
-  EXPECT_EQ(copy.GetNumber(), 4);
+  EXPECT_TRUE(copy.GetErrorCode() == 527 && copy.GetNumber() == 4);
   EXPECT_EQ(copy.GetMessageText(0), OutOfRange()->GetMessageText(0));
 }
 
