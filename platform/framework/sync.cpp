@@ -24,6 +24,8 @@ void SleepWhile(std::atomic<std::uint32_t>& word, std::uint32_t value, std::opti
   ::syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, value, deadline.has_value() ? &rest : nullptr, nullptr, 0);
 }
 
+void Wake(std::atomic<std::uint32_t>& word) { ::syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0); }
+
 // Tells the processor that this is a waiting loop.
 inline void Pause() {
 #if defined(__x86_64__)
@@ -38,6 +40,11 @@ bool SpinningHelps() {
   static const bool helps = std::thread::hardware_concurrency() != 1;
   return helps;
 }
+
+// How a light lock is waited for: in pauses of some ten nanoseconds each, then asleep.
+constexpr std::uint32_t kFirstRest = 64;
+constexpr std::uint32_t kLongestRest = 1024;
+constexpr std::uint32_t kMostPauses = 2000;
 
 }  // namespace
 
@@ -69,4 +76,20 @@ bool CCriticalSection::EnterContended(std::uint32_t timeoutMs) {
   return true;
 }
 
-void CCriticalSection::WakeOne() { ::syscall(SYS_futex, &word_, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0); }
+void CCriticalSection::WakeOne() { Wake(word_); }
+
+void CLightLock::LockContended() noexcept {
+  static const bool helps = SpinningHelps();
+  for (std::uint32_t spent = 0, rest = kFirstRest; helps && spent < kMostPauses;
+       rest = std::min(2 * rest, kLongestRest)) {
+    for (std::uint32_t i = 0; i != rest; ++i) Pause();
+    spent += rest;
+    if (word_.load(std::memory_order_relaxed) == kFree && try_lock()) return;
+  }
+  // Whoever gets the lock here leaves it marked as awaited.
+  while (word_.exchange(kHeldAndAwaited, std::memory_order_acquire) != kFree) {
+    SleepWhile(word_, kHeldAndAwaited, std::nullopt);
+  }
+}
+
+void CLightLock::WakeOne() noexcept { Wake(word_); }

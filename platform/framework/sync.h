@@ -6,6 +6,8 @@
 //     ...
 //   }
 //
+// CLightLock is the smaller one, for a few instructions at a time.
+//
 // Locks are resources: neither copied nor moved, told apart by their address.
 #pragma once
 
@@ -86,6 +88,39 @@ class ZORPLATFORM_API CCriticalSection : public CSyncObject {
   std::uint32_t spinCount_;
   std::atomic<std::thread::id> owner_{};
   std::uint32_t depth_ = 0;  // the owner's
+};
+
+/// A lock for a few instructions at a time: one word, a little less work than a critical section, and made for threads
+/// that want it again and again. It is not re-entrant: a thread that takes it twice waits for ever. A thread that wants
+/// a held lock rests before it looks again, so that the holder keeps its cache lines, and sleeps after some ten
+/// microseconds, for the holder may be without a processor; on a machine with one processor it sleeps at once. Whoever
+/// asks first after the lock was freed gets it.
+class ZORPLATFORM_API CLightLock {
+ public:
+  CLightLock() = default;
+  CLightLock(const CLightLock&) = delete;
+  CLightLock& operator=(const CLightLock&) = delete;
+
+  // The names of the standard library, for std::lock_guard and its like.
+  void lock() noexcept {
+    if (!try_lock()) LockContended();
+  }
+  bool try_lock() noexcept {
+    std::uint32_t expected = kFree;
+    return word_.compare_exchange_strong(expected, kHeld, std::memory_order_acquire, std::memory_order_relaxed);
+  }
+  /// The calling thread holds the lock.
+  void unlock() noexcept {
+    if (word_.exchange(kFree, std::memory_order_release) == kHeldAndAwaited) WakeOne();
+  }
+
+ private:
+  enum state_t : std::uint32_t { kFree, kHeld, kHeldAndAwaited };
+
+  void LockContended() noexcept;
+  void WakeOne() noexcept;
+
+  std::atomic<std::uint32_t> word_{kFree};
 };
 
 /// Holds a lock, and gives it back at the end of its life. One thread uses a guard.

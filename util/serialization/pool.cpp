@@ -14,8 +14,6 @@ namespace zorpool {
 
 namespace {
 
-constexpr std::uint32_t kSpins = 100;
-
 // Elements may have any size, so a link need not lie where a pointer may be read.
 char* ReadLink(const char* element) {
   char* next;
@@ -71,8 +69,7 @@ DefaultHeap& DefaultHeap::GetInstance() {
 }
 
 CPool::CPool(unsigned elementSize, unsigned chunkSize, IPool* parent, bool releaseWhenEmpty)
-    : lock_(kSpins),
-      elementSize_(elementSize),
+    : elementSize_(elementSize),
       maxElements_(ElementsOf(elementSize, chunkSize)),
       parent_(parent != nullptr ? parent : &DefaultHeap::GetInstance()),
       releaseWhenEmpty_(releaseWhenEmpty),
