@@ -1,14 +1,34 @@
 // Two buffers and a chain that is passed between them, worked by the input's bytes, beside models that are plain bytes.
+// Some writes meet an allocation that fails; for that, the pool's first chunk is all but used up.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
+#include <new>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "platform/framework/mem_file.h"
 #include "platform/zorplatform/exception.h"
 #include "util/serialization/serialization_buffer.h"
+
+thread_local int allocationsLeft = -1;  // that still succeed; fewer than 0: all do
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define OWN_ALLOCATOR 0  // that sanitizer's cannot be replaced: nothing fails
+#endif
+#endif
+#if !defined(OWN_ALLOCATOR) && !defined(__SANITIZE_THREAD__)
+[[gnu::noinline]] void* operator new(std::size_t size) {
+  void* const memory = allocationsLeft == 0 ? nullptr : std::malloc(size == 0 ? 1 : size);
+  if (allocationsLeft > 0) --allocationsLeft;
+  return memory != nullptr ? memory : throw std::bad_alloc();
+}
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size + 1); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+#endif
 
 namespace {
 
@@ -100,6 +120,22 @@ void Read(pair_t& pair, unsigned n) {
   pair.model.Take(had);
 }
 
+// What found room before an allocation failed stays; which bytes these are, Check tells.
+void WriteAndFail(pair_t& pair, const bytes_t& bytes, int succeed) {
+  const unsigned before = pair.buffer.size();
+  std::size_t added = bytes.size();
+  allocationsLeft = succeed;
+  try {
+    pair.buffer.Write(bytes.data(), static_cast<unsigned>(bytes.size()));
+    allocationsLeft = -1;
+  } catch (const std::bad_alloc&) {
+    allocationsLeft = -1;
+    added = pair.buffer.size() - before;
+    Require(added < bytes.size());
+  }
+  pair.model.Add(bytes_t(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(added)));
+}
+
 void FromFile(pair_t& pair, const bytes_t& bytes, unsigned position, unsigned most) {
   CMemFile file(std::as_bytes(std::span(bytes)));
   file.Seek(position, CFile::begin);
@@ -137,6 +173,12 @@ bool IsEqual(const model_t& a, const model_t& b) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const std::vector<void*> used = [] {
+    zorpool::IPool& pool = buffer_t::pool_factory_t()(buffers_t::kNodeSize);
+    std::vector<void*> nodes(0x100000 / buffers_t::kNodeSize - 8);
+    for (void*& node : nodes) node = pool.Alloc(buffers_t::kNodeSize);
+    return nodes;
+  }();
   CInput input(data, size);
   pair_t pairs[2];
   std::shared_ptr<buffers_t> chain;
@@ -146,7 +188,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     pair_t& one = pairs[step & 1];
     pair_t& other = pairs[(step & 1) ^ 1];
     const bool grows = one.model.bytes.size() < kLargest;
-    switch (step / 2 % 11) {
+    switch (step / 2 % 12) {
       case 0:
         if (const bytes_t bytes = input.NextBytes(); grows) {
           one.buffer.Write(bytes.data(), static_cast<unsigned>(bytes.size()));
@@ -192,6 +234,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         one.buffer = std::move(other.buffer);
         one.model = std::exchange(other.model, {});
         break;
+      case 10: {
+        const bytes_t bytes = input.NextBytes();
+        const int succeed = static_cast<int>(input.Next() % 8);
+        if (grows) WriteAndFail(one, bytes, succeed);
+        break;
+      }
       default:
         Require((one.buffer == other.buffer) == IsEqual(one.model, other.model));
         Require(one.buffer == one.buffer);

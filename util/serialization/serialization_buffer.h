@@ -65,8 +65,8 @@ class ZORUTIL_API CSerializationBuffer : public ISerializer {
   // Files, at their current position. Errors of a file are CFileException.
 
   /// Writes the whole chain, the bytes of its first block that were read already included, and empties the buffer;
-  /// blocks are given back as they are written. After an error the buffer holds what was not written, beginning with
-  /// the whole block at which it failed.
+  /// blocks are given back as they are written. After an error the buffer still holds the block at which it
+  /// failed and those behind it.
   void MoveToFile(CFile& file);
   /// The same without changing the buffer, whatever happens.
   void CopyToFile(CFile& file) const;

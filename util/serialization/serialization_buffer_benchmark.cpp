@@ -149,7 +149,8 @@ void Register(const char* work, const char* who) {
     auto* const stream = benchmark::RegisterBenchmark(name.c_str(), Stream<Store>)->Unit(benchmark::kMillisecond);
     if (title.ends_with("kept heap")) stream->Setup(KeepMemory);
   } else {
-    benchmark::RegisterBenchmark(name.c_str(), Message<Store>)->Threads(title.ends_with("two threads") ? 2 : 1);
+    auto* const message = benchmark::RegisterBenchmark(name.c_str(), Message<Store>);
+    if (title.ends_with("two threads")) message->Threads(2);
   }
 }
 

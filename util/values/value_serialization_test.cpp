@@ -5,7 +5,9 @@
 #include <utility>
 #include <vector>
 
+#include "util/serialization/serialization_buffer.h"
 #include "util/serialization/stream_testing.h"
+#include "util/serialization/string_serialization.h"
 #include "util/values/bstr.h"
 #include "util/values/value_testing.h"
 
@@ -210,6 +212,28 @@ TEST(ArrayForm, ReplacesShapeAndTypeAndAFailureLeavesTheArray) {
   EXPECT_TRUE(*target.parray == *source.parray);
   target.vt = VT_I2 | VT_ARRAY;
   EXPECT_TRUE(target == source);
+}
+
+TEST(SerializationBuffer, EndsEveryCutRecordWithItsOwnCode) {
+  zorutil::CSerializationBuffer whole;
+  zorutil::Serialize(CString(std::u16string(300, u'\u6c34') + u"abc"), whole);
+  for (const char* value : {"", "i4:-5", "s:text", "[i2:1 2 3]", "[s:a bc]"}) zorutil::Serialize(Value(value), whole);
+  CMemFile file;
+  whole.CopyToFile(file);
+  for (unsigned cut = 0; cut <= whole.size(); ++cut) {
+    file.SeekToBegin();
+    zorutil::CSerializationBuffer in, again;
+    in.FromFile(file, cut);
+    CString text;
+    CVariant value;
+    const auto readAll = [&](zorutil::ISerializer&) {
+      zorutil::Deserialize(text, in);
+      zorutil::Serialize(text, again);
+      while (again.size() < whole.size()) zorutil::Serialize((zorutil::Deserialize(value, in), value), again);
+    };
+    EXPECT_EQ(CodeOf({}, readAll), cut < whole.size() ? CException::kEndOfStream : 0) << cut;
+    EXPECT_EQ(again == whole, cut == whole.size()) << cut;
+  }
 }
 
 }  // namespace
