@@ -25,11 +25,10 @@ std::string Expand(const std::string& text, const std::vector<CVariant>& argumen
 // "template|argument,...|text;" with texts that hold none of these separators.
 void ExpectTexts(const char* table) {
   for (const auto& row : value_testing::Rows(table)) {
-    SCOPED_TRACE(row[0]);
     std::vector<CVariant> arguments;
     std::istringstream words(row[1]);
     for (std::string word; std::getline(words, word, ',');) arguments.push_back(Value(word));
-    EXPECT_EQ(Expand(row[0], arguments), row[2]) << row[1];
+    EXPECT_EQ(Expand(row[0], arguments), row[2]) << row[0] << " of " << row[1];
   }
 }
 
