@@ -278,9 +278,9 @@ schema_ptr_t<xmlSchema> CompileAll(const registered_t& registered, message_t& er
                                       : node == nullptr     ? std::string_view()
                                                             : ViewOf(node->doc->URL);
     const auto file = files.byLocation.find(std::string(location));
+    const CString path = file != files.byLocation.end() ? file->second.path : PathOf(location);
     error = i18n::MakeLocalizedMessage(i18n::IDS_SCHEMA_FAULT,
-                                       {CVariant(file == files.byLocation.end() ? CString() : file->second.path),
-                                        CVariant::FromInt32(fault.line), CVariant(TextOf(fault))});
+                                       {CVariant(path), CVariant::FromInt32(fault.line), CVariant(TextOf(fault))});
   };
   const xml::CErrorScope errors(report);
   const CServing scope(files);
