@@ -11,6 +11,9 @@ namespace xml {
 // The lower half of an element's private pointer counts its handles, the upper half is its line.
 static_assert(sizeof(void*) == 8);
 
+// Small enough for the heap to keep it for the next document.
+constexpr std::size_t kBlock = 32 * 1024;
+
 CTree::CTree(xmlDict* dict)
     : dict_(dict != nullptr ? dict : xmlDictCreate()), doc_(xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"))) {
   if (dict != nullptr) xmlDictReference(dict);
@@ -35,18 +38,33 @@ const xmlChar* CTree::Intern(std::string_view name) {
   return interned;
 }
 
+void* CTree::Allocate(std::size_t size, std::size_t alignment) {
+  const std::size_t gap = (0 - reinterpret_cast<std::uintptr_t>(free_)) & (alignment - 1);
+  if (size + gap <= freeSize_) {
+    std::byte* const place = free_ + gap;
+    free_ = place + size;
+    freeSize_ -= size + gap;
+    return place;
+  }
+  // What is large gets a block of its own, and the rest of the last one stays in use.
+  const std::size_t blockSize = size > kBlock / 4 ? size : kBlock;
+  std::byte* const block = blocks_.emplace_back(new std::byte[blockSize]).get();
+  if (blockSize != kBlock) return block;
+  free_ = block + size;
+  freeSize_ = kBlock - size;
+  return block;
+}
+
 template <class T>
 T* CTree::New(xmlElementType type) {
-  T* const made = new (memory_.allocate(sizeof(T), alignof(T))) T{};
+  T* const made = new (Allocate(sizeof(T), alignof(T))) T{};
   made->type = type;
   made->doc = doc_;
   return made;
 }
 
-char* CTree::Allocate(std::size_t size) { return static_cast<char*>(memory_.allocate(size, 1)); }
-
 xmlChar* CTree::Copy(std::string_view text) {
-  char* const copy = Allocate(text.size() + 1);
+  auto* const copy = static_cast<char*>(Allocate(text.size() + 1, 1));
   if (!text.empty()) std::memcpy(copy, text.data(), text.size());
   copy[text.size()] = '\0';
   return reinterpret_cast<xmlChar*>(copy);
@@ -58,7 +76,7 @@ void CTree::SetContent(xmlNode* text, std::string_view content) {
   std::size_t capacity = reinterpret_cast<std::uintptr_t>(text->psvi);
   if (content.size() + 1 > capacity) {
     capacity = std::max(content.size() + 1, 2 * capacity);
-    text->content = reinterpret_cast<xmlChar*>(Allocate(capacity));
+    text->content = static_cast<xmlChar*>(Allocate(capacity, 1));
     text->psvi = reinterpret_cast<void*>(capacity);
   }
   if (!content.empty()) std::memcpy(text->content, content.data(), content.size());
@@ -94,7 +112,7 @@ xmlNode* CTree::NewInstruction(std::string_view name, std::string_view text) {
 }
 
 xmlNs* CTree::AddNs(xmlNode* element, const xmlChar* prefix, std::string_view href) {
-  auto* const ns = new (memory_.allocate(sizeof(xmlNs), alignof(xmlNs))) xmlNs{};
+  auto* const ns = new (Allocate(sizeof(xmlNs), alignof(xmlNs))) xmlNs{};
   ns->type = XML_NAMESPACE_DECL;
   ns->prefix = prefix;
   ns->href = Copy(href);

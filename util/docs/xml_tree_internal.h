@@ -10,8 +10,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory_resource>
+#include <memory>
 #include <string_view>
+#include <vector>
 
 namespace xml {
 
@@ -65,13 +66,15 @@ class CTree {
   }
 
  private:
+  void* Allocate(std::size_t size, std::size_t alignment);
   template <class T>
   T* New(xmlElementType type);
-  char* Allocate(std::size_t size);
   void SetContent(xmlNode* text, std::string_view content);
   xmlChar* Copy(std::string_view text);
 
-  std::pmr::monotonic_buffer_resource memory_;
+  std::vector<std::unique_ptr<std::byte[]>> blocks_;
+  std::byte* free_ = nullptr;  // the rest of the last block
+  std::size_t freeSize_ = 0;
   xmlDict* dict_;
   xmlDoc* doc_;
   xmlNode* dropped_ = nullptr;  // texts to use again, linked by `next`
