@@ -2,11 +2,8 @@
 
 #include <libxml/tree.h>
 
-#include <libxml/dict.h>
-
 #include <climits>
 #include <cstdint>
-#include <new>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -26,17 +23,10 @@ namespace {
 
 constexpr const char16_t* kTextSource = u"XML";
 
-template <class T>
-T* OrThrow(T* made) {
-  if (made == nullptr) throw std::bad_alloc();
-  return made;
-}
-
 std::u16string_view ViewOf(const char16_t* text) { return text == nullptr ? std::u16string_view() : text; }
 
-std::string_view ViewOf(const xmlChar* text) {
-  return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
-}
+using xml::CTree;
+using xml::ViewOf;
 
 const xmlChar* XmlOf(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
 
@@ -69,27 +59,11 @@ class CUtf8 {
   std::size_t size_;
 };
 
-// A tree and how many handles to its elements are out. The tree's private pointer leads back here.
-struct tree_t {
-  explicit tree_t(xml::doc_t tree) : doc(std::move(tree)) { doc->_private = this; }
-  tree_t() : tree_t(xml::doc_t(OrThrow(xmlNewDoc(XmlOf("1.0"))))) { doc->dict = OrThrow(xmlDictCreate()); }
-
-  xml::doc_t doc;
-  std::size_t handles = 0;
-};
-
-// --- handles -----------------------------------------------------------------------------------------------------
-// A handle is the node itself; the node counts how often it was given out, and its tree counts all of them.
-
+// A handle is the node itself.
 xmlNode* NodeOf(void* element) { return static_cast<xmlNode*>(element); }
 
-tree_t& TreeOf(const xmlNode* node) { return *static_cast<tree_t*>(node->doc->_private); }
-
 void* Acquire(xmlNode* node) {
-  if (node != nullptr) {
-    node->_private = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(node->_private) + 1);
-    ++TreeOf(node).handles;
-  }
+  if (node != nullptr) CTree::Of(node).AddHandle(node);
   return node;
 }
 
@@ -151,28 +125,14 @@ void GetElementText(const xmlNode* element, CString& out) {
   GatherText(first != nullptr && first->next != nullptr && xml::IsLaidOut(element) ? nullptr : first, out);
 }
 
-void LinkFirst(xmlNode* parent, xmlNode* node) {
-  node->parent = parent;
-  node->next = parent->children;
-  (node->next == nullptr ? parent->last : node->next->prev) = node;
-  parent->children = node;
-}
-
-void ReplaceText(xmlNode* element, const CUtf8& text, bool isLiteral) {
-  xmlNode* fresh = nullptr;
-  if (text.GetSize() != 0) {
-    fresh = OrThrow(isLiteral ? xmlNewCDataBlock(element->doc, text.Xml(), text.GetSize())
-                              : xmlNewDocTextLen(element->doc, text.Xml(), text.GetSize()));
-  }
+void ReplaceText(xmlNode* element, std::string_view text, xmlElementType type) {
+  CTree& tree = CTree::Of(element);
   for (xmlNode* node = element->children; node != nullptr;) {
     xmlNode* const next = node->next;
-    if (IsText(node)) {
-      xmlUnlinkNode(node);
-      xmlFreeNode(node);
-    }
+    if (IsText(node)) tree.Drop(node);
     node = next;
   }
-  if (fresh != nullptr) LinkFirst(element, fresh);
+  if (!text.empty()) tree.Prepend(element, tree.NewText(type, text));
 }
 
 // --- attributes --------------------------------------------------------------------------------------------------
@@ -201,20 +161,15 @@ xmlAttr* FindAttribute(const xmlNode* element, const attribute_name_t& name) {
 constexpr std::string_view kDeclarationNamespace = "http://www.w3.org/2000/xmlns/";
 
 // The namespace of a new child of `parent` (null for the top element): a declaration in force, or a new one on `node`.
-void SetNamespace(xmlNode* parent, xmlNode* node, const CUtf8& ns) {
+void SetNamespace(CTree& tree, xmlNode* parent, xmlNode* node, const CUtf8& ns) {
   if (ns.GetSize() != 0) {
-    xmlNs* found = xmlSearchNsByHref(node->doc, parent == nullptr ? node : parent, ns.Xml());
-    if (found == nullptr) found = OrThrow(xmlNewNs(node, ns.Xml(), nullptr));
-    node->ns = found;
+    xmlNs* const found = xmlSearchNsByHref(node->doc, parent == nullptr ? node : parent, ns.Xml());
+    node->ns = found != nullptr ? found : tree.AddNs(node, nullptr, ns.View());
   } else if (parent != nullptr) {
     const xmlNs* const inForce = xmlSearchNs(node->doc, parent, nullptr);
-    if (inForce != nullptr && !ViewOf(inForce->href).empty()) OrThrow(xmlNewNs(node, XmlOf(""), nullptr));
+    if (inForce != nullptr && !ViewOf(inForce->href).empty()) tree.AddNs(node, nullptr, {});
   }
 }
-
-struct node_deleter_t {
-  void operator()(xmlNode* node) const { xmlFreeNode(node); }
-};
 
 CString UnitText(char16_t unit) {
   static constexpr char kHex[] = "0123456789ABCDEF";
@@ -229,22 +184,20 @@ struct CXmlDocument::state_t {
   explicit state_t(CXmlDocument& document) : owner(document) {}
 
   // Puts a loaded document in the present one's place.
-  int Adopt(xml::doc_t doc, std::unique_ptr<i18n::ILocalizedMessage> error) {
-    if (doc == nullptr) {
+  int Adopt(xml::tree_ptr_t tree, std::unique_ptr<i18n::ILocalizedMessage> error) {
+    if (tree == nullptr) {
       owner.SetLastError(std::move(error));
       return 0;
     }
-    auto tree = std::make_unique<tree_t>(std::move(doc));
-    if (current->handles != 0) earlier.push_back(std::move(current));
+    if (current->GetHandles() != 0) earlier.push_back(std::move(current));
     current = std::move(tree);
     return 1;
   }
 
   void Release(xmlNode* node) {
-    if (node == nullptr || node->_private == nullptr) return;
-    node->_private = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(node->_private) - 1);
-    tree_t& tree = TreeOf(node);
-    if (--tree.handles != 0 || &tree == current.get()) return;
+    if (node == nullptr) return;
+    CTree& tree = CTree::Of(node);
+    if (!tree.RemoveHandle(node) || tree.GetHandles() != 0 || &tree == current.get()) return;
     std::erase_if(earlier, [&](const auto& kept) { return kept.get() == &tree; });
   }
 
@@ -275,11 +228,11 @@ struct CXmlDocument::state_t {
     return Refuse(i18n::IDS_DOCUMENT_NAME, {CVariant(name)});
   }
 
-  xmlNode* Root() const { return xmlDocGetRootElement(current->doc.get()); }
+  xmlNode* Root() const { return current->GetRoot(); }
 
   CXmlDocument& owner;
-  std::unique_ptr<tree_t> current = std::make_unique<tree_t>();
-  std::vector<std::unique_ptr<tree_t>> earlier;  // those that were replaced while handles were out
+  xml::tree_ptr_t current = std::make_unique<CTree>();
+  std::vector<xml::tree_ptr_t> earlier;  // those that were replaced while handles were out
 };
 
 CXmlDocument::CXmlDocument() : state_(std::make_unique<state_t>(*this)) {}
@@ -292,8 +245,8 @@ int CXmlDocument::Load(const char16_t* path) {
   try {
     CFile file(source, CFile::modeRead);
     std::unique_ptr<i18n::ILocalizedMessage> error;
-    xml::doc_t doc = xml::ParseFile(file, source, error);
-    return state_->Adopt(std::move(doc), std::move(error));
+    xml::tree_ptr_t tree = xml::ParseFile(file, source, error);
+    return state_->Adopt(std::move(tree), std::move(error));
   } catch (const CFileException& error) {
     return state_->Refuse(i18n::IDS_DOCUMENT_FILE, {CVariant(error.what())});
   }
@@ -349,7 +302,7 @@ int CXmlDocument::GetText(void* element, CString& text) {
 int CXmlDocument::SetText(void* element, const char16_t* text) {
   if (element == nullptr) return 0;
   if (!state_->IsText(CString(ViewOf(NodeOf(element)->name)), ViewOf(text))) return 0;
-  ReplaceText(NodeOf(element), CUtf8(ViewOf(text)), false);
+  ReplaceText(NodeOf(element), CUtf8(ViewOf(text)).View(), XML_TEXT_NODE);
   return 1;
 }
 
@@ -366,7 +319,7 @@ void CXmlDocument::ReleaseElement(void* element) { state_->Release(NodeOf(elemen
 bool CXmlDocument::WriteLiteralText(void* element, const char16_t* text) {
   if (element == nullptr) return false;
   if (!state_->IsText(CString(ViewOf(NodeOf(element)->name)), ViewOf(text))) return false;
-  ReplaceText(NodeOf(element), CUtf8(ViewOf(text)), true);
+  ReplaceText(NodeOf(element), CUtf8(ViewOf(text)).View(), XML_CDATA_SECTION_NODE);
   return true;
 }
 
@@ -389,19 +342,11 @@ void* CXmlDocument::WriteElementString(void* parent, const char16_t* ns, const c
     state_->Refuse(i18n::IDS_DOCUMENT_DEPTH, {CVariant(name), CVariant::FromInt32(kMaxDepth)});
     return nullptr;
   }
-  xmlDoc* const doc = above == nullptr ? state_->current->doc.get() : above->doc;
-  const xmlChar* const kept = OrThrow(xmlDictLookup(doc->dict, local.Xml(), local.GetSize()));
-  std::unique_ptr<xmlNode, node_deleter_t> fresh(
-      OrThrow(xmlNewDocNodeEatName(doc, nullptr, const_cast<xmlChar*>(kept), nullptr)));
-  xmlNode* const node = fresh.get();
-  SetNamespace(above, node, space);
-  if (text.GetSize() != 0) LinkFirst(node, OrThrow(xmlNewDocTextLen(doc, text.Xml(), text.GetSize())));
-  // Appended by hand: the library's own way would look for texts to join.
-  node->parent = above == nullptr ? reinterpret_cast<xmlNode*>(doc) : above;
-  node->prev = node->parent->last;
-  (node->prev == nullptr ? node->parent->children : node->prev->next) = node;
-  node->parent->last = node;
-  fresh.release();
+  CTree& tree = above == nullptr ? *state_->current : CTree::Of(above);
+  xmlNode* const node = tree.NewElement(tree.Intern(local.View()), 0);
+  SetNamespace(tree, above, node, space);
+  if (text.GetSize() != 0) tree.Append(node, tree.NewText(XML_TEXT_NODE, text.View()));
+  tree.Append(above == nullptr ? reinterpret_cast<xmlNode*>(tree.GetDoc()) : above, node);
   return flag ? node : Acquire(node);
 }
 
@@ -437,14 +382,23 @@ int CXmlDocument::WriteAttributeString(void* element, const char16_t* name, cons
     if (ns == nullptr || parts.prefix.empty()) return state_->Refuse(i18n::IDS_DOCUMENT_NAME, {CVariant(name)});
   }
   if (!state_->IsText(ViewOf(name), ViewOf(value))) return 0;
-  OrThrow(xmlSetNsProp(node, ns, XmlOf(std::string(parts.local).c_str()), text.Xml()));
+  CTree& tree = CTree::Of(node);
+  const std::string_view uri = ns == nullptr ? std::string_view() : ViewOf(ns->href);
+  for (xmlAttr* attribute = node->properties; attribute != nullptr; attribute = attribute->next) {
+    if (ViewOf(attribute->name) != parts.local) continue;
+    if ((attribute->ns == nullptr ? std::string_view() : ViewOf(attribute->ns->href)) != uri) continue;
+    attribute->ns = ns;  // the same namespace under another prefix, perhaps
+    tree.SetValue(attribute, text.View());
+    return 1;
+  }
+  tree.AddAttribute(node, ns, tree.Intern(parts.local), text.View());
   return 1;
 }
 
 int CXmlDocument::SetXml(const char16_t* text) {
   std::unique_ptr<i18n::ILocalizedMessage> error;
-  xml::doc_t doc = xml::ParseText(ViewOf(text), kTextSource, error);
-  return state_->Adopt(std::move(doc), std::move(error));
+  xml::tree_ptr_t tree = xml::ParseText(ViewOf(text), kTextSource, error);
+  return state_->Adopt(std::move(tree), std::move(error));
 }
 
 std::uint32_t CXmlDocument::GetLine(void* element) const {
@@ -454,22 +408,22 @@ std::uint32_t CXmlDocument::GetLine(void* element) const {
 
 CString CXmlDocument::GetXml() const {
   std::string text;
-  if (IsValid() != 0) xml::Write(state_->current->doc.get(), [&](std::string_view block) { text += block; });
+  if (IsValid() != 0) xml::Write(state_->current->GetDoc(), [&](std::string_view block) { text += block; });
   return CString(text);
 }
 
 int CXmlDocument::LoadFrom(CFile& file) {
   std::unique_ptr<i18n::ILocalizedMessage> error;
   const CString& path = file.GetFilePath();
-  xml::doc_t doc = xml::ParseFile(file, path.IsEmpty() ? CString(kTextSource) : path, error);
-  return state_->Adopt(std::move(doc), std::move(error));
+  xml::tree_ptr_t tree = xml::ParseFile(file, path.IsEmpty() ? CString(kTextSource) : path, error);
+  return state_->Adopt(std::move(tree), std::move(error));
 }
 
 int CXmlDocument::SaveTo(CFile& file) {
   if (IsValid() == 0) return state_->Refuse(i18n::IDS_DOCUMENT_EMPTY, {CVariant(file.GetFilePath())});
-  xml::Write(state_->current->doc.get(),
+  xml::Write(state_->current->GetDoc(),
              [&](std::string_view block) { file.Write(block.data(), static_cast<unsigned>(block.size())); });
   return 1;
 }
 
-const void* CXmlDocument::GetTree() const { return state_->current->doc.get(); }
+const void* CXmlDocument::GetTree() const { return state_->current->GetDoc(); }

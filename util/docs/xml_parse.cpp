@@ -6,9 +6,9 @@
 #include <libxml/xmlerror.h>
 
 #include <algorithm>
-#include <cstring>
 #include <new>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -118,7 +118,7 @@ bool ExtendsAscii(std::string_view name) {
 
 class CParser {
  public:
-  doc_t Parse(std::string_view bytes, bool isUtf8) {
+  tree_ptr_t Parse(std::string_view bytes, bool isUtf8) {
     if (bytes.empty() || bytes.size() > CXmlDocument::kMaxBytes) {
       fault_ = bytes.empty() ? fault_t{i18n::IDS_XML_EMPTY, {}, {}}
                              : fault_t{i18n::IDS_XML_TOO_LARGE, {}, {CVariant::FromInt64(CXmlDocument::kMaxBytes)}};
@@ -137,21 +137,32 @@ class CParser {
     context_->sax->startDocument = &CParser::OnStart;
     context_->sax->internalSubset = &CParser::OnTypeDefinition;
     context_->sax->startElementNs = &CParser::OnElement;
+    context_->sax->endElementNs = &CParser::OnElementEnd;
+    context_->sax->characters = context_->sax->ignorableWhitespace = &CParser::OnText;
+    context_->sax->cdataBlock = &CParser::OnCData;
+    context_->sax->comment = &CParser::OnComment;
+    context_->sax->processingInstruction = &CParser::OnInstruction;
+    tree_ = std::make_unique<CTree>(context_->dict);
+    current_ = reinterpret_cast<xmlNode*>(tree_->GetDoc());
     // Large texts are allowed; depth, attributes, bytes and definitions are limited here. NOENT: with no definitions
     // there is nothing to put in an entity's place but a character.
     const int options =
         XML_PARSE_HUGE | XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_BIG_LINES | (isUtf8 ? XML_PARSE_IGNORE_ENC : 0);
-    doc_t doc(xmlCtxtReadMemory(context_.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
-                                isUtf8 ? "UTF-8" : nullptr, options));
+    // Of the library's own tree nothing is made but an empty document.
+    xmlDoc* const doc = xmlCtxtReadMemory(context_.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
+                                          isUtf8 ? "UTF-8" : nullptr, options);
+    xmlFreeDoc(doc);
     if (noMemory_ || scope.IsOutOfMemory()) throw std::bad_alloc();
-    if (fault_.id == 0 && (doc == nullptr || xmlDocGetRootElement(doc.get()) == nullptr)) Stop(i18n::IDS_XML_EMPTY);
+    if (fault_.id == 0 && (doc == nullptr || tree_->GetRoot() == nullptr)) Stop(i18n::IDS_XML_EMPTY);
     if (fault_.id != 0) return nullptr;
-    return doc;
+    return std::move(tree_);
   }
 
   fault_t& GetFault() { return fault_; }
 
  private:
+  static constexpr std::size_t kKeptText = 1 << 20;
+
   struct context_deleter_t {
     void operator()(xmlParserCtxt* context) const { xmlFreeParserCtxt(context); }
   };
@@ -174,30 +185,105 @@ class CParser {
   }
 
   static void OnElement(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri, int namespaces,
-                        const xmlChar** namespaceTexts, int attributes, int defaulted, const xmlChar** attributeTexts) {
+                        const xmlChar** namespaceTexts, int attributes, int, const xmlChar** attributeTexts) {
     auto* const parser = static_cast<xmlParserCtxt*>(context);
     if (parser->nameNr >= CXmlDocument::kMaxDepth) {
       Of(context).Stop(i18n::IDS_XML_TOO_DEEP, CXmlDocument::kMaxDepth);
     } else if (parser->nsNr > 2 * CXmlDocument::kMaxAttributes) {
       Of(context).Stop(i18n::IDS_XML_TOO_MANY_ATTRIBUTES, CXmlDocument::kMaxAttributes);
     } else {
-      xmlSAX2StartElementNs(context, name, prefix, uri, namespaces, namespaceTexts, attributes, defaulted,
-                            attributeTexts);
+      Of(context).Guard([&](CParser& self) {
+        self.StartElement(name, prefix, uri, {namespaceTexts, static_cast<std::size_t>(2 * namespaces)},
+                          {attributeTexts, static_cast<std::size_t>(5 * attributes)});
+      });
     }
+  }
+
+  static void OnElementEnd(void* context, const xmlChar*, const xmlChar*, const xmlChar*) {
+    Of(context).Guard([](CParser& self) {
+      self.FlushText();
+      self.current_ = self.current_->parent;
+    });
+  }
+
+  // A text comes in pieces; it becomes a node when it is complete.
+  static void OnText(void* context, const xmlChar* text, int size) {
+    Of(context).Guard([&](CParser& self) { self.text_.append(reinterpret_cast<const char*>(text), Size(size)); });
+  }
+
+  static void OnCData(void* context, const xmlChar* text, int size) {
+    Of(context).Append([&](CTree& tree) {
+      return tree.NewText(XML_CDATA_SECTION_NODE, {reinterpret_cast<const char*>(text), Size(size)});
+    });
+  }
+
+  static void OnComment(void* context, const xmlChar* text) {
+    Of(context).Append([&](CTree& tree) { return tree.NewText(XML_COMMENT_NODE, ViewOf(text)); });
+  }
+
+  static void OnInstruction(void* context, const xmlChar* name, const xmlChar* text) {
+    Of(context).Append([&](CTree& tree) { return tree.NewInstruction(ViewOf(name), ViewOf(text)); });
+  }
+
+  static std::size_t Size(int size) { return static_cast<std::size_t>(size); }
+
+  template <class Make>
+  void Append(Make make) noexcept {
+    Guard([&](CParser& self) {
+      self.FlushText();
+      self.tree_->Append(self.current_, make(*self.tree_));
+    });
+  }
+
+  void FlushText() {
+    if (text_.empty()) return;
+    tree_->Append(current_, tree_->NewText(XML_TEXT_NODE, text_));
+    text_.clear();
+    if (text_.capacity() > kKeptText) text_.shrink_to_fit();
+  }
+
+  // The parser's names and prefixes are interned ones: the same text is the same pointer.
+  void StartElement(const xmlChar* name, const xmlChar* prefix, const xmlChar* uri,
+                    std::span<const xmlChar*> namespaces, std::span<const xmlChar*> attributes) {
+    FlushText();
+    xmlNode* const element = tree_->NewElement(name, context_->input->line);
+    for (std::size_t i = 0; i < namespaces.size(); i += 2) {
+      tree_->AddNs(element, namespaces[i], ViewOf(namespaces[i + 1]));
+    }
+    tree_->Append(current_, element);
+    if (uri != nullptr) element->ns = FindNs(element, prefix);
+    for (std::size_t i = 0; i < attributes.size(); i += 5) {
+      xmlNs* const ns = attributes[i + 1] == nullptr ? nullptr : FindNs(element, attributes[i + 1]);
+      const auto* const value = reinterpret_cast<const char*>(attributes[i + 3]);
+      const auto* const end = reinterpret_cast<const char*>(attributes[i + 4]);
+      tree_->AddAttribute(element, ns, attributes[i], {value, static_cast<std::size_t>(end - value)});
+    }
+    current_ = element;
+  }
+
+  xmlNs* FindNs(xmlNode* element, const xmlChar* prefix) {
+    for (const xmlNode* node = element; node->type == XML_ELEMENT_NODE; node = node->parent) {
+      for (xmlNs* ns = node->nsDef; ns != nullptr; ns = ns->next) {
+        if (ns->prefix == prefix) return ns;
+      }
+      // What an ancestor uses under this prefix is in force here too.
+      if (node != element && node->ns != nullptr && node->ns->prefix == prefix) return node->ns;
+    }
+    return xmlSearchNs(element->doc, element, prefix);  // "xml"
   }
 
   // No exception passes through the parser.
   template <class Step>
   void Guard(Step step) noexcept {
     try {
-      step();
+      step(*this);
     } catch (const std::bad_alloc&) {
       noMemory_ = true;
     }
   }
 
   void Stop(unsigned id, std::int32_t limit = 0) {
-    Guard([&] {
+    Guard([&](CParser&) {
       if (fault_.id != 0) return;
       if (limit != 0) fault_.details = {CVariant::FromInt32(limit)};
       fault_.id = id;
@@ -280,6 +366,9 @@ class CParser {
   }
 
   std::unique_ptr<xmlParserCtxt, context_deleter_t> context_;
+  tree_ptr_t tree_;
+  xmlNode* current_ = nullptr;  // the element that is open; the document outside of the top element
+  std::string text_;            // that belongs to it and has not ended yet
   fault_t fault_;
   bool noMemory_ = false;
 };
@@ -294,12 +383,12 @@ std::unique_ptr<i18n::ILocalizedMessage> MessageOf(fault_t& fault, const CString
   return i18n::MakeLocalizedMessage(fault.id, std::move(arguments));
 }
 
-doc_t Parse(std::string_view bytes, bool isUtf8, const CString& source,
-            std::unique_ptr<i18n::ILocalizedMessage>& error) {
+tree_ptr_t Parse(std::string_view bytes, bool isUtf8, const CString& source,
+                 std::unique_ptr<i18n::ILocalizedMessage>& error) {
   CParser parser;
-  doc_t doc = parser.Parse(bytes, isUtf8);
-  if (doc == nullptr) error = MessageOf(parser.GetFault(), source);
-  return doc;
+  tree_ptr_t tree = parser.Parse(bytes, isUtf8);
+  if (tree == nullptr) error = MessageOf(parser.GetFault(), source);
+  return tree;
 }
 
 }  // namespace
@@ -334,7 +423,7 @@ std::size_t FindBadUnit(std::u16string_view text) noexcept {
   return text.size();
 }
 
-doc_t ParseText(std::u16string_view text, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error) {
+tree_ptr_t ParseText(std::u16string_view text, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error) {
   if (text.starts_with(u'\xFEFF')) text.remove_prefix(1);
   if (const std::size_t at = FindBadUnit(text); at != text.size()) {
     fault_t fault{i18n::IDS_XML_CHARACTER, PositionOf(text, at), {}};
@@ -360,12 +449,12 @@ std::string ReadAll(CFile& file) {
   return bytes;
 }
 
-doc_t ParseBytes(std::string_view bytes, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error) {
+tree_ptr_t ParseBytes(std::string_view bytes, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error) {
   if (const auto wide = AsUtf16(bytes); wide.has_value()) return ParseText(*wide, source, error);
   return Parse(bytes, false, source, error);
 }
 
-doc_t ParseFile(CFile& file, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error) {
+tree_ptr_t ParseFile(CFile& file, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error) {
   return ParseBytes(ReadAll(file), source, error);
 }
 

@@ -1,7 +1,7 @@
 // From bytes or wide text to a libxml2 tree, with a message when there is none.
 #pragma once
 
-#include <libxml/tree.h>
+#include <libxml/xmlerror.h>
 
 #include <functional>
 #include <memory>
@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "platform/framework/cstring.h"
+#include "util/docs/xml_tree_internal.h"
 
 class CFile;
 namespace i18n {
@@ -17,18 +18,15 @@ class ILocalizedMessage;
 
 namespace xml {
 
-struct doc_deleter_t {
-  void operator()(xmlDoc* doc) const { xmlFreeDoc(doc); }
-};
-using doc_t = std::unique_ptr<xmlDoc, doc_deleter_t>;
+using tree_ptr_t = std::unique_ptr<CTree>;
 
 /// The document; or null, and why in `error`. `source` is what messages call it.
-doc_t ParseFile(CFile& file, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error);
-doc_t ParseText(std::u16string_view text, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error);
+tree_ptr_t ParseFile(CFile& file, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error);
+tree_ptr_t ParseText(std::u16string_view text, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error);
 
 /// The same in two steps: the rest of a file, as far as the limit and one byte more, and the document in bytes.
 std::string ReadAll(CFile& file);
-doc_t ParseBytes(std::string_view bytes, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error);
+tree_ptr_t ParseBytes(std::string_view bytes, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error);
 
 /// The position of the first unit that XML cannot hold; text.size() when there is none.
 std::size_t FindBadUnit(std::u16string_view text) noexcept;

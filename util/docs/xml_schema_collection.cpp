@@ -1,6 +1,8 @@
 #include "util/docs/xml_schema_collection.h"
 
+#include <libxml/hash.h>
 #include <libxml/uri.h>
+#include <libxml/valid.h>
 #include <libxml/xmlIO.h>
 #include <libxml/xmlschemas.h>
 
@@ -30,9 +32,7 @@ using message_t = std::unique_ptr<i18n::ILocalizedMessage>;
 
 constexpr std::string_view kSchemaNamespace = "http://www.w3.org/2001/XMLSchema";
 
-std::string_view ViewOf(const xmlChar* text) {
-  return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
-}
+using xml::ViewOf;
 const xmlChar* XmlOf(const std::string& text) { return reinterpret_cast<const xmlChar*>(text.c_str()); }
 
 std::string Taken(xmlChar* text) {
@@ -164,7 +164,7 @@ using schema_ptr_t = std::unique_ptr<T, schema_deleter_t>;
 
 using registered_t = std::map<std::string, CString>;  // the path of each namespace
 
-xml::doc_t ReadSchema(const CString& path, std::string& bytes, message_t& error) {
+xml::tree_ptr_t ReadSchema(const CString& path, std::string& bytes, message_t& error) {
   try {
     CFile file(path, CFile::modeRead);
     bytes = xml::ReadAll(file);
@@ -172,13 +172,13 @@ xml::doc_t ReadSchema(const CString& path, std::string& bytes, message_t& error)
     error = i18n::MakeLocalizedMessage(i18n::IDS_DOCUMENT_FILE, {CVariant(failure.what())});
     return nullptr;
   }
-  xml::doc_t doc = xml::ParseBytes(bytes, path, error);
-  if (doc != nullptr && !IsSchemaElement(xmlDocGetRootElement(doc.get()), "schema")) {
+  xml::tree_ptr_t tree = xml::ParseBytes(bytes, path, error);
+  if (tree != nullptr && !IsSchemaElement(tree->GetRoot(), "schema")) {
     error = i18n::MakeLocalizedMessage(i18n::IDS_SCHEMA_FAULT,
                                        {CVariant(path), CVariant::FromInt32(1), CVariant(u"not an XML schema")});
-    doc.reset();
+    tree.reset();
   }
-  return doc;
+  return tree;
 }
 
 // Collects the registered files and all that they name.
@@ -204,16 +204,17 @@ class CCollector {
 
   bool Take(const pending_t& pending, message_t& error) {
     files_t::file_t file{{}, pending.path};
-    const xml::doc_t doc = ReadSchema(pending.path, file.bytes, error);
-    if (doc == nullptr) return false;
+    const xml::tree_ptr_t tree = ReadSchema(pending.path, file.bytes, error);
+    if (tree == nullptr) return false;
+    xmlDoc* const doc = tree->GetDoc();
     doc->URL = xmlStrdup(XmlOf(pending.location));
-    const xmlNode* node = xmlDocGetRootElement(doc.get())->children;
+    const xmlNode* node = tree->GetRoot()->children;
     for (; node != nullptr; node = node->next) {
       const bool isImport = IsSchemaElement(node, "import");
       if (!isImport && !IsSchemaElement(node, "include") && !IsSchemaElement(node, "redefine")) continue;
       const std::string location = AttributeOf(node, "schemaLocation");
       if (location.empty()) continue;
-      const std::string base = Taken(xmlNodeGetBase(doc.get(), node));
+      const std::string base = Taken(xmlNodeGetBase(doc, node));
       const auto known = isImport ? registered_.find(AttributeOf(node, "namespace")) : registered_.end();
       pending_t named{Resolve(location, base), {}};
       if (known != registered_.end()) {
@@ -278,9 +279,9 @@ schema_ptr_t<xmlSchema> CompileAll(const registered_t& registered, message_t& er
                                       : node == nullptr     ? std::string_view()
                                                             : ViewOf(node->doc->URL);
     const auto file = files.byLocation.find(std::string(location));
+    const CString path = file != files.byLocation.end() ? file->second.path : PathOf(location);
     error = i18n::MakeLocalizedMessage(i18n::IDS_SCHEMA_FAULT,
-                                       {CVariant(file == files.byLocation.end() ? CString() : file->second.path),
-                                        CVariant::FromInt32(fault.line), CVariant(TextOf(fault))});
+                                       {CVariant(path), CVariant::FromInt32(fault.line), CVariant(TextOf(fault))});
   };
   const xml::CErrorScope errors(report);
   const CServing scope(files);
@@ -292,6 +293,20 @@ schema_ptr_t<xmlSchema> CompileAll(const registered_t& registered, message_t& er
   if (error != nullptr) schema.reset();
   if (errors.IsOutOfMemory() || (schema == nullptr && error == nullptr)) throw std::bad_alloc();
   return schema;
+}
+
+// Takes back what a check notes of the values of type xs:ID, so that the next one starts anew.
+void ForgetIds(xmlDoc* doc) {
+  auto* const ids = static_cast<xmlHashTable*>(doc->ids);
+  if (ids == nullptr) return;
+  const auto forget = [](void* id, void*, const xmlChar*) {
+    if (xmlAttr* const attribute = static_cast<xmlID*>(id)->attr; attribute != nullptr) {
+      attribute->atype = static_cast<xmlAttributeType>(0);
+    }
+  };
+  xmlHashScan(ids, forget, nullptr);
+  xmlFreeIDTable(ids);
+  doc->ids = nullptr;
 }
 
 // --- where a fault lies ------------------------------------------------------------------------------------------
@@ -354,9 +369,9 @@ int CXmlSchemaCollection::Add(const char16_t* ns, const char16_t* path) {
   const std::string wanted = CString(ns).ToUtf8();
   message_t error;
   std::string bytes;
-  const xml::doc_t doc = ReadSchema(file, bytes, error);
-  if (doc == nullptr) return state_->Fail(std::move(error));
-  const std::string own = AttributeOf(xmlDocGetRootElement(doc.get()), "targetNamespace");
+  const xml::tree_ptr_t tree = ReadSchema(file, bytes, error);
+  if (tree == nullptr) return state_->Fail(std::move(error));
+  const std::string own = AttributeOf(tree->GetRoot(), "targetNamespace");
   if (own != wanted) {
     return state_->Fail(
         i18n::MakeLocalizedMessage(i18n::IDS_SCHEMA_NAMESPACE, {CVariant(file), CVariant(own), CVariant(wanted)}));
@@ -393,15 +408,16 @@ int CXmlSchemaCollection::Validate(const CXmlDocument& document, std::vector<fau
     if (error.level < XML_ERR_ERROR) return;
     const auto* node = static_cast<const xmlNode*>(error.node);
     if (node != nullptr && node->type != XML_ELEMENT_NODE) node = node->parent;
-    const long line = node == nullptr ? 0 : xmlGetLineNo(node);
-    faults.push_back({line > 0 ? static_cast<int>(line) : 0, CString(paths.PathOf(node)), CString(TextOf(error))});
+    faults.push_back(
+        {node == nullptr ? 0 : xml::CTree::GetLine(node), CString(paths.PathOf(node)), CString(TextOf(error))});
   };
   const xml::CErrorScope errors(report);
   const schema_ptr_t<xmlSchemaValidCtxt> context(xmlSchemaNewValidCtxt(state_->schema.get()));
   if (context == nullptr) throw std::bad_alloc();
-  // What is const here stays so: validating only reads, unless it is told to fill in defaults.
+  // What is const here stays so: validating only reads, but for the identifiers it notes in the tree.
   auto* const doc = static_cast<xmlDoc*>(const_cast<void*>(document.GetTree()));
   const int result = xmlSchemaValidateDoc(context.get(), doc);
+  ForgetIds(doc);
   if (errors.IsOutOfMemory() || result < 0) throw std::bad_alloc();
   return result == 0 && faults.empty() ? 1 : 0;
 }

@@ -1,0 +1,84 @@
+// A libxml2 tree whose nodes lie in a few large blocks of memory and go with them. Making and freeing nodes one by one
+// is most of what loading by the library's own tree builder costs.
+//
+// Nodes are made here only, and never given to a function of libxml2 that would free one.
+#pragma once
+
+#include <libxml/tree.h>
+
+#include <libxml/dict.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace xml {
+
+inline std::string_view ViewOf(const xmlChar* text) noexcept {
+  return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
+}
+
+class CTree {
+ public:
+  /// An empty document. `dict` holds the names; it is shared, and made when null.
+  explicit CTree(xmlDict* dict = nullptr);
+  CTree(const CTree&) = delete;
+  CTree& operator=(const CTree&) = delete;
+  ~CTree();
+
+  static CTree& Of(const xmlNode* node) { return *static_cast<CTree*>(node->doc->_private); }
+  xmlDoc* GetDoc() const { return doc_; }
+  xmlNode* GetRoot() const { return xmlDocGetRootElement(doc_); }
+  const xmlChar* Intern(std::string_view name);
+
+  // Names are interned ones, and so are prefixes; other texts are copied.
+  xmlNode* NewElement(const xmlChar* name, int line);
+  /// A text, CDATA section or comment.
+  xmlNode* NewText(xmlElementType type, std::string_view text);
+  xmlNode* NewInstruction(std::string_view name, std::string_view text);
+  xmlNs* AddNs(xmlNode* element, const xmlChar* prefix, std::string_view href);
+  xmlAttr* AddAttribute(xmlNode* element, xmlNs* ns, const xmlChar* name, std::string_view value);
+  void SetValue(xmlAttr* attribute, std::string_view value);
+  /// Behind the present children; the document is the parent of the top element.
+  void Append(xmlNode* parent, xmlNode* node);
+  void Prepend(xmlNode* parent, xmlNode* node);
+  /// Takes a text out; its memory is used again.
+  void Drop(xmlNode* text);
+
+  // Each element counts the handles to it, and its tree all of them.
+  void AddHandle(xmlNode* element) {
+    ++handles_;
+    element->_private = static_cast<char*>(element->_private) + 1;
+  }
+  /// False for an element without handles.
+  bool RemoveHandle(xmlNode* element) {
+    if (static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(element->_private)) == 0) return false;
+    --handles_;
+    element->_private = static_cast<char*>(element->_private) - 1;
+    return true;
+  }
+  std::size_t GetHandles() const { return handles_; }
+  /// Where the element stood in what was loaded; 0 for one that was written.
+  static int GetLine(const xmlNode* element) {
+    return static_cast<int>(reinterpret_cast<std::uintptr_t>(element->_private) >> 32);
+  }
+
+ private:
+  void* Allocate(std::size_t size, std::size_t alignment);
+  template <class T>
+  T* New(xmlElementType type);
+  void SetContent(xmlNode* text, std::string_view content);
+  xmlChar* Copy(std::string_view text);
+
+  std::vector<std::unique_ptr<std::byte[]>> blocks_;
+  std::byte* free_ = nullptr;  // the rest of the last block
+  std::size_t freeSize_ = 0;
+  xmlDict* dict_;
+  xmlDoc* doc_;
+  xmlNode* dropped_ = nullptr;  // texts to use again, linked by `next`
+  std::size_t handles_ = 0;
+};
+
+}  // namespace xml
