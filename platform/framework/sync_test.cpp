@@ -76,9 +76,9 @@ TEST(LightLock, LetsOneThreadInAtATimeAndWakesThoseWhoFellAsleep) {
       if (i % 2'000 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
   };
-  std::thread others[] = {std::thread(work), std::thread(work), std::thread(work)};
+  std::thread others[] = {std::thread(work), std::thread(work)};
   for (auto& thread : others) thread.join();
-  EXPECT_EQ(counter, 60'000);
+  EXPECT_EQ(counter, 40'000);
 }
 
 }  // namespace

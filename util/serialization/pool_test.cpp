@@ -19,7 +19,7 @@ namespace {
 
 // Watches the traffic of blocks, and fails at a call when told to.
 struct parent_t : zorpool::IPool {
-  ~parent_t() override { EXPECT_TRUE(blocks.empty()); }
+  ~parent_t() override { EXPECT_TRUE(blocks.empty()) << "a pool returns what is in use, too"; }
   void* Alloc(unsigned size) override {
     if (++calls == failAt) throw std::bad_alloc();
     void* const block = std::memset(::operator new(size), 0xAA, size);
@@ -39,32 +39,28 @@ struct parent_t : zorpool::IPool {
 };
 
 TEST(Pool, GivesElementsInOrderOfAddressAndTheOneFreedLastFirst) {
-  for (const auto& [size, chunk, count] :
-       {std::array{16u, 65536u, 4096u}, std::array{24u, 65536u, 2730u}, std::array{264u, 0x100000u, 3971u},
-        std::array{13u, 64u, 4u}, std::array{8u, 8u, 1u}}) {
+  for (const auto& [size, chunk, count] : std::vector<std::array<unsigned, 3>>{
+           {16, 65536, 4096}, {24, 65536, 2730}, {264, 0x100000, 3971}, {13, 64, 4}, {8, 8, 1}}) {
     SCOPED_TRACE(size);
     parent_t parent;
-    {
-      CPool pool(size, chunk, &parent, false);
-      EXPECT_EQ(pool.TotalAlloc(), 0u);
-      std::vector<char*> elements;
-      while (elements.size() != count) elements.push_back(static_cast<char*>(pool.Alloc(3)));
-      for (unsigned i = 0; i != count; ++i) {
-        ASSERT_EQ(elements[i], elements[0] + std::size_t{i} * size);
-        ASSERT_EQ(std::count(elements[i] + sizeof(void*), elements[i] + size, '\0'), size - 8);
-      }
-      void* const next = pool.Alloc(size);
-      for (char* element : {elements.front(), elements.back()}) {
-        pool.Free(element, size);
-        EXPECT_EQ(pool.Alloc(0), element);
-      }
-      EXPECT_EQ(pool.TotalAlloc(), 2 * count * size);
-      EXPECT_THROW(pool.Alloc(size + 1), zorpool::bad_alloc_t);
-      pool.Free(next, 0);
-      EXPECT_EQ(parent.freed, std::vector<void*>{next});
+    std::vector<char*> elements;
+    CPool pool(size, chunk, &parent, false);
+    for (unsigned i = 0; i != count; ++i) {
+      elements.push_back(static_cast<char*>(pool.Alloc(3)));
+      ASSERT_EQ(elements[i], elements[0] + std::size_t{i} * size);
+      ASSERT_EQ(std::count(elements[i] + sizeof(void*), elements[i] + size, '\0'), size - sizeof(void*));
     }
-    EXPECT_EQ(parent.freed.size(), 2u) << "the destructor returns what is in use";
+    void* const next = pool.Alloc(size);
+    for (char* element : {elements.front(), elements.back()}) {
+      pool.Free(element, size);
+      EXPECT_EQ(pool.Alloc(0), element);
+    }
+    EXPECT_EQ(pool.TotalAlloc(), 2 * count * size);
+    EXPECT_THROW(pool.Alloc(size + 1), zorpool::bad_alloc_t);
+    pool.Free(next, 0);
+    EXPECT_EQ(parent.freed, std::vector<void*>{next});
   }
+  EXPECT_STREQ(zorpool::bad_alloc_t().what(), "bad allocation");
   for (const unsigned size : {0u, 7u, 65u}) EXPECT_THROW(CPool(size, 64, nullptr, true), CInvalidArgException);
 }
 
@@ -103,41 +99,34 @@ TEST(Pool, ServesFromTheFirstRoomOfItsChainAndReturnsWhatIsEmpty) {
       }
       const auto held = blocks.size() - static_cast<std::size_t>(std::count(blocks.begin(), blocks.end(), nullptr));
       ASSERT_EQ(parent.blocks.size(), held);
-      ASSERT_EQ(pool.TotalAlloc(), held * 16 * kElements);
-      ASSERT_EQ(pool.TotalInUse(), live.size());
-      ASSERT_EQ(pool.InstanceInUse(), inUse[0]);
+      ASSERT_TRUE(pool.TotalAlloc() == held * 16 * kElements && pool.TotalInUse() == live.size() &&
+                  pool.InstanceInUse() == inUse[0]);
     }
     EXPECT_GT(inUse.size(), 400u) << "a chain long enough to mean something";
   }
 }
 
-template <class Source>
-void ExpectThreadsShare(Source& source) {
-  const auto work = [&](unsigned t) {
-    std::vector<unsigned*> live;
-    for (unsigned i = 0; i != 20'000; ++i) {
-      if (i / 150 % 2 == 0) {
-        live.push_back(std::fill_n(static_cast<unsigned*>(source.Alloc(264)), 66, t) - 66);
-      } else if (!live.empty()) {
-        EXPECT_EQ(std::count(live.back(), live.back() + 66, t), 66);
-        source.Free(live.back(), 264);
-        live.pop_back();
-      }
-      EXPECT_LE(source.TotalAlloc(), 264'000u);
-    }
-    for (unsigned* element : live) source.Free(element, 264);
-  };
-  std::thread others[] = {std::thread(work, 1), std::thread(work, 2)};
-  for (auto& thread : others) thread.join();
-}
-
 TEST(Pool, ThreadsShareOneAndSoTheyDoAPrivateHeap) {
-  CPool pool(264, 264 * 100, nullptr, true);
-  ExpectThreadsShare(pool);
-  EXPECT_EQ(pool.TotalAlloc(), 0u);
-  zorpool::CPrivateHeap heap;
-  ExpectThreadsShare(heap);
-  EXPECT_EQ(heap.TotalAlloc(), 0u);
+  const auto share = [](auto&& source) {
+    const auto work = [&](unsigned t) {
+      std::vector<unsigned*> live;
+      for (unsigned i = 0; i != 21'000; ++i) {
+        if (i / 150 % 2 == 0) {
+          live.push_back(std::fill_n(static_cast<unsigned*>(source.Alloc(264)), 66, t) - 66);
+        } else {
+          EXPECT_EQ(std::count(live.back(), live.back() + 66, t), 66);
+          source.Free(live.back(), 264);
+          live.pop_back();
+        }
+        EXPECT_LE(source.TotalAlloc(), 264'000u);
+      }
+    };
+    std::thread others[] = {std::thread(work, 1), std::thread(work, 2)};
+    for (auto& thread : others) thread.join();
+    EXPECT_EQ(source.TotalAlloc(), 0u);
+  };
+  share(CPool(264, 264 * 100, nullptr, true));
+  share(zorpool::CPrivateHeap());
 }
 
 }  // namespace
