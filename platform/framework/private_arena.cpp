@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cassert>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -86,6 +87,7 @@ CPrivateArena::~CPrivateArena() {
 }
 
 void* CPrivateArena::Alloc(std::uint32_t size) noexcept {
+  assert(size != 0);
   if (size >= kOneBlock) return AllocOneBlock(size);
   const std::uint32_t units = std::max(kFewestUnits, (size + kHeader + kUnit - 1) / kUnit);
   block_t* const block = Obtain(units);

@@ -43,7 +43,7 @@ bool SpinningHelps() {
 
 // How a light lock is waited for: in pauses of some ten nanoseconds each, then asleep.
 constexpr std::uint32_t kFirstRest = 64;
-constexpr std::uint32_t kLongestRest = 1024;
+constexpr std::uint32_t kLongestRest = 128;
 constexpr std::uint32_t kMostPauses = 2000;
 
 }  // namespace

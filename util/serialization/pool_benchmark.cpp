@@ -14,10 +14,7 @@
 #include <vector>
 
 #include "util/serialization/pool.h"
-#if __has_include("util/serialization/private_heap.h")
 #include "util/serialization/private_heap.h"
-#define HEAP 1
-#endif
 
 #if ZORUTIL_BENCH_BOOST
 #include <boost/pool/singleton_pool.hpp>
@@ -31,7 +28,7 @@ namespace {
 constexpr unsigned kElement = 264;
 constexpr unsigned kChunk = 0x100000;
 
-// ---- the pools: each a function object that gives its memory source
+// ---- the sources of memory
 
 struct ours_t {
   zorpool::CPool pool{kElement, kChunk, nullptr, false};
@@ -39,19 +36,24 @@ struct ours_t {
   void Give(void* p, unsigned size) { pool.Free(p, size); }
 };
 
-#if HEAP
+struct small_chunks_t {
+  zorpool::CPool pool{kElement, 0x10000, nullptr, false};
+  void* Take(unsigned size) { return pool.Alloc(size); }
+  void Give(void* p, unsigned size) { pool.Free(p, size); }
+};
+
 struct heap_t {
   zorpool::CPrivateHeap heap;
   void* held = heap.Alloc(1);  // a heap in use, not one that comes and goes with each block
   void* Take(unsigned size) { return heap.Alloc(size); }
   void Give(void* p, unsigned size) { heap.Free(p, size); }
 };
+// One that is made for each block and goes with it.
 struct idle_heap_t {
   zorpool::CPrivateHeap heap;
   void* Take(unsigned size) { return heap.Alloc(size); }
   void Give(void* p, unsigned size) { heap.Free(p, size); }
 };
-#endif
 
 struct malloc_t {
   void* Take(unsigned size) { return std::malloc(size); }
@@ -137,7 +139,7 @@ void Replace(benchmark::State& state, unsigned smallest, unsigned largest) {
   for (const block_t& block : live) source.Give(block.at, block.size);
 }
 
-// Takes elements over a thousand blocks of 64 KiB and gives them back in order.
+// Takes elements of a thousand blocks of 64 KiB and gives them back in order.
 template <class Source>
 void Burst(benchmark::State& state) {
   constexpr std::size_t kElements = 248 * 1000;
@@ -151,12 +153,6 @@ void Burst(benchmark::State& state) {
     state.SetIterationTime(took.count() / kElements);
   }
 }
-
-struct small_chunks_t : ours_t {
-  zorpool::CPool chunks{kElement, 0x10000, nullptr, false};
-  void* Take(unsigned size) { return chunks.Alloc(size); }
-  void Give(void* p, unsigned size) { chunks.Free(p, size); }
-};
 
 // Runs two works at once; the time of one pair.
 template <class One, class Two>
@@ -259,12 +255,10 @@ void AddHeap(const std::string& who) {
   if (mimalloc_t::IsThere()) AddPool<mimalloc_t>("mi_malloc");
   Add("pool burst of 1000 blocks/ours", Burst<small_chunks_t>)->UseManualTime()->Iterations(5);
   Add("pool burst of 1000 blocks/malloc", Burst<malloc_t>)->UseManualTime()->Iterations(5);
-#if HEAP
   AddHeap<heap_t>("ours");
   AddHeap<malloc_t>("malloc");
   if (mimalloc_t::IsThere()) AddHeap<mimalloc_t>("mi_malloc");
   Add("private heap made for one block/ours", Pair<idle_heap_t>);
-#endif
   return true;
 }();
 
