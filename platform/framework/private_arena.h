@@ -35,6 +35,9 @@ class ZORPLATFORM_API CPrivateArena {
   std::uint32_t SizeOf(const void* p) const noexcept;
 
  private:
+  // Small blocks are kept by size when they are freed; larger ones, and small ones before the arena grows, are joined
+  // with what is free around them and kept in lists by range of size.
+
   // A piece of memory from the system. It begins with a bitmap, one bit for each 16 bytes: a live block starts here.
   // Blocks lie behind it, without gaps, up to `top`. A region of one large block has no bitmap.
   struct region_t {

@@ -93,7 +93,9 @@ class ZORUTIL_API CPool : public IPool {
   std::size_t TotalAlloc() const noexcept;
 
  private:
-  // One pool of the chain. It has room if it has a free element, or no block yet.
+  // One pool of the chain. It has room if it has a free element, or no block: then it takes one when its turn comes.
+  // The pools of a chain live as long as its head, which owns them all in one list, so that a long chain neither is
+  // walked to free an element or to find room, nor takes the stack down with it in a recursive destructor.
   struct link_t {
     char* block = nullptr;
     char* free = nullptr;  // first free element; the first word of each is the address of the next

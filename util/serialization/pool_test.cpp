@@ -51,10 +51,8 @@ TEST(Pool, GivesElementsInOrderOfAddressAndTheOneFreedLastFirst) {
       ASSERT_EQ(std::count(elements[i] + sizeof(void*), elements[i] + size, '\0'), size - sizeof(void*));
     }
     void* const next = pool.Alloc(size);
-    for (char* element : {elements.front(), elements.back()}) {
-      pool.Free(element, size);
-      EXPECT_EQ(pool.Alloc(0), element);
-    }
+    pool.Free(elements.back(), size);
+    EXPECT_EQ(pool.Alloc(0), elements.back());
     EXPECT_EQ(pool.TotalAlloc(), 2 * count * size);
     EXPECT_THROW(pool.Alloc(size + 1), zorpool::bad_alloc_t);
     pool.Free(next, 0);

@@ -58,21 +58,21 @@ TEST(PrivateHeap, BlocksOfAllSizesKeepApartWhileTheyComeAndGo) {
       if (live.empty() || random() % 100 < (step / 2'500 % 2 == 0 ? 70u : 30u)) {
         const unsigned size = 1 + static_cast<unsigned>(random()) % (2u << random() % largestLog);
         auto* const block = static_cast<char*>(heap.Alloc(size));
-        ASSERT_EQ(reinterpret_cast<std::uintptr_t>(block) % 16, 0u);
         const auto [at, isNew] = ends.emplace(block, block + size);
         ASSERT_TRUE(isNew && (std::next(at) == ends.end() || at->second <= std::next(at)->first));
-        ASSERT_TRUE(at == ends.begin() || std::prev(at)->second <= block);
+        ASSERT_TRUE(reinterpret_cast<std::uintptr_t>(block) % 16 == 0 &&
+                    (at == ends.begin() || std::prev(at)->second <= block));
         live.emplace_back(static_cast<char*>(std::memset(block, step, size)), size);
       } else {
         std::swap(live[random() % live.size()], live.back());
         const auto [block, size] = live.back();
-        live.pop_back();
         ASSERT_EQ(std::memcmp(block, block + 1, size - 1), 0) << "written to by others";
         ends.erase(block);
-        const unsigned total = heap.TotalAlloc();
+        const unsigned rest = heap.TotalAlloc() - size;
         heap.Free(block, step % 2 == 0 ? size : 0);
-        ASSERT_EQ(heap.TotalAlloc(), total - size);
+        ASSERT_EQ(heap.TotalAlloc(), rest);
         ASSERT_FALSE(heap.Validate(block));
+        live.pop_back();
       }
     }
   }
