@@ -49,8 +49,8 @@ class ZORUTIL_API CProperty final : public IProperty {
   };
 
  public:
-  /// The property and its count are one allocation.
-  static std::shared_ptr<CProperty> Create(int id = 0, CVariant value = {});
+  /// The property and its count are one allocation. The pointer is to the interface, for == to mean what it says below.
+  static std::shared_ptr<IProperty> Create(int id = 0, CVariant value = {});
   CProperty(key_t, int id, CVariant&& value) noexcept;
   CProperty(const CProperty&) = delete;
   CProperty& operator=(const CProperty&) = delete;
