@@ -10,12 +10,11 @@
 #include "util/values/value_testing.h"
 
 using namespace zorutil::properties;
+using value_testing::Value;
 
 namespace {
 
-std::shared_ptr<IProperty> Property(int id, const std::string& value) {
-  return CProperty::Create(id, value_testing::Value(value));
-}
+std::shared_ptr<IProperty> Property(int id, const std::string& value) { return CProperty::Create(id, Value(value)); }
 
 std::string Print(const property_list_t& list) {
   std::ostringstream out;
