@@ -17,6 +17,7 @@
 #include "platform/export.h"
 #include "platform/framework/cstring.h"
 #include "util/json/value.h"
+#include "util/properties/property_list.h"
 
 namespace zorutil::json {
 
@@ -77,6 +78,7 @@ class ZORUTIL_API object_t final : public IValue {
   int number1 = 0;
   int number2 = 0;
   int number3 = 0;
+  properties::property_list_t properties;  ///< of the configuration object it stands for; empty at first
 };
 
 class ZORUTIL_API array_t final : public IValue {
