@@ -16,9 +16,9 @@
 //   limits     kMaxDepth levels of objects and arrays, 2 GB of text; no comments, no trailing commas
 // Writing what was read gives a text that reads as the same document. A variant of another type becomes what comes
 // nearest: a date its text ("2023-03-15 06:30:00.000"), VT_CY and VT_DECIMAL their exact decimal, VT_ERROR its code,
-// an array a JSON array (of one array for each row when it has two dimensions); null stands for an infinity, NaN, VT_NULL
-// and what has no value at all. Reals are the shortest text that reads as the same bits, always with a fraction or an
-// exponent, so that they come back as reals.
+// an array a JSON array (of one array for each row when it has two dimensions); null stands for an infinity, NaN,
+// VT_NULL and what has no value at all. Reals are the shortest text that reads as the same bits, always with a fraction
+// or an exponent, so that they come back as reals.
 //
 // Functions without state; different documents may be read and written on different threads at once.
 #pragma once
@@ -50,8 +50,8 @@ struct ZORUTIL_API text_error_t {
 };
 
 /// Replaces the document by the text's top-level objects. They stand one behind another with white space or nothing
-/// between them; an array of objects among them counts as its objects. A byte order mark at the start is skipped; a text
-/// without any object is an empty document. After an error the document is as it was.
+/// between them; an array of objects among them counts as its objects. A byte order mark at the start is skipped; a
+/// text without any object is an empty document. After an error the document is as it was.
 [[nodiscard]] ZORUTIL_API text_error_t ReadText(std::string_view utf8, root_t& document, int firstLine = 1);
 /// The same for a text that is exactly one value of any kind.
 [[nodiscard]] ZORUTIL_API text_error_t ReadText(std::string_view utf8, std::shared_ptr<IValue>& value,

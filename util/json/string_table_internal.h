@@ -15,8 +15,8 @@ namespace zorutil::json {
 
 class string_table_t {
  public:
-  /// The name whose quoted body in `text` is `body`: the one made before, or what `make()` gives. Bodies lie in the text,
-  /// which outlives the table. Names that collide on purpose are not shared, and cost no more.
+  /// The name whose quoted body in `text` is `body`: the one made before, or what `make()` gives. Bodies lie in the
+  /// text, which outlives the table. Names that collide on purpose are not shared, and cost no more.
   template <class Make>
   CString Find(std::string_view body, std::string_view text, Make make) {
     // Objects of one kind have the same names in the same order.

@@ -113,7 +113,8 @@ constexpr std::array<double, 23> kExactPowersOfTen = {1e0,  1e1,  1e2,  1e3,  1e
 
 // A real whose grammar has been checked. The usual ones have few digits and a small exponent: then one operation on two
 // exact doubles gives the correctly rounded result.
-std::optional<double> ToDouble(std::string_view text, bool negative, std::uint64_t digits, int exponent, bool areExact) {
+std::optional<double> ToDouble(std::string_view text, bool negative, std::uint64_t digits, int exponent,
+                               bool areExact) {
   if (areExact && digits < (std::uint64_t{1} << 53) && exponent >= -22 && exponent <= 22) {
     const double power = kExactPowersOfTen[static_cast<std::size_t>(std::abs(exponent))];
     const auto mantissa = static_cast<double>(digits);
@@ -246,7 +247,8 @@ class reader_t {
   level_t& Top() { return levels_[static_cast<std::size_t>(depth_ - 1)]; }
 
   std::shared_ptr<IValue>* ReadName(std::list<member_t>& members) {
-    if (Token() != '"') Refuse(Token() == '}' ? "a member must follow the comma" : "the name of a member must be in quotes");
+    if (Token() != '"')
+      Refuse(Token() == '}' ? "a member must follow the comma" : "the name of a member must be in quotes");
     CountLines();
     member_t& member = members.emplace_back();
     member.line = line_;
@@ -364,7 +366,8 @@ class reader_t {
       length = utf::Utf16Length(body);
     }
     if (length > std::numeric_limits<std::int32_t>::max() / 2) Refuse("the string is longer than 2^30 characters");
-    const BSTR text = SysAllocStringLen(kind.hasEscapes ? scratch_.data() : nullptr, static_cast<std::uint32_t>(length));
+    const BSTR text =
+        SysAllocStringLen(kind.hasEscapes ? scratch_.data() : nullptr, static_cast<std::uint32_t>(length));
     if (text == nullptr) throw std::bad_alloc();
     if (!kind.hasEscapes && kind.isAscii) {
       utf::WidenAscii(body, text);

@@ -95,7 +95,8 @@ char* WriteCharacter(const char16_t*& at, const char16_t* end, char* out) {
 // The units between the quotes. `out` has room for kMaxBytesPerUnit each, and 16 bytes more.
 char* WriteUnits(const char16_t* at, const char16_t* end, char* out) {
 #if defined(__SSE2__)
-  // Sixteen units a step as long as they are plain ASCII. One that is not makes its saturated byte 0 or 0xFF or negative.
+  // Sixteen units a step as long as they are plain ASCII. One that is not makes its saturated byte 0 or 0xFF or
+  // negative.
   while (end - at >= 8) {
     const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
     const bool two = end - at >= 16;
@@ -353,9 +354,7 @@ class writer_t {
                                    "JSON: objects and arrays are nested deeper than 128 levels");
   }
 
-  std::size_t Size() const {
-    return static_cast<std::size_t>(out_ - reinterpret_cast<const char*>(buffer_.GetData()));
-  }
+  std::size_t Size() const { return static_cast<std::size_t>(out_ - reinterpret_cast<const char*>(buffer_.GetData())); }
 
   void Ensure(std::size_t room) {
     if (static_cast<std::size_t>(end_ - out_) < room) Grow(room);
@@ -445,7 +444,10 @@ std::string WriteTextAsArray(const root_t& document, const write_options_t& opti
 
 // --- json_serializer_t -------------------------------------------------------------------------------------------
 
-json_serializer_t::json_serializer_t(std::string_view utf8) { buffer_.Append(utf8.data(), utf8.size()); isWide_ = false; }
+json_serializer_t::json_serializer_t(std::string_view utf8) {
+  buffer_.Append(utf8.data(), utf8.size());
+  isWide_ = false;
+}
 
 json_serializer_t::~json_serializer_t() = default;
 
