@@ -42,7 +42,7 @@ const object_t& member_t::AsObject() const { return ValueAsObject(value); }
 
 // --- object_t ----------------------------------------------------------------------------------------------------
 
-object_t::object_t(int objectKind, std::list<member_t> content, int first, int second, int third)
+object_t::object_t(int objectKind, member_list_t content, int first, int second, int third)
     : members(std::move(content)),
       kind(objectKind),
       isKind1Or3(objectKind == 1 || objectKind == 3),

@@ -16,6 +16,7 @@
 
 #include "platform/export.h"
 #include "platform/framework/cstring.h"
+#include "util/json/node_memory.h"
 #include "util/json/value.h"
 #include "util/properties/property_list.h"
 
@@ -41,10 +42,12 @@ struct ZORUTIL_API member_t {
   int line = 0;                   ///< where the member began in the text it was read from, counted from 1; 0 if in none
 };
 
+using member_list_t = std::list<member_t, node_allocator_t<member_t>>;
+
 class ZORUTIL_API object_t final : public IValue {
  public:
   object_t() = default;
-  explicit object_t(int objectKind, std::list<member_t> content = {}, int first = 0, int second = 0, int third = 0);
+  explicit object_t(int objectKind, member_list_t content = {}, int first = 0, int second = 0, int third = 0);
   ~object_t() override;
   object_t(const object_t&) = default;
   object_t(object_t&&) noexcept = default;
@@ -71,7 +74,7 @@ class ZORUTIL_API object_t final : public IValue {
   bool IsScalar() const override { return false; }
   void Serialize(ISerializer& out) const override;
 
-  std::list<member_t> members;  ///< in the order of text or insertion; names may repeat
+  member_list_t members;  ///< in the order of text or insertion; names may repeat
   // For the mapping of configuration objects, which gives them their meaning. The text form has none of them.
   int kind = 0;
   bool isKind1Or3 = false;  ///< set by the constructor

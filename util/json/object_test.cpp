@@ -38,15 +38,15 @@ TEST(JsonObject, FindsTheFirstMemberWhateverTheCaseAndAddsAMissingOne) {
 TEST(JsonObject, DocumentsGiveTheirObjectsAway) {
   root_t root;
   EXPECT_TRUE(root.DetachObject().members.empty());
-  root.objects.emplace_back(1, std::list{Member(u"a", 1)});
-  root.objects.emplace_back(2, std::list{Member(u"b", 2)});
+  root.objects.emplace_back(1, member_list_t{Member(u"a", 1)});
+  root.objects.emplace_back(2, member_list_t{Member(u"b", 2)});
   EXPECT_TRUE(root.DetachObject().members.empty());
   EXPECT_EQ(root.objects.size(), 2U);
   const array_t array = root.DetachObjArray();
   EXPECT_TRUE(root.objects.empty());
   ASSERT_EQ(array.elements.size(), 2U);
   EXPECT_EQ(ValueAsString(array.elements[1]), u"{\"b\":2}");
-  root.objects.emplace_back(1, std::list{Member(u"a", 1)});
+  root.objects.emplace_back(1, member_list_t{Member(u"a", 1)});
   EXPECT_EQ(root.DetachObject().members.size(), 1U);
   EXPECT_TRUE(root.objects.empty());
 }

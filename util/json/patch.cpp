@@ -52,8 +52,7 @@ std::shared_ptr<IValue> Clone(const IValue* value, std::size_t& budget) {
     return copy;
   }
   const auto& object = static_cast<const object_t&>(*value);
-  auto copy =
-      std::make_shared<object_t>(object.kind, std::list<member_t>(), object.number1, object.number2, object.number3);
+  auto copy = std::make_shared<object_t>(object.kind, member_list_t(), object.number1, object.number2, object.number3);
   properties::CopyPropertyList(object.properties, copy->properties);
   for (const member_t& member : object.members) {
     copy->members.emplace_back(member.name, Clone(member.value.get(), budget), 0);
@@ -126,18 +125,18 @@ class patcher_t {
     change_t change = change_t::NONE;
     object_t* object = nullptr;
     array_t* array = nullptr;
-    std::list<member_t>::iterator member;  // changed, added, or the one behind the removed
+    member_list_t::iterator member;  // changed, added, or the one behind the removed
     std::size_t index = 0;
     std::shared_ptr<IValue> value;
-    std::list<member_t> removed;
+    member_list_t removed;
   };
 
-  static const member_t* Find(const std::list<member_t>& members, std::u16string_view name) {
+  static const member_t* Find(const member_list_t& members, std::u16string_view name) {
     const auto found =
         std::find_if(members.begin(), members.end(), [&](const member_t& member) { return member.name == name; });
     return found != members.end() ? &*found : nullptr;
   }
-  static CString Text(const std::list<member_t>& members, std::u16string_view name, const char* cause) {
+  static CString Text(const member_list_t& members, std::u16string_view name, const char* cause) {
     const member_t* const found = Find(members, name);
     if (found == nullptr || found->value == nullptr || !found->value->IsString()) throw failure_t{cause};
     return CString(static_cast<const scalar_t&>(*found->value).value.GetStringView());
@@ -147,7 +146,7 @@ class patcher_t {
     if (!tokens) throw failure_t{"this is not a JSON pointer"};
     return std::move(*tokens);
   }
-  static std::shared_ptr<IValue> ValueOf(const std::list<member_t>& members) {
+  static std::shared_ptr<IValue> ValueOf(const member_list_t& members) {
     const member_t* const found = Find(members, u"value");
     if (found == nullptr) throw failure_t{"the operation needs a \"value\""};
     if (Height(found->value.get(), kMaxDepth) > kMaxDepth)
@@ -209,7 +208,7 @@ class patcher_t {
     undo.change = change_t::DOCUMENT;
   }
 
-  void SetMember(object_t& object, std::list<member_t>::iterator member, std::shared_ptr<IValue> value) {
+  void SetMember(object_t& object, member_list_t::iterator member, std::shared_ptr<IValue> value) {
     undo_t& undo = Record();
     undo.object = &object;
     undo.member = member;
@@ -279,7 +278,7 @@ class patcher_t {
     undo.change = change_t::ELEMENT_REMOVED;
   }
 
-  static std::list<member_t>::iterator ExistingMember(object_t& object, const CString& name) {
+  static member_list_t::iterator ExistingMember(object_t& object, const CString& name) {
     const auto found = FindExactly(object.members, name);
     if (found == object.members.end()) throw failure_t{"there is no such member"};
     return found;

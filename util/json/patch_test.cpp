@@ -132,7 +132,8 @@ TEST(JsonPatch, NeitherDoublesADocumentWithoutEndNorNestsItTooDeep) {
   for (int i = 0; i != 60; ++i) doubling += R"(,{"op":"copy","from":"","path":"/)" + std::to_string(i) + "\"}";
   doubling[0] = '[';
   auto document = Value("{}");
-  EXPECT_NE(ApplyPatch(*Value(doubling + "]"), document, {.maxCopies = 10'000}).cause.find("too many"), std::string::npos);
+  EXPECT_NE(ApplyPatch(*Value(doubling + "]"), document, {.maxCopies = 10'000}).cause.find("too many"),
+            std::string::npos);
   EXPECT_EQ(Text(document), "{}");
 
   const std::string deep = std::string(126, '[') + std::string(126, ']');

@@ -14,7 +14,7 @@ std::optional<std::size_t> ParseIndex(std::u16string_view token) {
   return number_text::ParseUInt64(token);  // beyond 64 bits the largest, which no array reaches
 }
 
-std::list<member_t>::iterator FindExactly(std::list<member_t>& members, const CString& name) {
+member_list_t::iterator FindExactly(member_list_t& members, const CString& name) {
   return std::find_if(members.begin(), members.end(), [&](const member_t& member) { return member.name == name; });
 }
 

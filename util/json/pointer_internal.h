@@ -14,6 +14,6 @@ namespace zorutil::json {
 std::optional<std::size_t> ParseIndex(std::u16string_view token);
 
 /// The first member of exactly that name, or the end.
-std::list<member_t>::iterator FindExactly(std::list<member_t>& members, const CString& name);
+member_list_t::iterator FindExactly(member_list_t& members, const CString& name);
 
 }  // namespace zorutil::json

@@ -44,7 +44,13 @@ class string_table_t {
   };
 
   static bool IsEqual(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size()) == 0;
+    if (a.size() != b.size()) return false;
+    if (a.size() < 8) return std::memcmp(a.data(), b.data(), a.size()) == 0;
+    std::size_t at = 0;
+    for (; at + 8 < a.size(); at += 8) {
+      if (Load(a.data() + at, 8) != Load(b.data() + at, 8)) return false;
+    }
+    return Load(a.data() + a.size() - 8, 8) == Load(b.data() + b.size() - 8, 8);
   }
 
   // Eight bytes a step, multiplied and folded.

@@ -15,6 +15,10 @@
 #include "util/json/string_table_internal.h"
 #include "util/json/structural_index_internal.h"
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace zorutil::json {
 namespace {
 
@@ -28,6 +32,20 @@ struct refused_t {
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+
+// Few bytes at a time, most of which are none.
+int CountLineBreaks(const char* at, const char* end) {
+  int count = 0;
+#if defined(__SSE2__)
+  for (; end - at >= 16; at += 16) {
+    const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+    auto found = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n'))));
+    for (; found != 0; found &= found - 1) ++count;
+  }
+#endif
+  for (; at != end; ++at) count += *at == '\n' ? 1 : 0;
+  return count;
+}
 
 // --- strings -----------------------------------------------------------------------------------------------------
 
@@ -170,10 +188,15 @@ class reader_t {
 
  private:
   struct level_t {
-    std::list<member_t>* members;  // of an object
-    array_t* array;                // or an array,
-    std::size_t firstPending;      // whose elements wait from here on
+    member_list_t* members;    // of an object
+    array_t* array;            // or an array,
+    std::size_t firstPending;  // whose elements wait from here on
   };
+
+  template <class Node>
+  static std::shared_ptr<Node> Make() {
+    return std::allocate_shared<Node>(node_allocator_t<Node>());
+  }
 
   std::size_t Place() const { return places_[next_]; }
   char Token() const { return next_ < count_ ? text_[Place()] : '\0'; }
@@ -246,7 +269,7 @@ class reader_t {
 
   level_t& Top() { return levels_[static_cast<std::size_t>(depth_ - 1)]; }
 
-  std::shared_ptr<IValue>* ReadName(std::list<member_t>& members) {
+  std::shared_ptr<IValue>* ReadName(member_list_t& members) {
     if (Token() != '"')
       Refuse(Token() == '}' ? "a member must follow the comma" : "the name of a member must be in quotes");
     CountLines();
@@ -260,16 +283,9 @@ class reader_t {
     return &member.value;
   }
 
-  // The line of the present token. Line breaks stand between tokens only.
+  // The line of the present token.
   void CountLines() {
-    const char* at = text_.data() + counted_;
-    const char* const end = text_.data() + Place();
-    while (at != end) {
-      at = static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at)));
-      if (at == nullptr) break;
-      ++line_;
-      ++at;
-    }
+    line_ += CountLineBreaks(text_.data() + counted_, text_.data() + Place());
     counted_ = Place();
   }
 
@@ -277,21 +293,21 @@ class reader_t {
   std::shared_ptr<IValue>* ReadNode(std::shared_ptr<IValue>& slot) {
     switch (Token()) {
       case '{': {
-        auto object = pool_.Make<object_t>();
-        std::list<member_t>* const members = &object->members;
+        auto object = Make<object_t>();
+        member_list_t* const members = &object->members;
         slot = std::move(object);
         Enter({members, nullptr, 0});
         return Begin();
       }
       case '[': {
-        auto made = pool_.Make<array_t>();
+        auto made = Make<array_t>();
         array_t* const array = made.get();
         slot = std::move(made);
         Enter({nullptr, array, pending_.size()});
         return Begin();
       }
       default: {
-        auto scalar = pool_.Make<scalar_t>();
+        auto scalar = Make<scalar_t>();
         ReadScalar(scalar->value);
         slot = std::move(scalar);
         ++next_;
@@ -357,6 +373,10 @@ class reader_t {
 
   void ReadString(CVariant& value) {
     const std::string_view body = Body();
+    if (body.empty()) {
+      value.AttachString(nullptr);  // a null string is an empty text, and needs no memory
+      return;
+    }
     const string_kind_t kind = KindOf(body);
     std::size_t length = body.size();
     if (kind.hasEscapes) {
