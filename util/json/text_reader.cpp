@@ -366,9 +366,16 @@ class reader_t {
   }
 
   CString MakeName(std::string_view body) {
-    if (!KindOf(body).hasEscapes) return CString(body);
-    scratch_.resize(body.size());
-    return CString(std::u16string_view(scratch_.data(), Unescape(body, Place() + 1, scratch_.data())));
+    if (body.size() > CString::kMaxLength) Refuse("the name is longer than 1 GB");
+    const string_kind_t kind = KindOf(body);
+    return kind.hasEscapes ? CString(Units(body, kind)) : CString(body);
+  }
+
+  // What the string at the present token says, until the next call.
+  std::u16string_view Units(std::string_view body, string_kind_t kind) {
+    if (scratch_.size() < utf::MaxUtf16Units(body.size())) scratch_.resize(utf::MaxUtf16Units(body.size()));
+    char16_t* const out = scratch_.data();
+    return {out, kind.hasEscapes ? Unescape(body, Place() + 1, out) : utf::Utf8ToUtf16(body, out)};
   }
 
   void ReadString(CVariant& value) {
@@ -378,22 +385,13 @@ class reader_t {
       return;
     }
     const string_kind_t kind = KindOf(body);
-    std::size_t length = body.size();
-    if (kind.hasEscapes) {
-      scratch_.resize(body.size());
-      length = Unescape(body, Place() + 1, scratch_.data());
-    } else if (!kind.isAscii) {
-      length = utf::Utf16Length(body);
-    }
+    const bool isPlain = kind.isAscii && !kind.hasEscapes;
+    const std::u16string_view units = isPlain ? std::u16string_view() : Units(body, kind);
+    const std::size_t length = isPlain ? body.size() : units.size();
     if (length > std::numeric_limits<std::int32_t>::max() / 2) Refuse("the string is longer than 2^30 characters");
-    const BSTR text =
-        SysAllocStringLen(kind.hasEscapes ? scratch_.data() : nullptr, static_cast<std::uint32_t>(length));
+    const BSTR text = SysAllocStringLen(isPlain ? nullptr : units.data(), static_cast<std::uint32_t>(length));
     if (text == nullptr) throw std::bad_alloc();
-    if (!kind.hasEscapes && kind.isAscii) {
-      utf::WidenAscii(body, text);
-    } else if (!kind.hasEscapes) {
-      utf::Utf8ToUtf16(body, text);
-    }
+    if (isPlain) utf::WidenAscii(body, text);
     value.AttachString(text);
   }
 

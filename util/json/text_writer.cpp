@@ -161,7 +161,7 @@ char* WriteWord(std::string_view word, char* out) {
 class writer_t {
  public:
   writer_t(zorplatform::CGrowableBuffer& buffer, std::string_view indent, int depth)
-      : buffer_(buffer), indent_(indent), depth_(depth), start_(buffer.GetSize()) {
+      : buffer_(buffer), indent_(indent), depth_(std::max(depth, 0)), start_(buffer.GetSize()) {
     out_ = reinterpret_cast<char*>(buffer_.GetData()) + start_;
     end_ = out_;
   }
@@ -192,6 +192,7 @@ class writer_t {
     if (node == nullptr) return Put("null");
     if (node->IsScalar()) return WriteVariant(static_cast<const scalar_t*>(node)->value);
     if (node->IsObject()) return WriteObject(*static_cast<const object_t*>(node));
+    if (!node->IsArray()) return Put("null");
     WriteArray(static_cast<const array_t*>(node)->elements, [this](const auto& element) { WriteNode(element.get()); });
   }
 
