@@ -1,0 +1,87 @@
+#include "util/json/structural_index_internal.h"
+
+#include <simdjson.h>
+
+#include <new>
+
+namespace zorutil::json {
+
+// Only the first of simdjson's two stages is used, the one that its front ends share: it finds the tokens and checks
+// UTF-8 and control characters. The second builds a tree of its own, which would be copied and has no lines.
+struct structural_index_t::parser_t {
+  std::unique_ptr<simdjson::internal::dom_parser_implementation> stages;
+};
+
+structural_index_t::structural_index_t() : parser_(std::make_unique<parser_t>()) {}
+
+structural_index_t::~structural_index_t() = default;
+
+bool structural_index_t::Build(std::string_view text) {
+  static const std::uint32_t kNothing[] = {0};
+  places_ = kNothing;
+  count_ = 0;
+  if (text.empty()) return true;
+  constexpr std::size_t kNoDepth = 1;  // the second stage's stack
+  const auto allocated =
+      simdjson::get_active_implementation()->create_dom_parser_implementation(text.size(), kNoDepth, parser_->stages);
+  if (allocated != simdjson::SUCCESS) throw std::bad_alloc();
+  const auto* const bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  const auto found = parser_->stages->stage1(bytes, text.size(), simdjson::stage1_mode::regular);
+  if (found == simdjson::EMPTY) return true;
+  if (found != simdjson::SUCCESS) return false;
+  places_ = parser_->stages->structural_indexes.get();
+  count_ = parser_->stages->n_structural_indexes;
+  return true;
+}
+
+namespace {
+
+// The length of the well-formed sequence at `at`, or 0.
+std::size_t SequenceLength(std::string_view text, std::size_t at) {
+  const auto byte = [&](std::size_t i) -> unsigned {
+    return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0;
+  };
+  const auto continues = [&](std::size_t i) { return (byte(i) & 0xC0) == 0x80; };
+  const unsigned first = byte(0);
+  if (first < 0x80) return 1;
+  if (first >= 0xC2 && first <= 0xDF) return continues(1) ? 2 : 0;
+  if (first >= 0xE0 && first <= 0xEF) {
+    const bool isShort = first == 0xE0 && byte(1) < 0xA0;
+    const bool isSurrogate = first == 0xED && byte(1) >= 0xA0;
+    return continues(1) && continues(2) && !isShort && !isSurrogate ? 3 : 0;
+  }
+  if (first >= 0xF0 && first <= 0xF4) {
+    const bool isShort = first == 0xF0 && byte(1) < 0x90;
+    const bool isBeyond = first == 0xF4 && byte(1) >= 0x90;
+    return continues(1) && continues(2) && continues(3) && !isShort && !isBeyond ? 4 : 0;
+  }
+  return 0;
+}
+
+}  // namespace
+
+lexical_fault_t FindLexicalFault(std::string_view text) {
+  bool inString = false;
+  std::size_t start = 0;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t length = SequenceLength(text, at);
+    if (length == 0) return {"this is not UTF-8", at, inString ? start : at};
+    const char c = text[at];
+    if (inString && static_cast<unsigned char>(c) < 0x20) {
+      return {"a control character in a string must be escaped", at, start};
+    }
+    if (c == '"') {
+      inString = !inString;
+      start = at;
+    } else if (c == '\\') {
+      if (!inString) return {"a \\ stands outside a string", at, at};
+      // What is escaped is looked at by itself when it is more than a character of syntax.
+      if (at + 1 < text.size() && (text[at + 1] == '"' || text[at + 1] == '\\')) ++at;
+    }
+    at += length;
+  }
+  if (inString) return {"the string has no end", start, start};
+  return {"the text is malformed", text.size(), text.size()};
+}
+
+}  // namespace zorutil::json
