@@ -1,12 +1,13 @@
 // A failure on its way to a person: the number of a text and the arguments that fill it, rendered when somebody asks,
 // in the language they ask for.
 //
-//   auto message = i18n::MakeLocalizedMessage(i18n::IDS_XML_FAILED, {path, line, column});
+//   auto message = i18n::MakeLocalizedMessage(i18n::IDS_VALUE_OUT_OF_RANGE, {u"0", u"100"});
 //   operatorLog << message->GetMessageText(i18n::kLanguageGerman).ToUtf8();
 //
 // Messages are owned through std::unique_ptr; ownership moves. One thread at a time uses a message.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -32,15 +33,65 @@ class ZORUTIL_API ILocalizedMessage {
   virtual void Deserialize(zorutil::ISerializer& in) = 0;
 };
 
-class ZORUTIL_API CLocalizedMessage : public ILocalizedMessage {
-  // (owner: complete this)
+/// The message that the library makes. A chain of appended ones may be of any length, as far as memory goes, but only
+/// one of at most kMaxParts can be written and read. Other implementations of the interface may stand in it: they are
+/// asked for their own text and binary form, which is to be the one below, and what was appended to them is their own.
+class ZORUTIL_API CLocalizedMessage final : public ILocalizedMessage {
+ public:
+  static constexpr unsigned kMaxParts = 128;
+
+  CLocalizedMessage() = default;
+  explicit CLocalizedMessage(CLocalizedResource resource);
+  CLocalizedMessage(CLocalizedResource resource, std::vector<CVariant>&& arguments);
+  CLocalizedMessage(const CLocalizedMessage&) = delete;
+  CLocalizedMessage& operator=(const CLocalizedMessage&) = delete;
+  ~CLocalizedMessage() override;
+
+  /// The resource's text in that language, filled with the arguments (message_template.h), then the text of the
+  /// appended message. A number that the resource does not hold gives "<<Missing string resource %u>>" with it. A
+  /// message without valid resource is the text of its first argument, empty without one.
+  CString GetMessageText(unsigned short languageId) override;
+  unsigned int GetMessageId() const override { return resource_.GetId(); }
+  /// Whether every part has a valid resource.
+  bool IsLocalized() const override;
+  bool IsMultipartMessage() const override { return appended_ != nullptr; }
+  void Append(std::unique_ptr<ILocalizedMessage> message) override;
+
+  const CLocalizedResource& GetResource() const noexcept { return resource_; }
+  const std::vector<CVariant>& GetArguments() const noexcept { return arguments_; }
+  /// Null when nothing is appended.
+  const ILocalizedMessage* GetAppended() const noexcept { return appended_.get(); }
+  /// A byte that travels with the message and means nothing to it; 0 at first.
+  std::uint8_t GetFlag() const noexcept { return flag_; }
+  void SetFlag(std::uint8_t flag) noexcept { flag_ = flag; }
+
+  /// Little-endian: the resource, the flag (1 byte), the number of arguments (4), the arguments in the form of
+  /// CVariant, 1 or 0 (1 byte) for whether a message follows, and that one in the same form. CException -1, and nothing
+  /// is written, for more than kMaxParts parts; -5 for an argument that CVariant cannot write, and then part of the
+  /// record is there.
+  void Serialize(zorutil::ISerializer& out) const override;
+  /// Replaces all parts. CException -1 for a corrupt record, the serializer's own at the end of data; then the message
+  /// is as it was. Memory grows with the bytes that really arrive.
+  void Deserialize(zorutil::ISerializer& in) override;
+
+ private:
+  friend ZORUTIL_API std::unique_ptr<ILocalizedMessage> CopyLocalizedMessage(
+      std::unique_ptr<ILocalizedMessage>& message);
+
+  CString GetPartText(unsigned short languageId) const;
+
+  CLocalizedResource resource_;
+  std::uint8_t flag_ = 0;
+  std::vector<CVariant> arguments_;
+  std::unique_ptr<ILocalizedMessage> appended_;
 };
 
 /// A message of this library's own texts (message_ids.h).
 ZORUTIL_API std::unique_ptr<ILocalizedMessage> MakeLocalizedMessage(unsigned id, std::vector<CVariant> arguments = {});
 /// A message that is `text` in every language.
 ZORUTIL_API std::unique_ptr<ILocalizedMessage> MakeNonLocalizedMessage(const CString& text);
-/// A deep copy; null gives null.
+/// A deep copy with all parts; null gives null. A part that is no CLocalizedMessage is copied by its binary form, and
+/// becomes one; CException -1 when it does not write that form.
 ZORUTIL_API std::unique_ptr<ILocalizedMessage> CopyLocalizedMessage(std::unique_ptr<ILocalizedMessage>& message);
 
 }  // namespace i18n

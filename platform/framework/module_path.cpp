@@ -1,0 +1,65 @@
+#include "platform/framework/module_path.h"
+
+#include <dlfcn.h>
+#include <link.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+#include "platform/framework/native_path.h"
+
+namespace zorplatform {
+
+CString GetModuleFolder(const void* addressInside) {
+  Dl_info info{};
+  link_map* module = nullptr;
+  if (dladdr1(addressInside, &info, reinterpret_cast<void**>(&module), RTLD_DL_LINKMAP) == 0) return {};
+  std::error_code error;
+  std::filesystem::path path;
+  // The program has no name in this list, and the one that it was started by may be relative to a former folder.
+  if (module == nullptr || module->l_name == nullptr || *module->l_name == '\0') {
+    path = std::filesystem::read_symlink("/proc/self/exe", error);
+  } else {
+    path = std::filesystem::absolute(module->l_name, error);
+  }
+  if (error) return {};
+  return FromNativePath(path.lexically_normal().parent_path());
+}
+
+std::vector<CString> GetEnvironmentFolders(const char* variable) {
+  std::vector<CString> folders;
+  const char* const value = secure_getenv(variable);
+  std::string_view rest = value == nullptr ? std::string_view() : std::string_view(value);
+  while (!rest.empty()) {
+    const std::size_t end = std::min(rest.find(':'), rest.size());
+    if (end != 0) folders.push_back(FromNativePath(std::filesystem::path(rest.substr(0, end))));
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  return folders;
+}
+
+std::vector<CString> FindFileNames(const CString& folder, std::u16string_view begin, std::u16string_view end) {
+  std::vector<CString> names;
+  std::error_code error;
+  std::filesystem::directory_iterator entry(ToNativePath(folder), error);
+  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    const CString name = FromNativePath(entry->path().filename());
+    std::error_code isUnknown;
+    if (name.View().size() >= begin.size() + end.size() && name.View().starts_with(begin) &&
+        name.View().ends_with(end) && !entry->is_directory(isUnknown)) {
+      names.push_back(name);
+    }
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+bool FileIsThere(const CString& path) {
+  std::error_code error;
+  const auto status = std::filesystem::status(ToNativePath(path), error);
+  return !error && std::filesystem::exists(status) && !std::filesystem::is_directory(status);
+}
+
+}  // namespace zorplatform
