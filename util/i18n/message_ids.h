@@ -29,7 +29,14 @@
   X(IDS_DISABLE, 531, "")                                                                   \
   X(IDS_ALLOW, 534, "")                                                                     \
   X(IDS_DENY, 535, "")                                                                      \
-  X(IDS_TIME_OF_DAY_NOT_VALID, 536, "")
+  X(IDS_TIME_OF_DAY_NOT_VALID, 536, "")                                                     \
+  X(IDS_DATE_NOT_VALID, 537, "")                                                            \
+  X(IDS_DATE_AND_TIME_NOT_VALID, 538, "")                                                   \
+  /* A text with fewer or more characters than this number. */                              \
+  X(IDS_TEXT_TOO_SHORT, 539, "d")                                                           \
+  X(IDS_TEXT_TOO_LONG, 540, "d")                                                            \
+  /* A condition of the property leads back to itself. */                                   \
+  X(IDS_CONDITIONS_IN_CIRCLE, 541, "")
 
 namespace i18n {
 
