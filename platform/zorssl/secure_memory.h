@@ -1,7 +1,7 @@
 // Memory for keys and passwords: wiped before it is given back, compared without telling where it differs.
 //
 //   zorssl::secure_bytes_t key(32);
-//   ReadKey(key);                       // std::span, wiped with the vector
+//   ReadKey(key);                           // wiped with the vector
 //
 // Functions without state; any number of threads.
 #pragma once
@@ -24,22 +24,20 @@ ZORPLATFORM_API bool EqualInConstantTime(std::span<const std::uint8_t> a, std::s
 
 /// An allocator of the standard library that wipes what it frees.
 template <class T>
-struct wiping_allocator_t : std::allocator<T> {
+struct wiping_allocator_t {
   using value_type = T;
-  template <class U>
-  struct rebind {
-    using other = wiping_allocator_t<U>;
-  };
   wiping_allocator_t() noexcept = default;
   template <class U>
   wiping_allocator_t(const wiping_allocator_t<U>&) noexcept {}
+  T* allocate(std::size_t count) { return std::allocator<T>().allocate(count); }
   void deallocate(T* memory, std::size_t count) noexcept {
     Wipe(memory, count * sizeof(T));
-    std::allocator<T>::deallocate(memory, count);
+    std::allocator<T>().deallocate(memory, count);
   }
+  bool operator==(const wiping_allocator_t&) const noexcept = default;
 };
 
-/// Bytes that leave nothing behind, when they grow neither. A value.
+/// Bytes that leave nothing behind, not even when they grow. A value.
 using secure_bytes_t = std::vector<std::uint8_t, wiping_allocator_t<std::uint8_t>>;
 
 }  // namespace zorssl

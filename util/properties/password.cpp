@@ -36,10 +36,10 @@ constexpr std::uint8_t kBuiltIn[kPasswordKeySize] = {0x8E, 0x41, 0xD7, 0x2C, 0x9
                                                      0xB4, 0x62, 0xFD, 0x39, 0xA5, 0x11, 0xC8, 0x5E, 0xF3, 0x84, 0x2A,
                                                      0xB9, 0x6D, 0x07, 0xDA, 0x90, 0x4F, 0xE6, 0x3B, 0x72, 0xAC};
 
-// Behind the prefix of the older format, as base64: two bytes of check sum, the UTF-8 text, each byte masked.
+// Behind the prefix of the older format, as base64: four bytes of check sum, the UTF-8 text, each byte masked.
 constexpr std::uint8_t kMask[16] = {0x5A, 0xC3, 0x19, 0x8D, 0x76, 0xE2, 0x3F, 0xA8,
                                     0x91, 0x4C, 0xD5, 0x0B, 0xB7, 0x6E, 0x28, 0xF4};
-constexpr std::size_t kCheckSize = 2;
+constexpr std::size_t kCheckSize = 4;
 
 class CKeys {
  public:
@@ -83,14 +83,18 @@ secure_bytes_t Utf8Of(const CString& text, std::size_t front) {
   return bytes;
 }
 
-CString TextOf(std::span<const std::uint8_t> utf8) {
+// False, and `text` as it was, for bytes that Utf8Of does not give. They were read from a CString, so that they are not
+// too many for one. No constructor of CString is used, for it may copy and leave the first one behind.
+bool TakeText(std::span<const std::uint8_t> utf8, CString& text) {
   const std::string_view bytes(reinterpret_cast<const char*>(utf8.data()), utf8.size());
-  // At least one unit for every three bytes, so that no text that was encrypted is too long.
-  const std::size_t length = utf::Utf16Length(bytes);
-  CString text;
-  utf::Utf8ToUtf16(bytes, text.GetBuffer(static_cast<int>(length)));
-  text.ReleaseBuffer(static_cast<int>(length));
-  return text;
+  CString taken;
+  char16_t* const units = taken.GetBuffer(static_cast<int>(utf::MaxUtf16Units(bytes.size())));
+  taken.ReleaseBuffer(static_cast<int>(utf::Utf8ToUtf16(bytes, units)));
+  const bool isWhole = std::ranges::equal(Utf8Of(taken, 0), utf8);
+  if (isWhole) text.Swap(taken);
+  // What was taken from malformed bytes, or a plain text that stood there before.
+  WipeText(taken);
+  return isWhole;
 }
 
 CString Armour(std::u16string_view prefix, const secure_bytes_t& bytes) {
@@ -144,8 +148,7 @@ bool DecryptCurrent(const CString& text, CString& plainText) {
   const std::span<const std::uint8_t> utf8 = std::span(record).subspan(kTextAt);
   const auto counter = std::span(record).subspan<kCounterAt, zorssl::kAesCounterSize>();
   if (!zorssl::EqualInConstantTime(CounterOf(key, utf8), counter)) return false;
-  plainText = TextOf(utf8);
-  return true;
+  return TakeText(utf8, plainText);
 }
 
 // Masks the record, or takes the mask off.
@@ -155,14 +158,15 @@ void ApplyMask(secure_bytes_t& record) {
   }
 }
 
-// Two sums, so that the order of the bytes counts.
+// Adler-32 (RFC 1950), little-endian: the order of the bytes counts.
 std::array<std::uint8_t, kCheckSize> CheckSum(std::span<const std::uint8_t> utf8) {
-  unsigned low = 1, high = 0;
+  std::uint32_t sum = 1, sumOfSums = 0;
   for (const std::uint8_t byte : utf8) {
-    low = (low + byte) % 251;
-    high = (high + low) % 251;
+    sum = (sum + byte) % 65521;
+    sumOfSums = (sumOfSums + sum) % 65521;
   }
-  return {static_cast<std::uint8_t>(low), static_cast<std::uint8_t>(high)};
+  return {static_cast<std::uint8_t>(sum), static_cast<std::uint8_t>(sum >> 8), static_cast<std::uint8_t>(sumOfSums),
+          static_cast<std::uint8_t>(sumOfSums >> 8)};
 }
 
 CString EncryptOlder(const CString& plainText) {
@@ -178,8 +182,7 @@ bool DecryptOlder(const CString& text, CString& plainText) {
   ApplyMask(record);
   const std::span<const std::uint8_t> utf8 = std::span(record).subspan(kCheckSize);
   if (!std::ranges::equal(CheckSum(utf8), std::span(record).first<kCheckSize>())) return false;
-  plainText = TextOf(utf8);
-  return true;
+  return TakeText(utf8, plainText);
 }
 
 }  // namespace
@@ -198,9 +201,10 @@ void SetPasswordKey(std::span<const std::uint8_t> key) {
 }
 
 void WipeText(CString& text) noexcept {
+  const int capacity = text.GetCapacity();
+  if (capacity == 0) return;
   try {
-    // Of a text that is shared this is a copy of its own.
-    const int capacity = text.GetCapacity();
+    // Of a text that is shared GetBuffer makes a copy first.
     zorssl::Wipe(text.GetBuffer(capacity), static_cast<std::size_t>(capacity) * sizeof(char16_t));
     text.ReleaseBuffer(0);
   } catch (...) {

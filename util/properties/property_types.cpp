@@ -4,6 +4,8 @@
 #include <iterator>
 
 #include "platform/ole/ole_types.h"
+#include "util/i18n/localized_resource.h"
+#include "util/i18n/message_ids.h"
 #include "util/values/enum_text_internal.h"
 
 namespace zorutil::properties {
@@ -105,13 +107,16 @@ unsigned short ExpectedVartype(property_type_t type) noexcept {
   }
 }
 
-// Until the language files carry these words, they are English.
 void GetBooleanStrings(property_type_t type, CString& trueText, CString& falseText) {
+  const auto take = [&](unsigned idOfTrue, unsigned idOfFalse) {
+    trueText = i18n::CLocalizedResource(idOfTrue).GetText(0);
+    falseText = i18n::CLocalizedResource(idOfFalse).GetText(0);
+  };
   switch (type) {
-    case TYPE_ALLOW_DENY: trueText = u"Allow", falseText = u"Deny"; break;
-    case TYPE_ENABLE_DISABLE: trueText = u"Enable", falseText = u"Disable"; break;
-    case TYPE_YES_NO: trueText = u"Yes", falseText = u"No"; break;
-    default: trueText = u"True", falseText = u"False"; break;
+    case TYPE_ALLOW_DENY: return take(i18n::IDS_ALLOW, i18n::IDS_DENY);
+    case TYPE_ENABLE_DISABLE: return take(i18n::IDS_ENABLE, i18n::IDS_DISABLE);
+    case TYPE_YES_NO: return take(i18n::IDS_YES, i18n::IDS_NO);
+    default: trueText = u"True", falseText = u"False";
   }
 }
 

@@ -1,0 +1,316 @@
+// The records of definitions, their files, the index, and the store over a directory of them.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/framework/invalid_arg.h"
+#include "platform/framework/mem_file.h"
+#include "platform/zorplatform/exception.h"
+#include "util/i18n/language_module.h"
+#include "util/properties/definition_file.h"
+#include "util/properties/definition_loader.h"
+#include "util/properties/definition_store.h"
+#include "util/properties/definition_testing.h"
+#include "util/properties/namespace_index_internal.h"
+#include "util/serialization/stream_testing.h"
+
+namespace zorutil::properties {
+namespace {
+
+using definition_testing::CTempFolder;
+using definition_testing::Define;
+using definition_testing::ReadText;
+using definition_testing::When;
+using definition_testing::WriteText;
+using stream_testing::Bytes;
+
+constexpr auto kEqual = CVariantCompare::EQUAL;
+
+std::shared_ptr<property_def_t> SmallDefinition() {
+  auto definition = Define(MakePropertyId(3, 2), u"Ab", TYPE_ENUMERATION, CVariant::FromInt16(-1));
+  definition->SetExempt(true);
+  definition->SetServerOnly(true);
+  definition->SetMetaDataNumber(7);
+  definition->SetFourthNumber(-2);
+  definition->SetDefaultValue(CVariant::FromUInt8(9));
+  definition->SetEnumValues({std::make_shared<enumeration_def_t>(3, 5, 6)});
+  definition->SetEnableConditions({When(1, CVariantCompare::NOT_EQUAL, CVariant::FromBool(true))});
+  return definition;
+}
+
+std::string Written(const definition_file_t& file) {
+  memory_serializer_t out;
+  WriteDefinitionStream(out, file);
+  return stream_testing::Hex(out.GetContent());
+}
+
+// What a client of the reader hears.
+struct heard_t : IDefinitionFileClient {
+  explicit heard_t(int most = 1000) : left(most) {}
+  bool OnNamespace(int number, const CString& fileName, const CString& namespaceName) override {
+    text += std::to_string(number) + "/" + fileName.ToUtf8() + "/" + namespaceName.ToUtf8();
+    return left > 0;
+  }
+  bool OnDefinition(std::shared_ptr<IPropertyDefinition> definition) override {
+    text += " " + definition->GetQualifiedName().ToUtf8();
+    return --left > 0;
+  }
+  std::string text;
+  int left;
+};
+
+const std::string kSmallRecord =
+    "0800 80020000 4162"                                     // the name, in the form of a CVariant
+    "02006000 0F000000 07000000 00000000 00000000 FEFFFFFF"  // id, type, four numbers
+    "01000001 1100 09 0200 FFFF 0000"                        // flags, default, minimum, maximum
+    "01000000 05000000 06000000"                             // one value of the enumeration
+    "00000000 01000000 01000000 05000000 0B00 FFFF";         // no allow condition, one enable condition
+const std::string kSmallHead = "23775599 00 0100 0300 06000000 6D6F746F7273 01000000";
+
+std::string Stripped(std::string hex) {
+  std::erase(hex, ' ');
+  return hex;
+}
+
+TEST(DefinitionFile, HasExactBytesAndRefusesDamage) {
+  const std::string hex = Stripped(kSmallHead + kSmallRecord);
+  EXPECT_EQ(Written({3, u"motors", {SmallDefinition()}}), hex);
+
+  // A file that says it is another kind of file is skipped, and a skipped one is not read on.
+  stream_testing::ExpectRefusesDamage(hex, [](ISerializer& in) {
+    heard_t heard;
+    ReadDefinitionStream(in, u"file", heard);
+  });
+  memory_serializer_t in(Bytes(hex));
+  std::shared_ptr<IPropertyDefinition> read;
+  struct keep_t : heard_t {
+    explicit keep_t(std::shared_ptr<IPropertyDefinition>& place) : kept(place) {}
+    bool OnDefinition(std::shared_ptr<IPropertyDefinition> definition) override {
+      kept = std::move(definition);
+      return true;
+    }
+    std::shared_ptr<IPropertyDefinition>& kept;
+  } keep(read);
+  ASSERT_TRUE(ReadDefinitionStream(in, u"file", keep));
+  ASSERT_NE(read, nullptr);
+  EXPECT_EQ(Written({3, u"motors", {read}}), hex);
+  EXPECT_EQ(read->GetQualifiedName(), u"motors.Ab");
+  EXPECT_EQ(read->GetMinLength(), -1);
+  EXPECT_EQ(read->GetMaxLength(), -1);
+}
+
+TEST(DefinitionFile, IsTakenOrSkippedByItsHeader) {
+  // Flag, the bytes that follow it, the number, the name, no definitions.
+  const struct {
+    const char* hex;
+    bool isTaken;
+    const char* heard;
+  } cases[] = {{"23775599 00 0000 0100 00000000 00000000", true, "1/base/base"},
+               {"23775599 07 AABBCC FF03 02000000 4142 00000000", true, "1023/base/AB"},
+               {"23775599 00 0000 0300 04000000 41004200 00000000", true, "3/base/A"},
+               {"23775599 00 0000 0300 01000000 00 00000000", true, "3/base/base"},
+               {"23775599 00 0000 0000 00000000 00000000", false, ""},
+               {"23775599 00 0000 0004 00000000 00000000", false, ""},
+               {"24775599", false, ""}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.hex);
+    memory_serializer_t in(Bytes(c.hex));
+    heard_t heard;
+    EXPECT_EQ(ReadDefinitionStream(in, u"base", heard), c.isTaken);
+    EXPECT_EQ(heard.text, c.heard);
+  }
+}
+
+TEST(DefinitionFile, CountsThatLieAreCorruptAndCostNoMemory) {
+  const std::string head = "23775599 00 0000 0300 ", record = kSmallRecord;
+  const std::size_t enumCount = record.find("01000000 05000000"), allowCount = record.find("00000000 01000000 0100");
+  const auto with = [&](std::size_t at, const char* count) { return std::string(record).replace(at, 8, count); };
+  const struct {
+    std::string hex;
+    int code;
+  } cases[] = {{head + "FFFFFFFF", -1},
+               {head + "01100000 4142", -1},
+               {head + "00100000 4142", -3},
+               {head + "00000000 01002000", -1},
+               {head + "00000000 00002000", -3},
+               {head + "00000000 01000000" + with(enumCount, "FFFFFFFF"), -1},
+               {head + "00000000 01000000" + with(enumCount, "00000100"), -3},
+               {head + "00000000 01000000" + with(allowCount, "01100000"), -1}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.hex);
+    const auto bytes = Bytes(c.hex);
+    stream_testing::CCountingReader in(bytes);
+    heard_t heard;
+    try {
+      ReadDefinitionStream(in, u"base", heard);
+      ADD_FAILURE() << "taken";
+    } catch (const zorplatform::CException& error) {
+      EXPECT_EQ(error.GetCode(), c.code);
+    }
+    EXPECT_LE(in.GetLargest(), kMaxNamespaceNameBytes);
+  }
+}
+
+TEST(DefinitionFile, ThatCouldNotBeReadBackIsNotWritten) {
+  const CTempFolder folder("definition_writer");
+  const auto fine = Define(MakePropertyId(3, 1), u"a", TYPE_STRING);
+  auto crowded = Define(MakePropertyId(3, 1), u"a", TYPE_STRING);
+  crowded->SetAllowConditions(condition_list_t(kMaxConditions + 1, When(0, kEqual, {})));
+  auto hollow = Define(MakePropertyId(3, 1), u"a", TYPE_STRING);
+  hollow->SetEnableConditions({nullptr});
+  const CString path = folder.GetPath() + u"a.prop";
+  WriteDefinitionFile(path, {3, u"", {fine}});
+  const std::string before = ReadText(path);
+  const definition_file_t refused[] = {
+      {0, u"", {}},        {1024, u"", {}},     {3, u"a\nb", {}},   {4, u"", {fine}},
+      {3, u"", {nullptr}}, {3, u"", {crowded}}, {3, u"", {hollow}}, {3, CString(u'x', 4097), {}}};
+  for (const definition_file_t& file : refused) {
+    EXPECT_THROW(WriteDefinitionFile(path, file), CInvalidArgException) << file.namespaceNumber;
+  }
+  for (const char16_t* name : {u"a,b.prop", u".prop", u"a.txt", u"a\n5=b.prop"}) {
+    EXPECT_THROW(WriteDefinitionFile(folder.GetPath() + name, {3, u"", {}}), CInvalidArgException);
+  }
+  EXPECT_EQ(ReadText(path), before);
+}
+
+TEST(NamespaceIndex, NamesTheFilesThatAreDefinitionFiles) {
+  const CTempFolder folder("definition_index");
+  const CString at = folder.GetPath();
+  WriteDefinitionFile(at + u"Motors.prop", {1, u"motors", {}});
+  WriteDefinitionFile(at + u"a.b.prop", {1023, u"Größe, Gewicht", {}});
+  WriteDefinitionFile(at + u"plain.prop", {7, u"", {}});
+  for (const char* name : {"zero", "over"}) {
+    WriteText(at + name + ".prop", std::string("\x23\x77\x55\x99\0\0\0", 7) +
+                                       std::string(*name == 'z' ? "\0\0" : "\0\4", 2) + std::string(8, '\0'));
+  }
+  WriteText(at + u"other.prop", "12345678");
+  WriteText(at + u"x,y.prop", ReadText(at + u"plain.prop"));
+  CreateIndexFile(at);
+  const std::string index = ReadText(at + kIndexFileName);
+  EXPECT_EQ(index, "1=Motors\r\n1023=a.b,Größe, Gewicht\r\n7=plain\r\n");
+
+  // A file that ends within its header leaves the index as it was.
+  WriteText(at + u"short.prop", std::string("\x23\x77\x55\x99\0\0", 6));
+  EXPECT_EQ(stream_testing::CodeOf({}, [&](ISerializer&) { CreateIndexFile(at); }), -3);
+  EXPECT_EQ(ReadText(at + kIndexFileName), index);
+  RemoveIndexFile(at);
+  RemoveIndexFile(at);
+  EXPECT_FALSE(zorplatform::FileExists(at + kIndexFileName));
+  EXPECT_EQ(stream_testing::CodeOf({}, [&](ISerializer&) { CreateIndexFile(at + u"none\\"); }), -1);
+}
+
+TEST(NamespaceIndex, TakesAnyLines) {
+  const struct {
+    const char* text;
+    const char* entries;
+  } cases[] = {{"", ""},
+               {"4=a,b\n", "4:a/b;"},
+               {"4=a\r\n17=c,d,e", "4:a/a;17:c/d,e;"},
+               {"\n\r\n4\n5=\n6", "4:/;5:/;6:/;"},
+               {"rubbish\n-3=x\n", "0:ubbish/ubbish;"},
+               {"4=a\n4=b\n", "4:a/a;"},
+               {"4294967297=a\n99999999999=b\n", "1:a/a;1215752191:b/b;"},
+               {"7==,\n8,x,y\n", "7:=/;8:x/y;"},
+               {"9=\xFF\xC3,\n", "9:\xEF\xBF\xBD\xEF\xBF\xBD/;"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    std::string entries;
+    for (const auto& [number, entry] : ReadIndexText(c.text)) {
+      entries += std::to_string(number) + ":" + entry.fileName.ToUtf8() + "/" + entry.namespaceName.ToUtf8() + ";";
+    }
+    EXPECT_EQ(entries, c.entries);
+  }
+}
+
+TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
+  const CTempFolder folder("definition_store");
+  const CString at = folder.GetPath();
+  const int speed = MakePropertyId(4, 1), power = MakePropertyId(4, 0x1FFFFF);
+  WriteDefinitionFile(at + u"m.prop", {4,
+                                       u"Motors",
+                                       {Define(speed, u"Speed", TYPE_INTEGER), Define(power, u"power", TYPE_REAL8),
+                                        Define(speed, u"SPEED", TYPE_HEX)}});
+  WriteText(at + u"cut.prop", std::string("\x23\x77\x55\x99\0\0\0\5\0\0\0\0\0\1\0\0\0", 17));
+  CDefinitionStore store(at);
+
+  // Without an index nothing is defined, and whoever asks for the index itself hears of it.
+  EXPECT_EQ(store.GetDefinition(speed), nullptr);
+  EXPECT_EQ(store.GetDefinition(u"Motors", u"speed"), nullptr);
+  EXPECT_EQ(stream_testing::CodeOf({}, [&](ISerializer&) { store.GetNamespaceName(speed); }), -1);
+  CreateIndexFile(at);
+  WriteText(at + kIndexFileName, ReadText(at + kIndexFileName) + "6=gone\n8=m\n9=..\\m\n");
+  store.OnIndexCreated();
+
+  const auto found = store.GetDefinition(speed);
+  ASSERT_NE(found, nullptr);
+  EXPECT_EQ(found->GetType(), TYPE_INTEGER);
+  WriteText(at + u"m.prop", "changed");
+  RemoveIndexFile(at);
+  EXPECT_EQ(store.GetDefinition(u"MOTORS", u"sPEED"), found);
+  EXPECT_EQ(store.GetDefinition(u"m", u"POWER"), store.GetDefinition(power));
+  EXPECT_EQ(store.FindDefinition(speed), found.get());
+  EXPECT_EQ(store.GetNamespaceName(power), CString(u"Motors"));
+  EXPECT_EQ(store.GetNamespaceName(MakePropertyId(77, 0)), CString());
+  for (const int number : {0, 6, 8, 9, 1023})
+    EXPECT_EQ(store.GetDefinition(MakePropertyId(number, 1)), nullptr) << number;
+  EXPECT_EQ(store.GetDefinition(MakePropertyId(4, 2)), nullptr);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(stream_testing::CodeOf({}, [&](ISerializer&) { store.GetDefinition(MakePropertyId(5, 1)); }), -3);
+  }
+
+  std::string heard;
+  auto define = MakeFunctor<std::shared_ptr<IPropertyDefinition>>([&](const auto& each) {
+    heard += each->GetName().ToUtf8() + ";";
+    return each->GetId() == power;
+  });
+  EXPECT_TRUE(store.IterateDefinitions(u"motors", define));
+  EXPECT_FALSE(store.IterateDefinitions(u"nobody", define));
+  EXPECT_FALSE(store.IterateDefinitions(u"..\\m", define));
+  auto name = MakeFunctor<const std::pair<int, metadata_t>&>([&](const auto& each) {
+    heard += std::to_string(each.first) + each.second.fileName.ToUtf8() + (each.second.isLoaded ? "! " : " ");
+    return each.first == 6;
+  });
+  store.IterateNamespaces(name);
+  EXPECT_EQ(heard, "Speed;power;4m! 5cut 6gone ");
+
+  const auto texts = i18n::CLanguageModule::Register(
+      u"m", "[Language]\nName = English\nTag = en\n[Texts]\n12 = Speed of the shaft\n", nullptr);
+  EXPECT_EQ(store.GetMetaData(4, 12, 0).text, u"Speed of the shaft");
+  EXPECT_EQ(store.GetMetaData(4, 13, 0).text, u"");
+  EXPECT_EQ(store.GetMetaData(99, 12, 0).namespaceName, u"");
+}
+
+TEST(DefinitionStore, GivesThreadsThatAskFirstTheSameDefinitions) {
+  const CTempFolder folder("definition_threads");
+  const CString at = folder.GetPath();
+  for (int number = 1; number <= 8; ++number) {
+    definition_file_t file{number, u"", {}};
+    for (int i = 0; i < 100; ++i)
+      file.definitions.push_back(Define(MakePropertyId(number, i * 37), CString(u'a', i + 1), TYPE_STRING));
+    WriteDefinitionFile(at + CString(u'a', number) + u".prop", file);
+  }
+  CreateIndexFile(at);
+  CDefinitionStore store(at);
+  std::vector<const IPropertyDefinition*> found[4];
+  std::atomic<int> ready{0};
+  std::vector<std::thread> threads;
+  for (auto& mine : found) {
+    threads.emplace_back([&] {
+      for (++ready; ready < 4;) std::this_thread::yield();
+      for (int i = 0; i < 800; ++i) mine.push_back(store.FindDefinition(MakePropertyId(i % 8 + 1, i / 8 * 37)));
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (int i = 0; i < 800; ++i) {
+    const auto place = static_cast<std::size_t>(i);
+    ASSERT_NE(found[0][place], nullptr) << i;
+    EXPECT_EQ(found[0][place]->GetId(), MakePropertyId(i % 8 + 1, i / 8 * 37));
+    for (const auto& mine : found) EXPECT_EQ(mine[place], found[0][place]);
+  }
+}
+
+}  // namespace
+}  // namespace zorutil::properties
