@@ -7,6 +7,14 @@
 #include "util/properties/validation.h"
 
 namespace zorutil::properties {
+namespace {
+
+// After an "==" that holds and a "!=" that does not, no further condition is looked at.
+bool IsDecided(const IPropertyCondition& condition, bool holds) {
+  return condition.GetOperation() == (holds ? CVariantCompare::EQUAL : CVariantCompare::NOT_EQUAL);
+}
+
+}  // namespace
 
 CConditionEvaluator::CConditionEvaluator(const property_list_t& list) {
   entries_.reserve(list.size());
@@ -33,55 +41,90 @@ std::size_t CConditionEvaluator::Find(int id) {
   return found == order_.end() || found->first != id ? kNone : found->second;
 }
 
-void CConditionEvaluator::ThrowCircle(int lastId) const {
-  std::string ids;
-  // Of a long way the end tells enough.
-  constexpr std::size_t kTold = 8;
-  for (std::size_t i = path_.size() - std::min(path_.size(), kTold); i < path_.size(); ++i) {
-    ids += std::to_string(ids_[path_[i]]) + " -> ";
-  }
-  throw CConditionCircle("the conditions of properties lead back to themselves, or through more than " +
-                         std::to_string(kMaxConditionDepth) + " properties: " + ids + std::to_string(lastId));
+bool CConditionEvaluator::IsEntryAllowed(std::size_t at) {
+  if (GetState(at) == kUnknown) Evaluate(at);
+  if (GetState(at) == kCircle) ThrowCircle(at);
+  return GetState(at) == kAllowed;
 }
 
-bool CConditionEvaluator::IsEntryAllowed(std::size_t at) {
-  const entry_t& entry = entries_[at];
-  if (entry.definition == nullptr || entry.definition->GetAllowConditions().empty()) return true;
-  if (states_.empty()) states_.resize(entries_.size());
-  state_t& state = states_[at];
-  if (state == kAllowed || state == kForbidden) return state == kAllowed;
-  if (state == kEvaluating) {
-    for (const std::size_t each : path_) states_[each] = kCircle;
-  }
-  if (state == kCircle || path_.size() >= kMaxConditionDepth) ThrowCircle(ids_[at]);
+CConditionEvaluator::state_t CConditionEvaluator::GetState(std::size_t at) const {
+  const IPropertyDefinition* const definition = entries_[at].definition;
+  if (definition == nullptr || definition->GetAllowConditions().empty()) return kAllowed;
+  return states_.empty() ? kUnknown : states_[at];
+}
 
-  state = kEvaluating;
-  path_.push_back(at);
-  try {
-    state = Hold(entry.definition->GetAllowConditions(), ids_[at]) ? kAllowed : kForbidden;
-  } catch (...) {
-    if (state == kEvaluating) state = kUnknown;
+// Conditions watch properties whose conditions watch others. The way is kept here and not on the stack of the thread,
+// so that no list is too long.
+void CConditionEvaluator::Evaluate(std::size_t at) {
+  states_.resize(entries_.size());
+  path_.clear();
+  for (std::size_t next = at;;) {
+    if (next != kNone) {
+      if (GetState(next) == kEvaluating || GetState(next) == kCircle) ThrowCircle(next);
+      path_.push_back({next, 0});
+      states_[next] = kEvaluating;
+    }
+    next = kNone;
+    frame_t& frame = path_.back();
+    const bool holds = Advance(frame, next);
+    if (next != kNone) continue;
+    states_[frame.at] = holds ? kAllowed : kForbidden;
     path_.pop_back();
-    throw;
+    if (path_.empty()) return;
   }
-  path_.pop_back();
-  return state == kAllowed;
+}
+
+// Whether the allow conditions hold, from the frame's on; or which entry must be decided before.
+bool CConditionEvaluator::Advance(frame_t& frame, std::size_t& undecided) {
+  const condition_list_t& conditions = entries_[frame.at].definition->GetAllowConditions();
+  for (;; ++frame.nextCondition) {
+    const IPropertyCondition& condition = *conditions[frame.nextCondition];
+    const std::size_t watched = FindWatched(condition, ids_[frame.at] & 0xFF);
+    if (watched != kNone && GetState(watched) != kAllowed && GetState(watched) != kForbidden) {
+      undecided = watched;
+      return false;
+    }
+    const bool holds = HoldsFor(condition, watched);
+    if (IsDecided(condition, holds) || frame.nextCondition + 1 == conditions.size()) return holds;
+  }
+}
+
+void CConditionEvaluator::ThrowCircle(std::size_t last) {
+  // Of a long way the end tells enough.
+  constexpr std::size_t kTold = 8;
+  std::string ids;
+  for (std::size_t i = 0; i < path_.size(); ++i) {
+    if (i + kTold >= path_.size()) ids += std::to_string(ids_[path_[i].at]) + " -> ";
+    states_[path_[i].at] = kCircle;
+  }
+  path_.clear();
+  throw CConditionCircle("the conditions of properties lead back to themselves: " + ids + std::to_string(ids_[last]));
+}
+
+std::size_t CConditionEvaluator::FindWatched(const IPropertyCondition& condition, int byte) {
+  const int id = condition.GetWatchedId();
+  if (id == 0) return kNone;
+  const std::size_t found = Find(id | byte);
+  return found == kNone && byte != 0 ? Find(id) : found;
+}
+
+bool CConditionEvaluator::HoldsFor(const IPropertyCondition& condition, std::size_t watched) const {
+  if (condition.GetWatchedId() == 0) return true;
+  return watched != kNone && GetState(watched) == kAllowed &&
+         CVariantCompare::Values(condition.GetValue(), entries_[watched].property->GetValue(),
+                                 condition.GetOperation());
 }
 
 bool CConditionEvaluator::Holds(const IPropertyCondition& condition, int byte) {
-  const int watchedId = condition.GetWatchedId();
-  if (watchedId == 0) return true;
-  std::size_t at = Find(watchedId | byte);
-  if (at == kNone && byte != 0) at = Find(watchedId);
-  if (at == kNone || !IsEntryAllowed(at)) return false;
-  return CVariantCompare::Values(condition.GetValue(), entries_[at].property->GetValue(), condition.GetOperation());
+  const std::size_t watched = FindWatched(condition, byte);
+  return (watched == kNone || IsEntryAllowed(watched)) && HoldsFor(condition, watched);
 }
 
 bool CConditionEvaluator::Hold(const condition_list_t& conditions, int propertyId) {
   bool holds = true;
   for (const auto& condition : conditions) {
     holds = Holds(*condition, propertyId & 0xFF);
-    if (condition->GetOperation() == (holds ? CVariantCompare::EQUAL : CVariantCompare::NOT_EQUAL)) break;
+    if (IsDecided(*condition, holds)) break;
   }
   return holds;
 }

@@ -13,7 +13,7 @@
 
 namespace zorutil::properties {
 
-/// CException -1: conditions that lead back to themselves, or too far.
+/// CException -1: conditions that lead back to themselves.
 class CConditionCircle : public zorplatform::CException {
  public:
   explicit CConditionCircle(std::string text) : CException(kEndOfStream, std::move(text)) {}
@@ -39,17 +39,26 @@ class CConditionEvaluator {
 
  private:
   enum state_t : std::uint8_t { kUnknown, kEvaluating, kForbidden, kAllowed, kCircle };
+  struct frame_t {
+    std::size_t at;
+    std::size_t nextCondition;
+  };
   static constexpr std::size_t kNone = ~std::size_t{0};
   static constexpr std::size_t kScanned = 64;  // entries; longer lists are searched by order
 
   std::size_t Find(int id);
-  [[noreturn]] void ThrowCircle(int lastId) const;
+  std::size_t FindWatched(const IPropertyCondition& condition, int byte);
+  bool HoldsFor(const IPropertyCondition& condition, std::size_t watched) const;
+  state_t GetState(std::size_t at) const;
+  void Evaluate(std::size_t at);
+  bool Advance(frame_t& frame, std::size_t& undecided);
+  [[noreturn]] void ThrowCircle(std::size_t last);
 
   std::vector<entry_t> entries_;
   std::vector<int> ids_;
   std::vector<state_t> states_;
   std::vector<std::pair<int, std::uint32_t>> order_;  // by id, then place; filled by the first search of a long list
-  std::vector<std::size_t> path_;                     // of the entries that are being evaluated
+  std::vector<frame_t> path_;                         // the entries that are being evaluated, each for the one before
 };
 
 }  // namespace zorutil::properties

@@ -63,7 +63,7 @@ struct heard_t : IDefinitionFileClient {
 };
 
 const std::string kSmallRecord =
-    "0800 80020000 4162"                                     // the name, in the form of a CVariant
+    "0800 02000080 4162"                                     // the name, in the form of a CVariant
     "02006000 0F000000 07000000 00000000 00000000 FEFFFFFF"  // id, type, four numbers
     "01000001 1100 09 0200 FFFF 0000"                        // flags, default, minimum, maximum
     "01000000 05000000 06000000"                             // one value of the enumeration
@@ -241,7 +241,7 @@ TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
   EXPECT_EQ(store.GetDefinition(u"Motors", u"speed"), nullptr);
   EXPECT_EQ(stream_testing::CodeOf({}, [&](ISerializer&) { store.GetNamespaceName(speed); }), -1);
   CreateIndexFile(at);
-  WriteText(at + kIndexFileName, ReadText(at + kIndexFileName) + "6=gone\n8=m\n9=..\\m\n");
+  WriteText(at + kIndexFileName, ReadText(at + kIndexFileName) + "6=gone\n8=m,Eight\n9=..\\m\n");
   store.OnIndexCreated();
 
   const auto found = store.GetDefinition(speed);
@@ -268,13 +268,13 @@ TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
   });
   EXPECT_TRUE(store.IterateDefinitions(u"motors", define));
   EXPECT_FALSE(store.IterateDefinitions(u"nobody", define));
-  EXPECT_FALSE(store.IterateDefinitions(u"..\\m", define));
+  EXPECT_FALSE(store.IterateDefinitions(u"..\\x", define));
   auto name = MakeFunctor<const std::pair<int, metadata_t>&>([&](const auto& each) {
     heard += std::to_string(each.first) + each.second.fileName.ToUtf8() + (each.second.isLoaded ? "! " : " ");
     return each.first == 6;
   });
   store.IterateNamespaces(name);
-  EXPECT_EQ(heard, "Speed;power;4m! 5cut 6gone ");
+  EXPECT_EQ(heard, "Speed;power;4m! 5cut 6gone! ");
 
   const auto texts = i18n::CLanguageModule::Register(
       u"m", "[Language]\nName = English\nTag = en\n[Texts]\n12 = Speed of the shaft\n", nullptr);

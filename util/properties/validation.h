@@ -25,8 +25,8 @@
 // - The value of an enumeration is one of its definition's, or one that the context offers (524).
 //
 // Whether a property is allowed or enabled depends on conditions, which watch other properties of the same list.
-// Conditions that lead back to themselves, or through more than kMaxConditionDepth properties, are a fault of the
-// definitions: zorplatform::CException -1 that names the ids, and in a collection a failure with message 541.
+// Conditions that lead back to themselves are a fault of the definitions: zorplatform::CException -1 that names the
+// ids, and in a collection a failure with message 541.
 //
 // What reading a definition file throws (definition_store.h) passes through. No state; any number of threads, each with
 // lists and contexts of its own.
@@ -108,8 +108,6 @@ ZORUTIL_API bool IsRequired(int id, IValidationContext& context);
 ZORUTIL_API bool IsServerOnly(int id, IValidationContext& context);
 
 // --- conditions ------------------------------------------------------------------------------------------------------
-
-inline constexpr int kMaxConditionDepth = 128;
 
 /// Whether one condition holds. The property that it watches is the first of the list whose id is the watched one with
 /// the bits of `byte` added, or else the watched one itself. It must be there and be allowed, and its value must stand
