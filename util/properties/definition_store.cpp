@@ -41,8 +41,8 @@ class CNamespace {
     if (slots_.empty()) return nullptr;
     for (std::size_t at = Home(id);; at = (at + 1) & (slots_.size() - 1)) {
       const slot_t& slot = slots_[at];
-      if (slot.index == kFree) return nullptr;
-      if (slot.id == id) return &definitions_[slot.index];
+      if (slot.definition == nullptr) return nullptr;
+      if (slot.id == id) return &slot.definition;
     }
   }
 
@@ -56,10 +56,10 @@ class CNamespace {
   }
 
  private:
-  static constexpr std::uint32_t kFree = ~std::uint32_t{0};
+  // The pointer stands in the table: one line of memory less to fetch for each lookup.
   struct slot_t {
     int id = 0;
-    std::uint32_t index = kFree;
+    definition_ptr_t definition;
   };
 
   // The upper bits of the product, of which there are as many as the table has address bits.
@@ -70,12 +70,12 @@ class CNamespace {
     if (definitions_.empty()) return;
     slots_.resize(std::bit_ceil(definitions_.size() * 2));
     shift_ = 32 - std::countr_zero(slots_.size());
-    for (std::uint32_t index = 0; index < definitions_.size(); ++index) {
-      const int id = definitions_[index]->GetId();
+    for (const definition_ptr_t& definition : definitions_) {
+      const int id = definition->GetId();
       if (GetNamespaceNumber(id) != number || Find(id) != nullptr) continue;
       std::size_t at = Home(id);
-      while (slots_[at].index != kFree) at = (at + 1) & (slots_.size() - 1);
-      slots_[at] = {id, index};
+      while (slots_[at].definition != nullptr) at = (at + 1) & (slots_.size() - 1);
+      slots_[at] = {id, definition};
     }
   }
 
