@@ -53,11 +53,11 @@ bool CFileSearch::FindFile(const CString& mask, ICallback& callback) {
   const CString pattern = mask.Mid(folderLength);
 
   std::vector<CString> names;
-  std::error_code error;
+  std::error_code error, unknown;
   fs::directory_iterator entry(folder.IsEmpty() ? fs::path(".") : ToNativePath(folder), error);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
     CString name = FromNativePath(entry->path().filename());
-    if (Matches(name, pattern) && !IsFolder(entry->path())) names.push_back(std::move(name));
+    if (Matches(name, pattern) && entry->is_regular_file(unknown)) names.push_back(std::move(name));
   }
   std::sort(names.begin(), names.end());
   for (const CString& name : names) {

@@ -170,17 +170,29 @@ struct CDefinitionStore::state_t {
 
   const CNamespace& LoadNamespace(int number) {
     auto& place = namespaces[static_cast<std::size_t>(number)];
-    const CNamespace* standIn = &withoutIndex;
-    if (HasIndex()) {
-      const namespace_map_t& map = GetIndex();
-      const auto entry = map.find(number);
-      if (number != 0 && entry != map.end()) {
-        return *Publish(place, std::make_unique<const CNamespace>(ReadFile(entry->second.fileName, number), number));
-      }
-      standIn = &unknown;
+    if (!HasIndex()) {
+      const CNamespace& present = Occupy(place, withoutIndex);
+      // An index that came up in between must not be overlooked for good.
+      if (&present != &withoutIndex || !HasIndex()) return present;
+      OnIndexCreated();
+      return GetNamespace(number);
     }
+    const namespace_map_t& map = GetIndex();
+    const auto entry = map.find(number);
+    if (number == 0 || entry == map.end()) return Occupy(place, unknown);
+    return *Publish(place, std::make_unique<const CNamespace>(ReadFile(entry->second.fileName, number), number));
+  }
+
+  static const CNamespace& Occupy(std::atomic<const CNamespace*>& place, const CNamespace& standIn) noexcept {
     const CNamespace* present = nullptr;
-    return place.compare_exchange_strong(present, standIn, std::memory_order_acq_rel) ? *standIn : *present;
+    return place.compare_exchange_strong(present, &standIn, std::memory_order_acq_rel) ? standIn : *present;
+  }
+
+  void OnIndexCreated() noexcept {
+    for (auto& each : namespaces) {
+      const CNamespace* standIn = &withoutIndex;
+      each.compare_exchange_strong(standIn, nullptr, std::memory_order_acq_rel);
+    }
   }
 
   std::vector<definition_ptr_t> ReadFile(const CString& fileName, int number) const {
@@ -277,11 +289,6 @@ metadata_t CDefinitionStore::GetMetaData(int namespaceNumber, int number, unsign
   return result;
 }
 
-void CDefinitionStore::OnIndexCreated() noexcept {
-  for (auto& each : state_->namespaces) {
-    const CNamespace* standIn = &state_->withoutIndex;
-    each.compare_exchange_strong(standIn, nullptr, std::memory_order_acq_rel);
-  }
-}
+void CDefinitionStore::OnIndexCreated() noexcept { state_->OnIndexCreated(); }
 
 }  // namespace zorutil::properties
