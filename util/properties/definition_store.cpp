@@ -122,8 +122,8 @@ struct CDefinitionStore::state_t {
   std::atomic<const namespace_map_t*> index{nullptr};
   std::array<std::atomic<const CNamespace*>, kMaxNamespace + 1> namespaces{};
   // Stands for a namespace that the index does not have, and for one that was asked for without an index.
-  const CNamespace unknown;
-  const CNamespace withoutIndex;
+  const CNamespace unknown{};
+  const CNamespace withoutIndex{};
 
   ~state_t() {
     delete index.load();
