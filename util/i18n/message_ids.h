@@ -9,62 +9,68 @@
 /// X(name, number, arguments): of the arguments that the text takes, in order, the kind of each: `s` text, `d` integer,
 /// `f` real, `c` character.
 /// 600 to 649: documents (util/docs). 650 to 699: programs' own.
-#define ZORUTIL_MESSAGE_IDS(X)                                                                                       \
-  /* The names of the ways to scale. */                                                                              \
-  X(IDS_SCALING_NONE, 500, "")                                                                                       \
-  X(IDS_SCALING_LINEAR, 501, "")                                                                                     \
-  X(IDS_SCALING_SQUARE_ROOT, 502, "")                                                                                \
-  /* The name of an object that cannot be made valid: the name. */                                                   \
-  X(IDS_OBJECT_NAME_NOT_VALID, 504, "s")                                                                             \
-  /* A deadband or another range whose low end lies above its high end. */                                           \
-  X(IDS_LOW_RANGE_ABOVE_HIGH, 505, "")                                                                               \
-  /* A property's value outside its limits: the smallest and the largest value, as text. */                          \
-  X(IDS_VALUE_OUT_OF_RANGE, 508, "ss")                                                                               \
-  X(IDS_VALUE_NOT_IN_ENUMERATION, 524, "")                                                                           \
-  X(IDS_VALUE_OF_WRONG_TYPE, 527, "")                                                                                \
-  /* The two states of a boolean property. */                                                                        \
-  X(IDS_YES, 528, "")                                                                                                \
-  X(IDS_NO, 529, "")                                                                                                 \
-  X(IDS_ENABLE, 530, "")                                                                                             \
-  X(IDS_DISABLE, 531, "")                                                                                            \
-  X(IDS_ALLOW, 534, "")                                                                                              \
-  X(IDS_DENY, 535, "")                                                                                               \
-  X(IDS_TIME_OF_DAY_NOT_VALID, 536, "")                                                                              \
-  /* Documents. Those up to 610 begin with the file, the line and the column. Any other fault: what the parser says. \
-   */                                                                                                                \
-  X(IDS_XML_FAULT, 600, "sdds")                                                                                      \
-  /* The element that is open, its line, the name that closes it. */                                                 \
-  X(IDS_XML_MISMATCHED_TAG, 601, "sddsds")                                                                           \
-  X(IDS_XML_PREMATURE_END, 602, "sdd")                                                                               \
-  X(IDS_XML_TYPE_DEFINITION, 603, "sdd")                                                                             \
-  /* The limit. */                                                                                                   \
-  X(IDS_XML_TOO_DEEP, 604, "sddd")                                                                                   \
-  X(IDS_XML_UNKNOWN_ENTITY, 605, "sdds")                                                                             \
-  X(IDS_XML_DUPLICATE_ATTRIBUTE, 606, "sdds")                                                                        \
-  X(IDS_XML_CHARACTER, 607, "sdd")                                                                                   \
-  X(IDS_XML_ENCODING, 608, "sdd")                                                                                    \
-  /* The limit. */                                                                                                   \
-  X(IDS_XML_TOO_MANY_ATTRIBUTES, 609, "sddd")                                                                        \
-  X(IDS_XML_UNKNOWN_PREFIX, 610, "sdds")                                                                             \
-  /* The file. */                                                                                                    \
-  X(IDS_XML_EMPTY, 611, "s")                                                                                         \
-  /* The file, the limit in bytes. */                                                                                \
-  X(IDS_XML_TOO_LARGE, 612, "sd")                                                                                    \
-  /* A file that cannot be read or written: what failed. */                                                          \
-  X(IDS_DOCUMENT_FILE, 620, "s")                                                                                     \
-  /* A document without content is not saved: the file. */                                                           \
-  X(IDS_DOCUMENT_EMPTY, 621, "s")                                                                                    \
-  /* A text with a character that no document holds: the element or attribute, the character. */                     \
-  X(IDS_DOCUMENT_CHARACTER, 630, "ss")                                                                               \
-  /* A text that is no name of an element, attribute or namespace. */                                                \
-  X(IDS_DOCUMENT_NAME, 631, "s")                                                                                     \
-  /* An element that would lie too deep: its name, the limit. */                                                     \
-  X(IDS_DOCUMENT_DEPTH, 632, "sd")                                                                                   \
-  /* A fault of a schema: the file, the line, what is wrong. */                                                      \
-  X(IDS_SCHEMA_FAULT, 640, "sds")                                                                                    \
-  /* A schema registered for another namespace than its own: the file, its own, the other. */                        \
-  X(IDS_SCHEMA_NAMESPACE, 641, "sss")                                                                                \
-  /* A schema that would have to be fetched: the file that names it, its location. */                                \
+#define ZORUTIL_MESSAGE_IDS(X)                                                                              \
+  /* The names of the ways to scale. */                                                                     \
+  X(IDS_SCALING_NONE, 500, "")                                                                              \
+  X(IDS_SCALING_LINEAR, 501, "")                                                                            \
+  X(IDS_SCALING_SQUARE_ROOT, 502, "")                                                                       \
+  /* The name of an object that cannot be made valid: the name. */                                          \
+  X(IDS_OBJECT_NAME_NOT_VALID, 504, "s")                                                                    \
+  /* A deadband or another range whose low end lies above its high end. */                                  \
+  X(IDS_LOW_RANGE_ABOVE_HIGH, 505, "")                                                                      \
+  /* A property's value outside its limits: the smallest and the largest value, as text. */                 \
+  X(IDS_VALUE_OUT_OF_RANGE, 508, "ss")                                                                      \
+  X(IDS_VALUE_NOT_IN_ENUMERATION, 524, "")                                                                  \
+  X(IDS_VALUE_OF_WRONG_TYPE, 527, "")                                                                       \
+  /* The two states of a boolean property. */                                                               \
+  X(IDS_YES, 528, "")                                                                                       \
+  X(IDS_NO, 529, "")                                                                                        \
+  X(IDS_ENABLE, 530, "")                                                                                    \
+  X(IDS_DISABLE, 531, "")                                                                                   \
+  X(IDS_ALLOW, 534, "")                                                                                     \
+  X(IDS_DENY, 535, "")                                                                                      \
+  X(IDS_TIME_OF_DAY_NOT_VALID, 536, "")                                                                     \
+  X(IDS_DATE_NOT_VALID, 537, "")                                                                            \
+  X(IDS_DATE_AND_TIME_NOT_VALID, 538, "")                                                                   \
+  /* A text with fewer or more characters than this number. */                                              \
+  X(IDS_TEXT_TOO_SHORT, 539, "d")                                                                           \
+  X(IDS_TEXT_TOO_LONG, 540, "d")                                                                            \
+  /* A condition of the property leads back to itself. */                                                   \
+  X(IDS_CONDITIONS_IN_CIRCLE, 541, "")                                                                      \
+  /* Documents. Those up to 610 begin with file, line and column. Any other fault: what the parser says. */ \
+  X(IDS_XML_FAULT, 600, "sdds")                                                                             \
+  /* The element that is open, its line, the name that closes it. */                                        \
+  X(IDS_XML_MISMATCHED_TAG, 601, "sddsds")                                                                  \
+  X(IDS_XML_PREMATURE_END, 602, "sdd")                                                                      \
+  X(IDS_XML_TYPE_DEFINITION, 603, "sdd")                                                                    \
+  /* The limit. */                                                                                          \
+  X(IDS_XML_TOO_DEEP, 604, "sddd")                                                                          \
+  X(IDS_XML_UNKNOWN_ENTITY, 605, "sdds")                                                                    \
+  X(IDS_XML_DUPLICATE_ATTRIBUTE, 606, "sdds")                                                               \
+  X(IDS_XML_CHARACTER, 607, "sdd")                                                                          \
+  X(IDS_XML_ENCODING, 608, "sdd")                                                                           \
+  /* The limit. */                                                                                          \
+  X(IDS_XML_TOO_MANY_ATTRIBUTES, 609, "sddd")                                                               \
+  X(IDS_XML_UNKNOWN_PREFIX, 610, "sdds")                                                                    \
+  /* The file. */                                                                                           \
+  X(IDS_XML_EMPTY, 611, "s")                                                                                \
+  /* The file, the limit in bytes. */                                                                       \
+  X(IDS_XML_TOO_LARGE, 612, "sd")                                                                           \
+  /* A file that cannot be read or written: what failed. */                                                 \
+  X(IDS_DOCUMENT_FILE, 620, "s")                                                                            \
+  /* A document without content is not saved: the file. */                                                  \
+  X(IDS_DOCUMENT_EMPTY, 621, "s")                                                                           \
+  /* A text with a character that no document holds: the element or attribute, the character. */            \
+  X(IDS_DOCUMENT_CHARACTER, 630, "ss")                                                                      \
+  /* A text that is no name of an element, attribute or namespace. */                                       \
+  X(IDS_DOCUMENT_NAME, 631, "s")                                                                            \
+  /* An element that would lie too deep: its name, the limit. */                                            \
+  X(IDS_DOCUMENT_DEPTH, 632, "sd")                                                                          \
+  /* A fault of a schema: the file, the line, what is wrong. */                                             \
+  X(IDS_SCHEMA_FAULT, 640, "sds")                                                                           \
+  /* A schema registered for another namespace than its own: the file, its own, the other. */               \
+  X(IDS_SCHEMA_NAMESPACE, 641, "sss")                                                                       \
+  /* A schema that would have to be fetched: the file that names it, its location. */                       \
   X(IDS_SCHEMA_REMOTE, 642, "ss")
 
 namespace i18n {

@@ -1,0 +1,44 @@
+// Which files are there, and making and removing them by name.
+//
+//   class CList : public zorplatform::CFileSearch::ICallback {
+//     bool OnFile(const zorplatform::found_file_t& file) override { return Offer(file.name); }
+//   };
+//   CList list;
+//   zorplatform::CFileSearch::FindFile(folder + u"*.prop", list);
+//
+// Path texts use "\" (framework/native_path.h). No state; any number of threads.
+#pragma once
+
+#include "platform/export.h"
+#include "platform/framework/cstring.h"
+
+namespace zorplatform {
+
+struct found_file_t {
+  CString name;  ///< without the folder
+  CString path;  ///< the folder as it was asked for, and the name
+};
+
+class ZORPLATFORM_API CFileSearch {
+ public:
+  class ZORPLATFORM_API ICallback {
+   public:
+    virtual ~ICallback();
+    /// False ends the search. What it throws passes through the search.
+    virtual bool OnFile(const found_file_t& file) = 0;
+  };
+
+  /// Calls for each file, in the order of their names (by code units), so that one folder always gives one order. What
+  /// stands behind the last "\" of `mask` is the pattern: "*" is any run of units, "?" one unit, letter case counts.
+  /// Folders, pipes and devices are left out. False when there is no such file, or the folder cannot be read.
+  static bool FindFile(const CString& mask, ICallback& callback);
+};
+
+/// Whether something other than a folder lies there.
+ZORPLATFORM_API bool FileExists(const CString& path);
+/// Makes a folder and those above it. True when it is there in the end.
+ZORPLATFORM_API bool CreatePath(const CString& path);
+/// False when there was no file. CFileException when it cannot be removed; a folder is not.
+ZORPLATFORM_API bool RemoveFile(const CString& path);
+
+}  // namespace zorplatform

@@ -1,0 +1,72 @@
+#include "util/properties/definition_file.h"
+
+#include <string>
+
+#include "platform/framework/file.h"
+#include "platform/zorplatform/exception.h"
+#include "util/serialization/primitives_internal.h"
+#include "util/serialization/stream_serializers.h"
+
+namespace zorutil::properties {
+
+using primitives::ReadLittle;
+using zorplatform::CException;
+
+namespace {
+
+void RequireAtMost(std::uint32_t count, std::uint32_t most, const char* what) {
+  if (count <= most) return;
+  CException::Throw(CException::kEndOfStream, "corrupt definition file: " + std::to_string(count) + " " + what +
+                                                  ", at most " + std::to_string(most) + " are possible");
+}
+
+CString ReadNamespaceName(ISerializer& in) {
+  const auto length = ReadLittle<std::uint32_t>(in);
+  RequireAtMost(length, kMaxNamespaceNameBytes, "bytes of a namespace name");
+  std::string name(length, '\0');
+  if (length != 0) in.Read(name.data(), length);
+  return CString(name.c_str());
+}
+
+CString Qualified(const CString& namespaceName, const CString& name) { return namespaceName + u'.' + name; }
+
+}  // namespace
+
+IDefinitionFileClient::~IDefinitionFileClient() = default;
+
+bool ReadDefinitionFile(const CString& path, IDefinitionFileClient& client) {
+  CFile file;
+  if (!file.Open(path, CFile::modeRead)) return false;
+  file_serializer_t in(&file);
+  return ReadDefinitionStream(in, GetDefinitionFileName(path), client);
+}
+
+bool ReadDefinitionStream(ISerializer& in, const CString& fileName, IDefinitionFileClient& client) {
+  if (ReadLittle<std::uint32_t>(in) != kDefinitionFileMagic) return false;
+  const bool hasThirdByte = ReadLittle<std::uint8_t>(in) != 0;
+  std::uint8_t unused[3];
+  in.Read(unused, hasThirdByte ? 3 : 2);
+  const int number = ReadLittle<std::uint16_t>(in);
+  if (number < 1 || number > kMaxNamespace) return false;
+  CString namespaceName = ReadNamespaceName(in);
+  if (namespaceName.IsEmpty()) namespaceName = fileName;
+  const auto count = ReadLittle<std::uint32_t>(in);
+  RequireAtMost(count, kMaxDefinitions, "definitions");
+
+  if (!client.OnNamespace(number, fileName, namespaceName)) return true;
+  for (std::uint32_t i = 0; i < count; ++i) {
+    auto definition = std::make_shared<property_def_t>();
+    definition->Deserialize(in);
+    definition->SetQualifiedName(Qualified(namespaceName, definition->GetName()));
+    if (!client.OnDefinition(std::move(definition))) break;
+  }
+  return true;
+}
+
+CString GetDefinitionFileName(const CString& path) {
+  const CString name = path.Mid(path.ReverseFind(u'\\') + 1);
+  const int stop = name.ReverseFind(u'.');
+  return stop < 0 ? name : name.Left(stop);
+}
+
+}  // namespace zorutil::properties
