@@ -50,13 +50,13 @@ class CTree {
   // Each element counts the handles to it, and its tree all of them.
   void AddHandle(xmlNode* element) {
     ++handles_;
-    element->_private = static_cast<char*>(element->_private) + 1;
+    element->_private = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(element->_private) + 1);
   }
   /// False for an element without handles.
   bool RemoveHandle(xmlNode* element) {
     if (static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(element->_private)) == 0) return false;
     --handles_;
-    element->_private = static_cast<char*>(element->_private) - 1;
+    element->_private = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(element->_private) - 1);
     return true;
   }
   std::size_t GetHandles() const { return handles_; }
