@@ -61,6 +61,10 @@ std::uint32_t FirstBinFor(std::uint32_t units) noexcept {
 // Where the blocks of a region end: headers lie half a unit before their bytes.
 char* CPrivateArena::region_t::Limit() const noexcept { return end - kHeader; }
 
+bool CPrivateArena::region_t::Holds(const void* p) const noexcept {
+  return Number(p) - Number(base) < Number(end) - Number(base);
+}
+
 // What stands before the bytes of a block, and while it is free in their place.
 struct CPrivateArena::block_t {
   static constexpr std::uint32_t kFree = 1u << 31;
@@ -84,6 +88,19 @@ struct CPrivateArena::block_t {
 
 CPrivateArena::~CPrivateArena() {
   for (const region_t& region : regions_) UnmapPages(region.base, static_cast<std::size_t>(region.end - region.base));
+}
+
+// The region in whose addresses the pointer lies, most often that of the last one. Only numbers are compared.
+inline CPrivateArena::region_t* CPrivateArena::Find(const void* p) noexcept {
+  return lastFound_ < regions_.size() && regions_[lastFound_].Holds(p) ? &regions_[lastFound_] : Search(p);
+}
+
+CPrivateArena::region_t* CPrivateArena::Search(const void* p) noexcept {
+  const auto behind = std::upper_bound(regions_.begin(), regions_.end(), Number(p),
+                                       [](std::uintptr_t at, const region_t& r) { return at < Number(r.base); });
+  if (behind == regions_.begin() || !(behind - 1)->Holds(p)) return nullptr;
+  lastFound_ = static_cast<std::size_t>(behind - 1 - regions_.begin());
+  return &regions_[lastFound_];
 }
 
 void* CPrivateArena::Alloc(std::uint32_t size) noexcept {
@@ -122,27 +139,13 @@ bool CPrivateArena::Free(void* p) noexcept {
   return true;
 }
 
-std::uint32_t CPrivateArena::SizeOf(const void* p) const noexcept {
+std::uint32_t CPrivateArena::SizeOf(const void* p) noexcept {
   region_t* region = nullptr;
   const block_t* const block = FindLive(p, region);
   return block != nullptr ? block->size : 0;
 }
 
-// The region in whose addresses the pointer lies. Only numbers are compared.
-CPrivateArena::region_t* CPrivateArena::Find(const void* p) const noexcept {
-  auto& regions = const_cast<std::vector<region_t>&>(regions_);
-  const auto holds = [&](const region_t& region) {
-    return Number(p) - Number(region.base) < Number(region.end) - Number(region.base);
-  };
-  if (lastFound_ < regions.size() && holds(regions[lastFound_])) return &regions[lastFound_];
-  const auto behind = std::upper_bound(regions.begin(), regions.end(), Number(p),
-                                       [](std::uintptr_t at, const region_t& r) { return at < Number(r.base); });
-  if (behind == regions.begin() || !holds(*(behind - 1))) return nullptr;
-  lastFound_ = static_cast<std::size_t>(behind - 1 - regions.begin());
-  return &regions[lastFound_];
-}
-
-CPrivateArena::block_t* CPrivateArena::FindLive(const void* p, region_t*& region) const noexcept {
+CPrivateArena::block_t* CPrivateArena::FindLive(const void* p, region_t*& region) noexcept {
   region = Find(p);
   if (region == nullptr) return nullptr;
   const std::uintptr_t offset = Number(p) - Number(region->base);

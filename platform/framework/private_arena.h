@@ -32,7 +32,7 @@ class ZORPLATFORM_API CPrivateArena {
   /// others serves later blocks.
   bool Free(void* p) noexcept;
   /// The size that was asked for; 0 if `p` is not a live block.
-  std::uint32_t SizeOf(const void* p) const noexcept;
+  std::uint32_t SizeOf(const void* p) noexcept;
 
  private:
   // Small blocks are kept by size when they are freed; larger ones, and small ones before the arena grows, are joined
@@ -46,6 +46,7 @@ class ZORPLATFORM_API CPrivateArena {
     char* top;
     bool isOneBlock;
 
+    bool Holds(const void* p) const noexcept;
     char* Limit() const noexcept;
   };
   struct block_t;
@@ -53,8 +54,9 @@ class ZORPLATFORM_API CPrivateArena {
   static constexpr std::uint32_t kQuickUnits = 65;
   static constexpr std::uint32_t kBins = 192;
 
-  region_t* Find(const void* p) const noexcept;
-  block_t* FindLive(const void* p, region_t*& region) const noexcept;
+  region_t* Find(const void* p) noexcept;
+  region_t* Search(const void* p) noexcept;
+  block_t* FindLive(const void* p, region_t*& region) noexcept;
   region_t* AddRegion(std::size_t bytes, bool isOneBlock) noexcept;
   void* AllocOneBlock(std::uint32_t size) noexcept;
   block_t* Obtain(std::uint32_t units) noexcept;
@@ -66,10 +68,10 @@ class ZORPLATFORM_API CPrivateArena {
   void PutIntoBin(const region_t& region, block_t* block, std::uint32_t units) noexcept;
   void TakeOutOfBin(block_t* block) noexcept;
 
-  std::vector<region_t> regions_;      // by address
-  mutable std::size_t lastFound_ = 0;  // index of the region asked for last
-  char* current_ = nullptr;            // base of the region whose top is carved
-  std::size_t nextBytes_ = 1 << 20;    // of the next region
+  std::vector<region_t> regions_;    // by address
+  std::size_t lastFound_ = 0;        // index of the region asked for last
+  char* current_ = nullptr;          // base of the region whose top is carved
+  std::size_t nextBytes_ = 1 << 20;  // of the next region
   // Freed blocks of each small size, in units of 16 bytes, ready to be taken again.
   std::array<block_t*, kQuickUnits + 1> quick_{};
   bool hasQuick_ = false;
