@@ -22,16 +22,9 @@
 #include <QJsonObject>
 #endif
 #if ZORUTIL_BENCH_RAPIDJSON
-// Its release predates C++20's rule for operator== and GCC 12's warnings.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wpragmas"
-#pragma GCC diagnostic ignored "-Wconversion"
-#pragma GCC diagnostic ignored "-Wshadow"
-#pragma GCC diagnostic ignored "-Wclass-memaccess"
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
-#pragma GCC diagnostic pop
 #endif
 
 namespace {
