@@ -24,7 +24,7 @@ using zorssl::secure_bytes_t;
 constexpr std::u16string_view kCurrentPrefix = u"$zpw$";
 constexpr std::u16string_view kOlderPrefix = u"$zpo$";
 
-// Behind the prefix, as base64: this byte, the initial counter, the encrypted UTF-8 text.
+// The record behind the prefix; password.h describes it.
 constexpr std::uint8_t kVersionMask = 0xF0;
 constexpr std::uint8_t kVersion = 0x10;
 enum key_slot_t : std::uint8_t { kBuiltInKey = 0, kOwnKey = 1 };

@@ -18,8 +18,17 @@
 // plain text is accepted in password properties as well, that does not keep anybody who may write there from putting
 // in a password of his own.
 //
-// Memory: what these functions used for plain text and keys is wiped before it is given back. Texts that they take and
-// return are the caller's to wipe.
+// Memory: the buffers in which these functions hold plain text and keys are wiped before they are given back. Texts
+// that they take and return are the caller's to wipe.
+//
+// The form: the prefix, then in base64 with padding
+//
+//   1 byte    0x10, and the key in the low four bits: 0 the built-in one, 1 the product's own
+//   16 bytes  the initial counter: the first half of HMAC-SHA256(key, MD5(text))
+//   n bytes   the text in UTF-8, through AES-256 in counter mode
+//
+// Only texts of one MD5 digest share a counter, and with it what hides them: who chooses two such passwords learns of
+// their encrypted forms what he chose.
 //
 // Any number of threads may call these functions at once, on texts of their own.
 #pragma once

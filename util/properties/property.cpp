@@ -30,7 +30,7 @@ CString IProperty::GetDecryptedString() const {
   return text;
 }
 
-std::shared_ptr<CProperty> CProperty::Create(int id, CVariant value) {
+std::shared_ptr<IProperty> CProperty::Create(int id, CVariant value) {
   return std::make_shared<CProperty>(key_t(), id, std::move(value));
 }
 

@@ -32,7 +32,8 @@ class ZORUTIL_API IProperty : public ISerializable {
   /// is wiped, for it may have held the password as plain text. What EncryptPassword throws leaves the value as it was.
   void SetEncryptedString(const CString& plainText);
   /// The text of the value (CVariant::ToString), decrypted when it is an encrypted one and unchanged when it is not:
-  /// plain text that stands in a password property passes through. The result is the caller's to wipe.
+  /// plain text that stands in a password property passes through. Throws as DecryptPassword. The result is the
+  /// caller's to wipe.
   CString GetDecryptedString() const;
 
  protected:
@@ -49,8 +50,8 @@ class ZORUTIL_API CProperty final : public IProperty {
   };
 
  public:
-  /// The property and its count are one allocation.
-  static std::shared_ptr<CProperty> Create(int id = 0, CVariant value = {});
+  /// The property and its count are one allocation. The pointer is to the interface, for == to mean what it says below.
+  static std::shared_ptr<IProperty> Create(int id = 0, CVariant value = {});
   CProperty(key_t, int id, CVariant&& value) noexcept;
   CProperty(const CProperty&) = delete;
   CProperty& operator=(const CProperty&) = delete;

@@ -3,8 +3,8 @@
 //   const property_type_t type = PropertyTypeFromText(u"YesNo");        // TYPE_YES_NO
 //   value.ConvertType(ExpectedVartype(type), CVariant::CONVERT_OR_KEEP);  // VT_BOOL
 //
-// Functions without state; any number of threads. What holds for a number of the table below holds for any other one,
-// too: it has no name, belongs to no class and expects VT_UINT.
+// Functions without state; any number of threads. A number outside the enumeration, as a damaged file may hold, is
+// taken everywhere: it has no name, belongs to no class and expects VT_UINT.
 #pragma once
 
 #include "platform/export.h"
@@ -68,8 +68,8 @@ ZORUTIL_API bool IsDateAndTimeProperty(property_type_t type) noexcept;
 ZORUTIL_API bool IsTimeBasedProperty(property_type_t type) noexcept;
 ZORUTIL_API bool IsBlobProperty(property_type_t type) noexcept;
 
-/// The VARTYPE of the values of a type: VT_UINT for all that the table of types does not name, property arrays and
-/// groups among them.
+/// The VARTYPE of the values of a type: VT_I4 for times and dates, VT_ARRAY | VT_UI1 for blobs, VT_UINT for property
+/// arrays, groups and all that has no other.
 ZORUTIL_API unsigned short ExpectedVartype(property_type_t type) noexcept;
 
 /// The words for the two states of a boolean type, in the product language; "True" and "False" for any other type.
