@@ -91,22 +91,19 @@ bool CDocument::IsNamed(const item_t& item, std::string_view folded) const {
 
 std::string CDocument::FoldedNameOf(const item_t& item) const { return FoldName(NameOf(item), Surrogates()); }
 
-std::uint32_t CDocument::HashOf(const item_t& item) const {
-  const std::uint32_t scope = item.kind == kind_t::kSection ? kNone : item.section;
-  return item.hasAsciiName ? hash_(NameOf(item), scope) : hash_(FoldedNameOf(item), scope);
+std::uint32_t CDocument::HashOf(const item_t& key) const {
+  return key.hasAsciiName ? hash_(NameOf(key), key.section) : hash_(FoldedNameOf(key), key.section);
 }
 
 std::uint32_t CDocument::FindSection(std::string_view folded) const {
   if (folded.empty()) return 0;
-  const std::uint32_t line = names_.Find(hash_(folded, kNone), [&](std::uint32_t item) {
-    return items_[item].kind == kind_t::kSection && IsNamed(items_[item], folded);
-  });
-  return line == kNone ? kNone : items_[line].section;
+  return sectionNames_.Find(hash_(folded, kNone),
+                            [&](std::uint32_t section) { return sections_[section].folded == folded; });
 }
 
 std::uint32_t CDocument::FindKey(std::uint32_t section, std::string_view folded) const {
-  return names_.Find(hash_(folded, section), [&](std::uint32_t item) {
-    return items_[item].section == section && items_[item].kind == kind_t::kKey && IsNamed(items_[item], folded);
+  return keyNames_.Find(hash_(folded, section), [&](std::uint32_t item) {
+    return items_[item].section == section && IsNamed(items_[item], folded);
   });
 }
 
@@ -409,7 +406,9 @@ void CDocument::Add(std::uint32_t section, const new_name_t& sectionName, const 
   line.isPlain = !line.isQuoted && utf::IsAscii(value);
 
   ReserveItems(3);
-  names_.Reserve(2);
+  keyNames_.Reserve(1);
+  sectionNames_.Reserve(1);
+  std::string folded(isNew ? sectionName.folded : std::string_view());
   if (isNew && freeSections_.empty()) {
     freeSections_.push_back(static_cast<std::uint32_t>(sections_.size()));
     sections_.emplace_back();
@@ -422,12 +421,12 @@ void CDocument::Add(std::uint32_t section, const new_name_t& sectionName, const 
     freeSections_.pop_back();
     if (blank.begin < blank.end) before = LinkBehind(blank, before);
     before = LinkBehind(head, before);
-    names_.Insert(hash_(sectionName.folded, kNone), before);
-    sections_[section] = {before, before, kNone};
+    sectionNames_.Insert(hash_(folded, kNone), section);
+    sections_[section] = {before, before, kNone, std::move(folded)};
   }
   line.section = section;
   before = LinkBehind(line, before);
-  names_.Insert(hash_(key.folded, section), before);
+  keyNames_.Insert(hash_(key.folded, section), before);
   sections_[section].lastKey = before;
 }
 
@@ -444,7 +443,7 @@ void CDocument::RemoveKey(std::uint32_t item) noexcept {
 bool CDocument::DeleteValue(const char16_t* section, const char16_t* key) {
   std::uint32_t item = FindKey(section, key);
   if (item == kNone) return false;
-  names_.Remove(HashOf(items_[item]), item);
+  keyNames_.Remove(HashOf(items_[item]), item);
   while (item != kNone) {
     const std::uint32_t same = items_[item].same;
     RemoveKey(item);
@@ -463,11 +462,10 @@ bool CDocument::DeleteSection(const char16_t* section) {
   ForEachKey(index, [&](std::uint32_t item) {
     if (!items_[item].isRepeated) names.emplace_back(HashOf(items_[item]), item);
   });
-  if (index != 0) names.emplace_back(HashOf(items_[firstLine]), firstLine);
   if (names.empty() && firstLine == kNone) return false;
   freeSections_.reserve(freeSections_.size() + 1);
 
-  for (const auto& [hash, item] : names) names_.Remove(hash, item);
+  for (const auto& [hash, item] : names) keyNames_.Remove(hash, item);
   const auto removeUntilSection = [&](std::uint32_t at, bool keysOnly) {
     while (at != kNone && items_[at].kind != kind_t::kSection) {
       const std::uint32_t next = items_[at].next;
@@ -482,8 +480,11 @@ bool CDocument::DeleteSection(const char16_t* section) {
     removeUntilSection(next, false);
     line = same;
   }
+  if (index != 0) {
+    sectionNames_.Remove(hash_(sections_[index].folded, kNone), index);
+    freeSections_.push_back(index);
+  }
   sections_[index] = {};
-  if (index != 0) freeSections_.push_back(index);
   hasLineNumbers_ = false;
   return true;
 }

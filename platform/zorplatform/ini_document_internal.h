@@ -21,7 +21,7 @@ namespace zorplatform::ini {
 
 constexpr std::uint32_t kNone = UINT32_MAX;
 
-/// Open addressing: from a 32-bit hash to items. What an item is called, the caller knows.
+/// Open addressing: from a 32-bit hash to numbers. What a number is the name of, the caller knows.
 class CNameTable {
  public:
   /// The first item of that hash that `same` recognises, or kNone.
@@ -32,6 +32,10 @@ class CNameTable {
       if (slots_[at].hash == hash && same(slots_[at].item)) return slots_[at].item;
     }
     return kNone;
+  }
+  /// Tells the processor that this hash will soon be looked up.
+  void Prefetch(std::uint32_t hash) const noexcept {
+    if (!slots_.empty()) __builtin_prefetch(&slots_[HomeOf(hash)]);
   }
   /// Room for `more` insertions.
   void Reserve(std::size_t more);
@@ -55,22 +59,24 @@ class CNameTable {
 enum class kind_t : std::uint8_t { kOther, kSection, kKey };
 
 struct item_t {
-  std::uint32_t begin = 0;  // bytes of the buffer, line end included
-  std::uint32_t end = 0;
+  // What looking up needs stands together, mostly in one cache line. Places are bytes of the buffer.
   std::uint32_t nameBegin = 0;
   std::uint32_t nameEnd = 0;
   std::uint32_t valueBegin = 0;  // as it stands there, quotation marks included
   std::uint32_t valueEnd = 0;
+  std::uint32_t section = 0;
+  kind_t kind = kind_t::kOther;
+  bool isRepeated : 1 = false;   // not the first of its name
+  bool hasAsciiName : 1 = true;  // and so compared without decoding
+  bool isPlain : 1 = true;       // the value is ASCII and not quoted
+  bool isQuoted : 1 = false;
+
+  std::uint32_t begin = 0;  // of all lines, with their ends
+  std::uint32_t end = 0;
   std::uint32_t previous = kNone;
   std::uint32_t next = kNone;
   std::uint32_t same = kNone;  // a further line of this name
-  std::uint32_t section = 0;
-  std::uint32_t line = 0;  // from 1, as it was loaded
-  kind_t kind = kind_t::kOther;
-  bool isRepeated = false;   // not the first of its name
-  bool hasAsciiName = true;  // and so found without decoding
-  bool isPlain = true;       // the value is ASCII and not quoted
-  bool isQuoted = false;
+  std::uint32_t line = 0;      // from 1, as it was loaded
 };
 
 /// All section lines of one name. Section 0 is the one without name.
@@ -78,6 +84,7 @@ struct section_t {
   std::uint32_t firstLine = kNone;  // section lines, chained by item_t::same
   std::uint32_t lastLine = kNone;
   std::uint32_t lastKey = kNone;  // where a new key goes; kNone: not known
+  std::string folded;
 };
 
 class CDocument {
@@ -158,7 +165,8 @@ class CDocument {
   std::vector<item_t> items_;
   std::vector<section_t> sections_ = std::vector<section_t>(1);
   std::vector<std::uint32_t> freeSections_;
-  CNameTable names_;  // section lines in the scope kNone, keys in that of their section
+  CNameTable sectionNames_;  // to sections
+  CNameTable keyNames_;      // to the first items of keys
   CNameHash hash_;
   std::vector<ini_problem_t> problems_;
   std::string oddByte_;  // half a unit at the end of UTF-16

@@ -11,19 +11,22 @@
 namespace zorplatform {
 namespace {
 
-constexpr std::size_t kFirstRead = 64 * 1024;
+constexpr std::size_t kLeastRead = 64 * 1024;
 
-// Grows with what arrives: not every file knows its length.
+// Up to the file's end, which is not where the file's length says for every file: a pipe has none.
 std::string ReadToEnd(CFile& file) {
+  constexpr std::uint64_t kMost = 2 * ini::CDocument::kMaxSize;
+  const std::uint64_t length = file.GetLength(), position = file.GetPosition();
+  const std::uint64_t expected = length > position ? length - position : 0;
   std::string bytes;
-  for (std::size_t wanted = kFirstRead;;) {
+  for (std::size_t wanted = static_cast<std::size_t>(std::min(expected + 1, kMost));;) {
     const std::size_t before = bytes.size();
     bytes.resize(before + wanted);
     const std::size_t got = file.Read(bytes.data() + before, static_cast<unsigned>(wanted));
     bytes.resize(before + got);
     if (got < wanted) return bytes;
-    if (bytes.size() > 2 * ini::CDocument::kMaxSize) throw std::length_error("an INI document of more than 1 GiB");
-    wanted = bytes.size();
+    if (bytes.size() > kMost) throw std::length_error("an INI document of more than 1 GiB");
+    wanted = std::max(bytes.size(), kLeastRead);
   }
 }
 

@@ -29,7 +29,7 @@ namespace {
 
 constexpr int kSections = 1000;
 constexpr int kKeys = 100;
-constexpr std::size_t kAsked = 4096;
+constexpr std::size_t kAsked = 1000;  // the settings that a program asks for, anywhere in the document
 
 std::string SectionName(int section) { return "Channel " + std::to_string(section); }
 std::string KeyName(int key) { return "Setting" + std::to_string(key); }

@@ -1,5 +1,6 @@
 // From the text of an INI document to its items, in one pass.
 #include <algorithm>
+#include <array>
 #include <stdexcept>
 #include <utility>
 
@@ -8,6 +9,11 @@
 
 namespace zorplatform::ini {
 namespace {
+
+constexpr std::size_t kBytesOfLine = 16;
+constexpr std::size_t kLeastItems = 16;
+constexpr std::size_t kFirstItems = 1024;
+constexpr std::size_t kMostGrowth = 64;
 
 constexpr bool IsBlank(char byte) { return byte == ' ' || byte == '\t'; }
 
@@ -45,6 +51,7 @@ class CParser {
       at_ = next_;
     }
     FlushOther(text_.size());
+    while (registered_ < announced_) RegisterOldest();
     if (!document_.oddByte_.empty()) {
       begin_ = text_.empty() ? 0 : text_.find_last_of("\r\n") + 1;
       lineNumber_ += text_.empty() || text_.back() == '\n' || text_.back() == '\r' ? 1 : 0;
@@ -58,21 +65,16 @@ class CParser {
   }
 
  private:
-  // The next line feed is remembered: in a text without any, it is looked for once, not once a line.
+  // The next line feed and carriage return are remembered: in a text without any, one is looked for once, not once a
+  // line.
   void TakeLine() {
-    if (lineFeed_ < at_ || !knowsLineFeed_) {
-      lineFeed_ = std::min(text_.find('\n', at_), text_.size());
-      knowsLineFeed_ = true;
-    }
+    if (lineFeed_ < at_ || at_ == 0) lineFeed_ = std::min(text_.find('\n', at_), text_.size());
+    if (carriageReturn_ < at_ || at_ == 0) carriageReturn_ = std::min(text_.find('\r', at_), text_.size());
     begin_ = at_;
-    const std::string_view upToLineFeed = text_.substr(at_, lineFeed_ - at_);
-    const std::size_t size = std::min(upToLineFeed.find('\r'), upToLineFeed.size());
-    line_ = upToLineFeed.substr(0, size);
-    next_ = begin_ + size;
-    if (next_ < text_.size() && text_[next_] == '\r') ++next_;
-    if (next_ < text_.size() && text_[next_] == '\n' && next_ == lineFeed_) ++next_;
-    if (lineNumber_ == 1 && next_ > begin_ + size)
-      document_.newLine_ = text_.substr(begin_ + size, next_ - begin_ - size);
+    next_ = std::min(lineFeed_, carriageReturn_);
+    line_ = text_.substr(begin_, next_ - begin_);
+    if (next_ < text_.size()) next_ += carriageReturn_ + 1 == lineFeed_ ? 2 : 1;
+    if (lineNumber_ == 1 && next_ > line_.size()) document_.newLine_ = text_.substr(line_.size(), next_ - line_.size());
   }
 
   void ReadLine() {
@@ -105,20 +107,7 @@ class CParser {
       Report(behind, "text behind the ]");
     }
     item_t& item = AddItem(kind_t::kSection, nameBegin, nameEnd);
-    if (nameBegin == nameEnd) {
-      section_ = 0;
-    } else {
-      document_.names_.Reserve(1);
-      const std::uint32_t hash = document_.HashOf(item);
-      const std::uint32_t first = Find(hash, item, kNone);
-      if (first == kNone) {
-        section_ = static_cast<std::uint32_t>(document_.sections_.size());
-        document_.sections_.emplace_back();
-        document_.names_.Insert(hash, Last());
-      } else {
-        section_ = document_.items_[first].section;
-      }
-    }
+    section_ = SectionOf(item);
     item.section = section_;
     section_t& section = document_.sections_[section_];
     item.isRepeated = section.firstLine != kNone;
@@ -143,16 +132,7 @@ class CParser {
     item.section = section_;
     ReadValue(item, equals + 1);
 
-    document_.names_.Reserve(1);
-    const std::uint32_t hash = document_.HashOf(item);
-    const std::uint32_t first = Find(hash, item, section_);
-    if (first == kNone) {
-      document_.names_.Insert(hash, Last());
-    } else {
-      Report(nameBegin, "a key given before");
-      item.isRepeated = true;
-      item.same = std::exchange(document_.items_[first].same, Last());
-    }
+    Announce(document_.HashOf(item));
     document_.sections_[section_].lastKey = Last();
   }
 
@@ -173,14 +153,45 @@ class CParser {
     item.isPlain = false;
   }
 
-  // The first line of the item's name, or kNone.
-  std::uint32_t Find(std::uint32_t hash, const item_t& item, std::uint32_t scope) const {
+  std::uint32_t SectionOf(const item_t& line) {
+    std::string folded = document_.FoldedNameOf(line);
+    const std::uint32_t found = document_.FindSection(folded);
+    if (found != kNone) return found;
+    const auto made = static_cast<std::uint32_t>(document_.sections_.size());
+    document_.sectionNames_.Reserve(1);
+    document_.sectionNames_.Insert(document_.hash_(folded, kNone), made);
+    document_.sections_.emplace_back().folded = std::move(folded);
+    return made;
+  }
+
+  // Keys are put into the table some lines later, when the slot that they will need has come from memory.
+  void Announce(std::uint32_t hash) {
+    if (announced_ - registered_ == pending_.size()) RegisterOldest();
+    document_.keyNames_.Prefetch(hash);
+    pending_[announced_++ % pending_.size()] = {hash, Last()};
+  }
+
+  void RegisterOldest() {
+    const auto [hash, index] = pending_[registered_++ % pending_.size()];
+    item_t& key = document_.items_[index];
+    const std::uint32_t first = FindFirst(hash, key);
+    if (first == kNone) {
+      document_.keyNames_.Reserve(1);
+      document_.keyNames_.Insert(hash, index);
+      return;
+    }
+    key.isRepeated = true;
+    key.same = std::exchange(document_.items_[first].same, index);
+    Report(key.line, document_.Slice(key.begin, key.nameBegin), "a key given before");
+  }
+
+  // The first line of the key's name in its section, or kNone.
+  std::uint32_t FindFirst(std::uint32_t hash, const item_t& key) const {
     std::string folded;  // made when there is something to compare with
-    return document_.names_.Find(hash, [&](std::uint32_t other) {
-      const item_t& found = document_.items_[other];
-      if ((found.kind == kind_t::kSection ? kNone : found.section) != scope) return false;
-      if (folded.empty()) folded = document_.FoldedNameOf(item);
-      return document_.IsNamed(found, folded);
+    return document_.keyNames_.Find(hash, [&](std::uint32_t other) {
+      if (document_.items_[other].section != key.section) return false;
+      if (folded.empty()) folded = document_.FoldedNameOf(key);
+      return document_.IsNamed(document_.items_[other], folded);
     });
   }
 
@@ -201,7 +212,19 @@ class CParser {
     if (otherBegin_ < end) Append(otherBegin_, end);
   }
 
+  // As much as the rest of the text will need if it is like the text so far, but never far beyond what is there.
+  void Grow() {
+    const std::size_t size = document_.items_.size();
+    const double textLeft = at_ == 0 ? 0 : static_cast<double>(text_.size() - at_) / static_cast<double>(at_);
+    const auto expected = static_cast<std::size_t>(1.05 * static_cast<double>(size) * (1 + textLeft));
+    const std::size_t wanted = size == 0 ? std::clamp(text_.size() / kBytesOfLine, kLeastItems, kFirstItems)
+                                         : std::clamp(expected, size + size / 2, kMostGrowth * size);
+    document_.items_.reserve(wanted);
+    document_.keyNames_.Reserve(wanted - size);
+  }
+
   item_t& Append(std::size_t begin, std::size_t end) {
+    if (document_.items_.size() == document_.items_.capacity()) Grow();
     item_t& item = document_.items_.emplace_back();
     item.begin = static_cast<std::uint32_t>(begin);
     item.end = static_cast<std::uint32_t>(end);
@@ -214,20 +237,25 @@ class CParser {
   std::uint32_t Last() const { return static_cast<std::uint32_t>(document_.items_.size() - 1); }
   std::uint32_t PlaceOf(std::size_t column) const { return static_cast<std::uint32_t>(begin_ + column); }
 
-  void Report(std::size_t place, const char* what) {
+  void Report(std::size_t place, const char* what) { Report(lineNumber_, line_.substr(0, place), what); }
+  void Report(std::uint32_t line, std::string_view before, const char* what) {
     if (document_.problems_.size() == CDocument::kMaxProblems) return;
-    const auto before = line_.substr(0, place);
     const auto characters = std::count_if(before.begin(), before.end(),
                                           [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; });
-    document_.problems_.push_back({lineNumber_, static_cast<std::uint32_t>(characters) + 1, what});
+    document_.problems_.push_back({line, static_cast<std::uint32_t>(characters) + 1, what});
   }
+
+  struct pending_t {
+    std::uint32_t hash;
+    std::uint32_t item;
+  };
 
   CDocument& document_;
   const std::string_view text_;
   const bool isAscii_;
   bool isAsciiLine_ = true;
-  bool knowsLineFeed_ = false;
   std::size_t lineFeed_ = 0;
+  std::size_t carriageReturn_ = 0;
   std::size_t at_ = 0;
   std::size_t begin_ = 0;  // of the line
   std::size_t next_ = 0;   // the line behind it
@@ -235,6 +263,9 @@ class CParser {
   std::string_view line_;  // without its end
   std::uint32_t lineNumber_ = 0;
   std::uint32_t section_ = 0;
+  std::array<pending_t, 16> pending_{};  // a ring
+  std::size_t announced_ = 0;
+  std::size_t registered_ = 0;
 };
 
 CDocument::CDocument(std::string bytes) : encoding_(EncodingOf(bytes)) {
