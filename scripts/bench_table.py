@@ -56,6 +56,68 @@ for work in ("encode", "decode"):
     for size in ("24 B", "1 KiB", "64 KiB"):
         for peer in ("Abseil", "modp_b64"):
             ROWS.append((f"base64 {work} {size}", peer, (RATIO, 1.0)))
+for work in ("pool pair", "pool pair, two threads"):
+    bound = 1.0 if work == "pool pair" else 0.5
+    ROWS += [(work, peer, (RATIO, bound)) for peer in ("Boost singleton_pool", "Poco MemoryPool")]
+    ROWS += [(work, peer, None) for peer in ("synchronized_pool_resource", "mi_malloc", "malloc")]
+ROWS += [
+    ("pool pair", None, (NS, 12)),
+    ("pool hand-over", "malloc", (RATIO, 1.0)),
+    ("pool burst of 1000 blocks", "malloc", None),
+    ("private heap pair", "malloc", (RATIO, 2.0)),
+    ("private heap pair, two threads", "malloc", None),
+    ("private heap replace 16 to 512 B", "malloc", (RATIO, 2.0)),
+    ("private heap replace 1 to 16 KiB", "malloc", (RATIO, 2.0)),
+    ("private heap made for one block", None, None),
+    ("message of 4 KiB in steps of 16 B", None, (NS, 1000)),
+    ("message of 4 KiB in steps of 16 B", "QByteArray", (RATIO, 0.33)),
+    ("message of 4 KiB in steps of 16 B", "QByteArray by offset", (RATIO, 0.33)),
+    ("message of 4 KiB in steps of 16 B", "std::deque", None),
+    ("message of 4 KiB in steps of 16 B", "QDataStream", None, "ours as interface"),
+    ("message of 4 KiB, two threads", "QByteArray", None),
+]
+for work in ("100 MiB in writes of 16 B", "100 MiB in writes of 16 B, kept heap"):
+    ROWS += [(work, "std::deque", (RATIO, 1.0)), (work, "QDataStream", (RATIO, 0.33))]
+ROWS += [
+    ("message with two arguments", None, (NS, 500)),
+    ("message with two arguments", "QString", None),
+    ("message with two arguments", "POCO", None),
+    ("message with two arguments", "snprintf", None),
+    ("text of a number", None, None),
+]
+ROWS += [
+    ("INI load 100000 keys", "GKeyFile", (RATIO, 0.333)),
+    ("INI save 100000 keys", "GKeyFile", None),
+    ("INI find a value", None, (NS, 60)),
+    ("INI find a value", "GKeyFile", None),
+    ("INI find a value", "QSettings", None),
+    ("INI change a value", "GKeyFile", None),
+]
+for work in ("load XML {}", "save XML {}"):
+    for size in ("1 MB", "50 MB"):
+        bounds = {"libxml2": (RATIO, 1.3), "POCO": (RATIO, 0.5), "QDomDocument": (RATIO, 0.5), "pugixml": None}
+        ROWS += [(work.format(size), peer, bound) for peer, bound in bounds.items()]
+        ROWS.append((work.replace("XML", "XML file").format(size), "libxml2", (RATIO, 1.3)))
+ROWS += [
+    ("read an element as int", None, None),
+    ("read an attribute as int", None, None),
+    ("build 1000 elements", "libxml2", None),
+    ("validate 40 properties", None, (NS, 5000)),
+    ("validate 40 properties", "hand-written", None),
+    ("collect failures of 40 properties", None, (NS, 5000)),
+    ("find a definition of 40 in use", None, (NS, 30)),
+    ("find a definition of 80000", "unordered_map without lock", None),
+    ("open one namespace of 10000 among 9", None, None),
+    ("write 10000 definitions", None, None),
+]
+for size in ("1 MB", "50 MB"):
+    ROWS += [
+        (f"JSON read {size}", "Boost.JSON", (RATIO, 1.0)),
+        (f"JSON read {size}", "QJsonDocument", (RATIO, 0.167)),
+        (f"JSON read {size} compact", "Boost.JSON", (RATIO, 1.0)),
+        (f"JSON write {size} compact", "RapidJSON", (RATIO, 1.0)),
+        (f"JSON write {size} compact", None, (RATE, 0.6)),
+    ]
 
 
 class Median:
@@ -103,7 +165,7 @@ def row_text(medians, work, peer, target, who="ours"):
         return None
     theirs = medians.get((work, peer))
     ratio = ours.ns / theirs.ns if theirs else None
-    value = f"{time_text(ours.ns)} ({ours.rate:.0f} GB/s)" if ours.rate else time_text(ours.ns)
+    value = f"{time_text(ours.ns)} ({ours.rate:.{0 if ours.rate >= 10 else 2}f} GB/s)" if ours.rate else time_text(ours.ns)
     verdict = ""
     if target is not None:
         verdict = "peer left out" if target[0] == RATIO and theirs is None else "met" if is_met(target, ours, ratio) else "**no**"
