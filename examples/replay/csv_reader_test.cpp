@@ -111,5 +111,18 @@ TEST(CsvReader, LetsTheSourcesFailureThrough) {
   EXPECT_THROW(reader.Next(), std::runtime_error);
 }
 
+TEST(CsvWriter, QuotesWhatWouldNotComeBack) {
+  const struct {
+    const char* field;
+    const char* written;
+  } cases[] = {{"a b", "a b"},         {"", "\"\""},         {"a,b", "\"a,b\""},
+               {"a\"b", "\"a\"\"b\""}, {"a\nb", "\"a\nb\""}, {" a", "\" a\""}};
+  for (const auto& c : cases) {
+    std::string written;
+    AppendCsvField(written, c.field);
+    EXPECT_EQ(written, c.written);
+  }
+}
+
 }  // namespace
 }  // namespace replay

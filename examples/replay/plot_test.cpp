@@ -7,6 +7,8 @@
 #include <sstream>
 #include <string>
 
+#include "examples/replay/plot_axis.h"
+
 namespace replay {
 namespace {
 
@@ -53,6 +55,46 @@ TEST(TimeBins, KeepFirstLowHighAndLastOfEverySlice) {
     if (c.count > 2048) {  // half as many slices would not have been enough
       EXPECT_GE(slices, std::min<std::size_t>(1024, plain.size()));
     }
+  }
+}
+
+std::string Texts(const std::vector<tick_t>& ticks) {
+  std::string texts;
+  for (const tick_t& tick : ticks) texts += (texts.empty() ? "" : " ") + tick.text;
+  return texts;
+}
+
+TEST(PlotAxis, PutsTicksAtRoundValues) {
+  const struct {
+    double low, high;
+    const char* texts;
+  } cases[] = {{0, 100, "0 20 40 60 80 100"},
+               {-4, 31, "0 10 20 30"},
+               {0.012, 0.019, "0.012 0.014 0.016 0.018"},
+               {0, 65535,
+                "0 20\xE2\x80\xAF"
+                "000 40\xE2\x80\xAF"
+                "000 60\xE2\x80\xAF"
+                "000"},
+               {999, 1001, "999.0 999.5 1000.0 1000.5 1001.0"},
+               {-1e308, 1e308, "-1.00e+308 -5.00e+307 0 5.00e+307 1.00e+308"}};
+  for (const auto& c : cases) EXPECT_EQ(Texts(ValueTicks(c.low, c.high, 5)), c.texts);
+}
+
+TEST(PlotAxis, PutsTicksAtRoundTimes) {
+  constexpr std::int64_t kFive = 1'773'291'600'000;  // 2026-03-12 05:00
+  const struct {
+    std::int64_t first, last;
+    const char* texts;
+  } cases[] = {{kFive, kFive, "05:00:00.000"},
+               {kFive + 1, kFive + 4, "05:00:00.001 05:00:00.002 05:00:00.003 05:00:00.004"},
+               {kFive + 4, kFive + 3 * 3'600'000, "06:00 07:00 08:00"},
+               {-1500, 2100, "23:59:59 00:00:00 00:00:01 00:00:02"},
+               {kFive, kFive + 2 * 86'400'000, "12:00 00:00 12:00 00:00"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.texts);
+    const std::string texts = Texts(TimeTicks(c.first, c.last, 5));
+    EXPECT_EQ(texts, c.texts);
   }
 }
 

@@ -179,5 +179,30 @@ TEST(OutputBuffer, KeepsTheOrderOfSmallAndLargePieces) {
   EXPECT_EQ(written, expected);
 }
 
+TEST(Summary, LinesItsColumnsUp) {
+  tag_t flow;
+  flow.name = "F\xC3\xBC";
+  flow.unit = "m\xC2\xB3/h";
+  std::ostringstream out;
+  PrintSummary(out,
+               {{.tag = &flow,
+                 .readings = 12345,
+                 .dropouts = 5,
+                 .failures = 1,
+                 .firstFailureLine = 7000,
+                 .good = 12000,
+                 .reported = 3000,
+                 .low = -0.5,
+                 .high = 12.25},
+                {.tag = &Tags().GetTags()[3]}},
+               0.5);
+  EXPECT_EQ(out.str(),
+            "tag          unit  readings  reported  suppressed  lowest  highest  dropouts  failures  first in line\n"
+            "F\xC3\xBC           m\xC2\xB3/h    12,345     3,000      75.0 %    -0.5    12.25         5         1      "
+            "    7,000\n"
+            "state, text               0         0           -       -        -         0         0              -\n"
+            "12,345 readings, 3,000 reported, 75.0 % suppressed; 0.5 s, 24,690 readings a second\n");
+}
+
 }  // namespace
 }  // namespace replay

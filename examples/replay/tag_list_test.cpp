@@ -66,6 +66,25 @@ TEST(TagList, ReadsEveryColumnInAnyOrder) {
   EXPECT_EQ(tag.deadband.GetThreshold(), 2);
 }
 
+TEST(TagList, ChoosesDefaultsThatGoWithTheRest) {
+  const read_t read = Read(
+      "name,raw type,scaling type,scaled type,clamp low,deadband,deadband type,scaled high\n"
+      "plain,QWord,,,,5,,\nlinear,Short,Linear,,,1,Percent,50\nclamped,Short,,,1,,,\nwidened,Short,None,Long,,,,\n");
+  EXPECT_EQ(read.messages, "");
+  const struct {
+    DATATYPE scaledType;
+    bool isScaled;
+    double threshold;
+  } expected[] = {{DT_QWORD, false, 5}, {DT_DOUBLE, true, 0.5}, {DT_DOUBLE, true, 0}, {DT_LONG, true, 0}};
+  ASSERT_EQ(read.tags.GetTags().size(), 4u);
+  for (std::size_t i = 0; i < 4; ++i) {
+    const tag_t& tag = read.tags.GetTags()[i];
+    EXPECT_EQ(tag.scaling.GetScaledDataType(), expected[i].scaledType) << tag.name;
+    EXPECT_EQ(tag.isScaled, expected[i].isScaled) << tag.name;
+    EXPECT_EQ(tag.deadband.GetThreshold(), expected[i].threshold) << tag.name;
+  }
+}
+
 TEST(TagList, TellsWhatIsWrongWithACellAndRefusesItsTag) {
   const std::string header =
       "name,raw type,scaling type,raw low,raw high,scaled type,scaled low,scaled high,clamp low,deadband type,deadband,"
@@ -150,6 +169,21 @@ TEST(TagList, TellsTheLineOfAFaultInADocument) {
     tags.ReadXml(path, log);
     EXPECT_TRUE(messages.str().starts_with(path + c.message)) << messages.str();
   }
+}
+
+TEST(TagList, ReportsRowsWithoutUseAndGoesOn) {
+  const read_t read = Read("name,colour,name\nA,,\n\"B\nA,red,x\n,,\nB,,\n");
+  EXPECT_TRUE(read.messages.starts_with("t.csv:1:6: unknown column 'colour': expected name, unit, raw type, "))
+      << read.messages;
+  EXPECT_NE(read.messages.find("t.csv:1:13: column 'name' a second time: the first one counts\n"
+                               "t.csv:3:1: a quote that is not closed: expected a closing quote (a quote inside a "
+                               "field is written twice)\n"
+                               "t.csv:4:1: tag 'A' a second time: the one of line 2 counts\n"
+                               "t.csv:5:1: a tag without a name\n"),
+            std::string::npos)
+      << read.messages;
+  EXPECT_EQ(read.tags.Find("B"), 1);
+  EXPECT_EQ(read.tags.Find("b"), -1);
 }
 
 TEST(TagList, NeedsAHeaderWithNames) {

@@ -82,4 +82,23 @@ TEST(LightLock, LetsOneThreadInAtATimeAndWakesThoseWhoFellAsleep) {
   EXPECT_EQ(counter, 40'000);
 }
 
+TEST(SingleLock, HoldsItsLockOnceAndGivesItBack) {
+  CCriticalSection section;
+  CSyncObject& lock = section;
+  const auto isFree = [&] { return OnAnotherThread([&] { return lock.Lock(0) && lock.Unlock(); }); };
+  {
+    CSingleLock guard(&lock);
+    EXPECT_TRUE(guard.Lock());
+    EXPECT_FALSE(isFree());
+    EXPECT_TRUE(guard.Unlock());
+    EXPECT_FALSE(guard.Unlock());
+    EXPECT_TRUE(isFree());
+    std::lock_guard<CSingleLock> again(guard);
+    EXPECT_FALSE(isFree());
+  }
+  EXPECT_TRUE(isFree());
+  CSingleLock later(&lock, false);
+  EXPECT_TRUE(isFree());
+}
+
 }  // namespace

@@ -67,6 +67,22 @@ TEST(StringForm, GivesTheCountACheckWordAbove0xFFFFUnits) {
   EXPECT_EQ(CodeOf(Bytes("01000040FEFFFFBF"), ReadString), CException::kEndOfStream) << "longer than any text";
 }
 
+// Around the sizes where the reader goes from the stack to the heap, and from one chunk to several.
+TEST(StringForm, ReadsBackEveryLength) {
+  for (const std::size_t length : {1022, 1023, 1024, 1025, 32767, 32768, 32769, 65535, 65536, 65537, 200000}) {
+    for (const char16_t unit : {u'a', u'\u6c34'}) {
+      SCOPED_TRACE(length);
+      const CString text(std::u16string(length, unit));
+      zorutil::memory_serializer_t stream;
+      zorutil::Serialize(text, stream);
+      stream.Rewind();
+      CString back;
+      zorutil::Deserialize(back, stream);
+      EXPECT_TRUE(back == text);
+    }
+  }
+}
+
 TEST(StringForm, AFailureLeavesTheTextAndAnnouncedLengthsTakeNoMemory) {
   for (const char* header : {"FFFFFFFF", "00000040FFFFFFBF", "05000080616263", "02000000FF"}) {
     SCOPED_TRACE(header);
@@ -77,6 +93,19 @@ TEST(StringForm, AFailureLeavesTheTextAndAnnouncedLengthsTakeNoMemory) {
     EXPECT_EQ(text, u"before");
     EXPECT_LE(in.GetLargest(), 64u * 1024);
   }
+}
+
+TEST(StringForm, InAFileIsThatOfASerializer) {
+  CMemFile file;
+  zorutil::WriteCString(&file, u"abc");
+  zorutil::WriteCString(&file, u"\u6c34");
+  EXPECT_EQ(Hex(file.GetContent()), "0300008061626301000000346C");
+  file.SeekToBegin();
+  CString first, second;
+  zorutil::ReadCString(&file, first);
+  zorutil::ReadCString(&file, second);
+  EXPECT_EQ(first, u"abc");
+  EXPECT_EQ(second, u"\u6c34");
 }
 
 TEST(StreamSerializer, PeekLooksAheadAndAShortReadTakesWhatIsThere) {

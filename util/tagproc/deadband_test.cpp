@@ -34,6 +34,26 @@ TEST(Deadband, PassesFromItsThresholdOn) {
   }
 }
 
+TEST(Deadband, SettersTellWhatChanged) {
+  CDeadband deadband;
+  EXPECT_EQ(deadband, Deadband(0, 0));
+  EXPECT_FALSE(deadband.IsDeadband());
+  EXPECT_EQ(deadband.SetDeadbandType(2), 1);
+  EXPECT_EQ(deadband.SetDeadbandType(2), 0);
+  EXPECT_TRUE(deadband.IsDeadband());
+  EXPECT_EQ(deadband.SetDeadband(0.5), 1);
+  EXPECT_EQ(deadband.SetDeadband(0.5 + 1e-16), 0);
+  EXPECT_EQ(deadband.GetDeadband(), 0.5);
+  EXPECT_EQ(deadband.SetHighRange(std::numeric_limits<double>::infinity()), 1);
+  EXPECT_EQ(deadband.SetHighRange(std::numeric_limits<double>::infinity()), 0);
+  EXPECT_EQ(deadband, CDeadband(deadband)) << "infinities are equal";
+  EXPECT_EQ(deadband.SetLowRange(std::nan("")), 1);
+  EXPECT_EQ(deadband.SetLowRange(std::nan("")), 1);
+  EXPECT_EQ(Deadband(1, 0.5), Deadband(1, 0.5 + 1e-16));
+  EXPECT_NE(Deadband(1, 0.5), Deadband(1, 0.5 + 1e-15));
+  EXPECT_NE(Deadband(1, 0.5), Deadband(2, 0.5));
+}
+
 TEST(Deadband, TypesHaveNames) {
   EXPECT_EQ(CString(CDeadband::ToString(CDeadband::NONE)), u"None");
   EXPECT_EQ(CString(CDeadband::ToString(CDeadband::ABSOLUTE)), u"Absolute");

@@ -59,6 +59,22 @@ TEST(BstrForm, CountsBytesAndKnowsNoCheckWord) {
   EXPECT_EQ(Written(CBstr(u"")), "00000000");
 }
 
+TEST(BstrForm, ReadsBackEveryLength) {
+  for (const std::size_t length : {1023, 1024, 1025, 32768, 32769, 65536, 200000}) {
+    for (const char16_t unit : {u'a', u'\u6c34'}) {
+      SCOPED_TRACE(length);
+      const CBstr text(std::u16string_view(std::u16string(length, unit)));
+      zorutil::memory_serializer_t stream;
+      zorutil::Serialize(text, stream);
+      EXPECT_EQ(stream.GetContent().size(), 4 + length * (unit == u'a' ? 1 : 2));
+      stream.Rewind();
+      CBstr back;
+      zorutil::Deserialize(back, stream);
+      EXPECT_TRUE(back == text);
+    }
+  }
+}
+
 TEST(BstrForm, AFailureLeavesTheText) {
   for (const char* hex : {"03000000610062", "0400000061", "FFFFFFFF", "FEFFFF7F"}) {
     SCOPED_TRACE(hex);

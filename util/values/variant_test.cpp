@@ -213,6 +213,25 @@ TEST(VariantArray, IsCreatedFromThePresentType) {
   EXPECT_TRUE(texts.empty());
 }
 
+TEST(VariantArray, TellsSizesStringsAndElements) {
+  // The value, its size in bytes, its elements, and the texts of an array.
+  for (const auto& c : Rows("|0|1; i2:3|2|1; s:abc|6|1; {r8}|0|0|; [i4:1 -2]|8|2|1 -2; [s:a ~ b]|12|3|a  b")) {
+    SCOPED_TRACE(c[0]);
+    const CVariant value = Value(c[0]);
+    EXPECT_EQ(value.GetSizeInBytes(), std::stoul(c[1]));
+    EXPECT_EQ(value.GetNumElements(), std::stoul(c[2]));
+    CStringArray list = {u"before"};
+    EXPECT_EQ(value.GetStringArray(list), c.size() == 4);
+    CString joined;
+    for (const CString& text : list) joined += (joined.IsEmpty() ? u"" : u" ") + text;
+    EXPECT_EQ(joined.ToUtf8(), c.size() == 4 ? c[3] : "");
+  }
+  CVariant ints = Value("[i4:1 2]"), null = Value("{i4}"), text(u"a"), decimal = CVariant::FromDecimal({});
+  EXPECT_TRUE(ints.AsSpan<std::int32_t>().size() == 2 && ints.AsSpan<std::uint32_t>().empty());
+  EXPECT_TRUE(static_cast<void*>(ints) == ints.parray->pvData && static_cast<void*>(null) == nullptr);
+  EXPECT_TRUE(static_cast<void*>(text) == text.bstrVal && static_cast<const void*>(decimal) == &decimal);
+}
+
 TEST(VariantFormat, WritesTheseTexts) {
   for (const auto& c : Rows(R"(
       ||; null||; err:5||; i1:-128|-128|; i2:-32768|-32768|; i:-5|-5|; bool:1|1|; ui1:255|255|;
