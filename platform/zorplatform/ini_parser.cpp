@@ -73,7 +73,8 @@ class CParser {
     begin_ = at_;
     next_ = std::min(lineFeed_, carriageReturn_);
     line_ = text_.substr(begin_, next_ - begin_);
-    if (next_ < text_.size()) next_ += carriageReturn_ + 1 == lineFeed_ ? 2 : 1;
+    const bool isPair = carriageReturn_ + 1 == lineFeed_ && lineFeed_ < text_.size();
+    if (next_ < text_.size()) next_ += isPair ? 2 : 1;
     if (lineNumber_ == 1 && next_ > line_.size()) document_.newLine_ = text_.substr(line_.size(), next_ - line_.size());
   }
 
