@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kBytesOfLine = 16;
 constexpr std::size_t kLeastItems = 16;
 constexpr std::size_t kFirstItems = 1024;
-constexpr std::size_t kMostGrowth = 64;
+constexpr std::size_t kManyItems = 256 * 1024;  // 16 MB
 
 constexpr bool IsBlank(char byte) { return byte == ' ' || byte == '\t'; }
 
@@ -219,7 +219,7 @@ class CParser {
     const double textLeft = at_ == 0 ? 0 : static_cast<double>(text_.size() - at_) / static_cast<double>(at_);
     const auto expected = static_cast<std::size_t>(1.05 * static_cast<double>(size) * (1 + textLeft));
     const std::size_t wanted = size == 0 ? std::clamp(text_.size() / kBytesOfLine, kLeastItems, kFirstItems)
-                                         : std::clamp(expected, size + size / 2, kMostGrowth * size);
+                                         : std::clamp(expected, size + size / 2, std::max(kManyItems, 4 * size));
     document_.items_.reserve(wanted);
     document_.keyNames_.Reserve(wanted - size);
   }
