@@ -156,12 +156,13 @@ class CParser {
 
   std::uint32_t SectionOf(const item_t& line) {
     std::string folded = document_.FoldedNameOf(line);
-    const std::uint32_t found = document_.FindSection(folded);
+    const std::uint32_t hash = document_.hash_(folded, 0);
+    const std::uint32_t found = document_.FindSection(folded, hash);
     if (found != kNone) return found;
     const auto made = static_cast<std::uint32_t>(document_.sections_.size());
     document_.sectionNames_.Reserve(1);
-    document_.sectionNames_.Insert(document_.hash_(folded, kNone), made);
-    document_.sections_.emplace_back().folded = std::move(folded);
+    document_.sectionNames_.Insert(hash, made);
+    document_.sections_.push_back({kNone, kNone, kNone, hash, std::move(folded)});
     return made;
   }
 
@@ -269,7 +270,8 @@ class CParser {
   std::size_t registered_ = 0;
 };
 
-CDocument::CDocument(std::string bytes) : encoding_(EncodingOf(bytes)) {
+CDocument::CDocument(std::string bytes) : CDocument() {
+  encoding_ = EncodingOf(bytes);
   if (bytes.size() > kMaxSize) throw std::length_error("an INI document of more than 1 GiB");
   bytes.erase(0, MarkOf(encoding_).size());
   if (IsUtf16(encoding_)) {
@@ -283,7 +285,8 @@ CDocument::CDocument(std::string bytes) : encoding_(EncodingOf(bytes)) {
   CParser(*this).Run();
 }
 
-CDocument::CDocument(std::u16string_view text) : text_(utf::ToUtf8(text.substr(text.starts_with(u'\uFEFF') ? 1 : 0))) {
+CDocument::CDocument(std::u16string_view text) : CDocument() {
+  text_ = utf::ToUtf8(text.substr(text.starts_with(u'\uFEFF') ? 1 : 0));
   CParser(*this).Run();
 }
 
