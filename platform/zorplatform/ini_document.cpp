@@ -91,25 +91,42 @@ bool CDocument::IsNamed(const item_t& item, std::string_view folded) const {
 
 std::string CDocument::FoldedNameOf(const item_t& item) const { return FoldName(NameOf(item), Surrogates()); }
 
+// The hash of a key comes from that of its section's name, not from the section's number: both slots can be fetched at
+// once.
 std::uint32_t CDocument::HashOf(const item_t& key) const {
-  return key.hasAsciiName ? hash_(NameOf(key), key.section) : hash_(FoldedNameOf(key), key.section);
+  const std::uint32_t scope = sections_[key.section].hash;
+  return key.hasAsciiName ? hash_(NameOf(key), scope) : hash_(FoldedNameOf(key), scope);
 }
 
-std::uint32_t CDocument::FindSection(std::string_view folded) const {
+CDocument::wanted_t CDocument::Want(const CFoldedName& section, const CFoldedName& key) const noexcept {
+  const std::uint32_t scope = hash_(section.View(), 0);
+  sectionNames_.Prefetch(scope);
+  const std::uint32_t hash = hash_(key.View(), scope);
+  keyNames_.Prefetch(hash);
+  return {section.View(), scope, key.View(), hash};
+}
+
+std::uint32_t CDocument::FindSection(std::string_view folded, std::uint32_t hash) const {
   if (folded.empty()) return 0;
-  return sectionNames_.Find(hash_(folded, kNone),
-                            [&](std::uint32_t section) { return sections_[section].folded == folded; });
+  return sectionNames_.Find(hash, [&](std::uint32_t section) { return sections_[section].folded == folded; });
 }
 
-std::uint32_t CDocument::FindKey(std::uint32_t section, std::string_view folded) const {
-  return keyNames_.Find(hash_(folded, section), [&](std::uint32_t item) {
-    return items_[item].section == section && IsNamed(items_[item], folded);
+std::uint32_t CDocument::FindKey(std::uint32_t section, const wanted_t& wanted) const {
+  if (section == kNone) return kNone;
+  return keyNames_.Find(wanted.keyHash, [&](std::uint32_t item) {
+    return items_[item].section == section && IsNamed(items_[item], wanted.key);
   });
 }
 
+std::uint32_t CDocument::FindSection(const char16_t* section) const {
+  const CFoldedName folded(section);
+  return FindSection(folded.View(), hash_(folded.View(), 0));
+}
+
 std::uint32_t CDocument::FindKey(const char16_t* section, const char16_t* key) const {
-  const std::uint32_t found = FindSection(CFoldedName(section).View());
-  return found == kNone ? kNone : FindKey(found, CFoldedName(key).View());
+  const CFoldedName foldedSection(section), foldedKey(key);
+  const wanted_t wanted = Want(foldedSection, foldedKey);
+  return FindKey(FindSection(wanted.section, wanted.sectionHash), wanted);
 }
 
 // --- reading --------------------------------------------------------------------------------------------------------
@@ -197,7 +214,7 @@ void CDocument::QuerySections(CStringArray& sections) const {
 void CDocument::QueryKeys(const char16_t* section, CStringArray& keys) const {
   CStringArray found;
   CString name;
-  if (const std::uint32_t index = FindSection(CFoldedName(section).View()); index != kNone) {
+  if (const std::uint32_t index = FindSection(section); index != kNone) {
     ForEachKey(index, [&](std::uint32_t item) {
       if (items_[item].isRepeated) return;
       Decode(NameOf(items_[item]), name);
@@ -279,14 +296,15 @@ void CDocument::Remove(std::uint32_t item) noexcept {
 
 bool CDocument::WriteValue(const char16_t* section, const char16_t* key, std::u16string_view value) {
   const CFoldedName foldedSection(section), foldedKey(key);
-  const std::uint32_t index = FindSection(foldedSection.View());
-  const std::uint32_t item = index == kNone ? kNone : FindKey(index, foldedKey.View());
+  const wanted_t wanted = Want(foldedSection, foldedKey);
+  const std::uint32_t index = FindSection(wanted.section, wanted.sectionHash);
+  const std::uint32_t item = FindKey(index, wanted);
   if (item == kNone && (!IsKeyName(ViewOf(key)) || !IsSectionName(ViewOf(section)))) return false;
   if (unused_ > kMinUnused && unused_ > text_.size() / 2) Compact();
   if (item != kNone) {
     ReplaceValue(item, value);
   } else {
-    Add(index, {ViewOf(section), foldedSection.View()}, {ViewOf(key), foldedKey.View()}, value);
+    Add(index, wanted, ViewOf(section), ViewOf(key), value);
   }
   return true;
 }
@@ -373,8 +391,8 @@ std::string CDocument::EqualsAsIn(std::uint32_t above) const {
 }
 
 // A key at the end of its section; a section that is new gets its line at the end of the document, below a blank one.
-void CDocument::Add(std::uint32_t section, const new_name_t& sectionName, const new_name_t& key,
-                    std::u16string_view value) {
+void CDocument::Add(std::uint32_t section, const wanted_t& wanted, std::u16string_view sectionName,
+                    std::u16string_view key, std::u16string_view value) {
   const bool isNew = section == kNone;
   draft_t draft(*this, isNew ? tail_ : PlaceOfNewKey(section));
   item_t blank, head, line;
@@ -384,15 +402,15 @@ void CDocument::Add(std::uint32_t section, const new_name_t& sectionName, const 
     blank.end = head.begin = draft.Place();
     draft.text += '[';
     head.nameBegin = draft.Place();
-    draft.text += utf::ToUtf8(sectionName.text);
+    draft.text += utf::ToUtf8(sectionName);
     head.nameEnd = draft.Place();
     draft.text.append("]").append(draft.lineEnd);
     head.end = draft.Place();
     head.kind = kind_t::kSection;
-    head.hasAsciiName = utf::IsAscii(sectionName.text);
+    head.hasAsciiName = utf::IsAscii(sectionName);
   }
   line.begin = line.nameBegin = draft.Place();
-  draft.text += utf::ToUtf8(key.text);
+  draft.text += utf::ToUtf8(key);
   line.nameEnd = draft.Place();
   draft.text += EqualsAsIn(draft.before);
   line.valueBegin = draft.Place();
@@ -401,14 +419,14 @@ void CDocument::Add(std::uint32_t section, const new_name_t& sectionName, const 
   if (!draft.isBeforeOpen) draft.text += draft.lineEnd;
   line.end = draft.Place();
   line.kind = kind_t::kKey;
-  line.hasAsciiName = utf::IsAscii(key.text);
+  line.hasAsciiName = utf::IsAscii(key);
   line.isQuoted = NeedsQuotes(value);
   line.isPlain = !line.isQuoted && utf::IsAscii(value);
 
   ReserveItems(3);
   keyNames_.Reserve(1);
   sectionNames_.Reserve(1);
-  std::string folded(isNew ? sectionName.folded : std::string_view());
+  std::string folded(isNew ? wanted.section : std::string_view());
   if (isNew && freeSections_.empty()) {
     freeSections_.push_back(static_cast<std::uint32_t>(sections_.size()));
     sections_.emplace_back();
@@ -421,12 +439,12 @@ void CDocument::Add(std::uint32_t section, const new_name_t& sectionName, const 
     freeSections_.pop_back();
     if (blank.begin < blank.end) before = LinkBehind(blank, before);
     before = LinkBehind(head, before);
-    sectionNames_.Insert(hash_(folded, kNone), section);
-    sections_[section] = {before, before, kNone, std::move(folded)};
+    sectionNames_.Insert(wanted.sectionHash, section);
+    sections_[section] = {before, before, kNone, wanted.sectionHash, std::move(folded)};
   }
   line.section = section;
   before = LinkBehind(line, before);
-  keyNames_.Insert(hash_(key.folded, section), before);
+  keyNames_.Insert(wanted.keyHash, before);
   sections_[section].lastKey = before;
 }
 
@@ -454,7 +472,7 @@ bool CDocument::DeleteValue(const char16_t* section, const char16_t* key) {
 }
 
 bool CDocument::DeleteSection(const char16_t* section) {
-  const std::uint32_t index = FindSection(CFoldedName(section).View());
+  const std::uint32_t index = FindSection(section);
   if (index == kNone) return false;
   // All that may need memory comes first.
   std::vector<std::pair<std::uint32_t, std::uint32_t>> names;
@@ -481,10 +499,10 @@ bool CDocument::DeleteSection(const char16_t* section) {
     line = same;
   }
   if (index != 0) {
-    sectionNames_.Remove(hash_(sections_[index].folded, kNone), index);
+    sectionNames_.Remove(sections_[index].hash, index);
     freeSections_.push_back(index);
   }
-  sections_[index] = {};
+  sections_[index] = {kNone, kNone, kNone, sections_[index].hash, {}};
   hasLineNumbers_ = false;
   return true;
 }

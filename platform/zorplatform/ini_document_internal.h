@@ -84,6 +84,7 @@ struct section_t {
   std::uint32_t firstLine = kNone;  // section lines, chained by item_t::same
   std::uint32_t lastLine = kNone;
   std::uint32_t lastKey = kNone;  // where a new key goes; kNone: not known
+  std::uint32_t hash = 0;         // of the name
   std::string folded;
 };
 
@@ -93,7 +94,7 @@ class CDocument {
   static constexpr std::size_t kMaxSize = std::size_t{1} << 30;
   static constexpr std::size_t kMaxProblems = 1000;
 
-  CDocument() = default;
+  CDocument() { sections_[0].hash = hash_({}, 0); }
   /// Of the bytes of a file.
   explicit CDocument(std::string bytes);
   explicit CDocument(std::u16string_view text);
@@ -140,8 +141,16 @@ class CDocument {
   bool IsNamed(const item_t& item, std::string_view folded) const;
   std::string FoldedNameOf(const item_t& item) const;
   std::uint32_t HashOf(const item_t& item) const;
-  std::uint32_t FindSection(std::string_view folded) const;
-  std::uint32_t FindKey(std::uint32_t section, std::string_view folded) const;
+  struct wanted_t {
+    std::string_view section;  // both folded
+    std::uint32_t sectionHash;
+    std::string_view key;
+    std::uint32_t keyHash;
+  };
+  wanted_t Want(const CFoldedName& section, const CFoldedName& key) const noexcept;
+  std::uint32_t FindSection(std::string_view folded, std::uint32_t hash) const;
+  std::uint32_t FindSection(const char16_t* section) const;
+  std::uint32_t FindKey(std::uint32_t section, const wanted_t& wanted) const;
   std::uint32_t FindKey(const char16_t* section, const char16_t* key) const;
 
   // Changing. What may throw comes first, so that a failure leaves the document as it was.
@@ -154,12 +163,9 @@ class CDocument {
   std::uint32_t PlaceOfNewKey(std::uint32_t section) const noexcept;
   struct draft_t;
   void Commit(const draft_t& draft);
-  struct new_name_t {
-    std::u16string_view text;
-    std::string_view folded;
-  };
   std::string EqualsAsIn(std::uint32_t above) const;
-  void Add(std::uint32_t section, const new_name_t& sectionName, const new_name_t& key, std::u16string_view value);
+  void Add(std::uint32_t section, const wanted_t& wanted, std::u16string_view sectionName, std::u16string_view key,
+           std::u16string_view value);
 
   std::string text_;
   std::vector<item_t> items_;

@@ -18,6 +18,7 @@ std::string ReadToEnd(CFile& file) {
   constexpr std::uint64_t kMost = 2 * ini::CDocument::kMaxSize;
   const std::uint64_t length = file.GetLength(), position = file.GetPosition();
   const std::uint64_t expected = length > position ? length - position : 0;
+  if (expected > kMost) throw std::length_error("an INI document of more than 1 GiB");
   std::string bytes;
   for (std::size_t wanted = static_cast<std::size_t>(std::min(expected + 1, kMost));;) {
     const std::size_t before = bytes.size();

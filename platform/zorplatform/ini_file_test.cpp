@@ -105,6 +105,7 @@ TEST(IniFileRead, TellsLinesWithoutMeaningByPlaceAndKeepsThem) {
   } cases[] = {
       {"a=1\r\rrubbish\n\r\n =1\n", {{3, 8}, {5, 2}}},
       {"[a\nk=1\n[b] x\n[c]\t\n[]", {{1, 3}, {3, 5}}},
+      {"\r[open\r", {{2, 6}}},
       {"a=1\nA = 2\n[s]\na=3", {{2, 1}}},
       {"\xC3\x9C=\xFFx\n;\xE0\x80\n", {{1, 3}, {2, 2}}},
       {"a=\"x\nb= \"x\" y", {{1, 3}, {2, 8}}},

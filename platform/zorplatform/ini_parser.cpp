@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kBytesOfLine = 16;
 constexpr std::size_t kLeastItems = 16;
 constexpr std::size_t kFirstItems = 1024;
-constexpr std::size_t kMostGrowth = 64;
+constexpr std::size_t kManyItems = 256 * 1024;  // 16 MB
 
 constexpr bool IsBlank(char byte) { return byte == ' ' || byte == '\t'; }
 
@@ -73,7 +73,8 @@ class CParser {
     begin_ = at_;
     next_ = std::min(lineFeed_, carriageReturn_);
     line_ = text_.substr(begin_, next_ - begin_);
-    if (next_ < text_.size()) next_ += carriageReturn_ + 1 == lineFeed_ ? 2 : 1;
+    const bool isPair = carriageReturn_ + 1 == lineFeed_ && lineFeed_ < text_.size();
+    if (next_ < text_.size()) next_ += isPair ? 2 : 1;
     if (lineNumber_ == 1 && next_ > line_.size()) document_.newLine_ = text_.substr(line_.size(), next_ - line_.size());
   }
 
@@ -155,12 +156,13 @@ class CParser {
 
   std::uint32_t SectionOf(const item_t& line) {
     std::string folded = document_.FoldedNameOf(line);
-    const std::uint32_t found = document_.FindSection(folded);
+    const std::uint32_t hash = document_.hash_(folded, 0);
+    const std::uint32_t found = document_.FindSection(folded, hash);
     if (found != kNone) return found;
     const auto made = static_cast<std::uint32_t>(document_.sections_.size());
     document_.sectionNames_.Reserve(1);
-    document_.sectionNames_.Insert(document_.hash_(folded, kNone), made);
-    document_.sections_.emplace_back().folded = std::move(folded);
+    document_.sectionNames_.Insert(hash, made);
+    document_.sections_.push_back({kNone, kNone, kNone, hash, std::move(folded)});
     return made;
   }
 
@@ -218,7 +220,7 @@ class CParser {
     const double textLeft = at_ == 0 ? 0 : static_cast<double>(text_.size() - at_) / static_cast<double>(at_);
     const auto expected = static_cast<std::size_t>(1.05 * static_cast<double>(size) * (1 + textLeft));
     const std::size_t wanted = size == 0 ? std::clamp(text_.size() / kBytesOfLine, kLeastItems, kFirstItems)
-                                         : std::clamp(expected, size + size / 2, kMostGrowth * size);
+                                         : std::clamp(expected, size + size / 2, std::max(kManyItems, 4 * size));
     document_.items_.reserve(wanted);
     document_.keyNames_.Reserve(wanted - size);
   }
@@ -268,7 +270,8 @@ class CParser {
   std::size_t registered_ = 0;
 };
 
-CDocument::CDocument(std::string bytes) : encoding_(EncodingOf(bytes)) {
+CDocument::CDocument(std::string bytes) : CDocument() {
+  encoding_ = EncodingOf(bytes);
   if (bytes.size() > kMaxSize) throw std::length_error("an INI document of more than 1 GiB");
   bytes.erase(0, MarkOf(encoding_).size());
   if (IsUtf16(encoding_)) {
@@ -282,7 +285,8 @@ CDocument::CDocument(std::string bytes) : encoding_(EncodingOf(bytes)) {
   CParser(*this).Run();
 }
 
-CDocument::CDocument(std::u16string_view text) : text_(utf::ToUtf8(text.substr(text.starts_with(u'\uFEFF') ? 1 : 0))) {
+CDocument::CDocument(std::u16string_view text) : CDocument() {
+  text_ = utf::ToUtf8(text.substr(text.starts_with(u'\uFEFF') ? 1 : 0));
   CParser(*this).Run();
 }
 

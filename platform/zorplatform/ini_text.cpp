@@ -264,7 +264,7 @@ CNameHash::CNameHash() {
   static const std::uint64_t seeds[] = {std::uint64_t{std::random_device()()} << 32 | std::random_device()(),
                                         std::uint64_t{std::random_device()()} << 32 | std::random_device()()};
   first_ = seeds[0];
-  second_ = seeds[1] | 1;
+  second_ = seeds[1];
 }
 
 }  // namespace zorplatform::ini

@@ -4,6 +4,7 @@
 // UTF-8 would have for them, so that they can be written back as they came.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -73,6 +74,7 @@ std::uint64_t LoadWord(const char* at) noexcept {
 
 /// Up to eight bytes as a number; of texts of one length, different ones give different numbers.
 inline std::uint64_t LoadUpToEight(const char* at, std::size_t size) noexcept {
+  if (size == 8) return LoadWord<std::uint64_t>(at);
   if (size >= 4) return LoadWord<std::uint32_t>(at) | LoadWord<std::uint32_t>(at + size - 4) << 32;
   if (size == 0) return 0;
   const auto byte = [at](std::size_t i) { return std::uint64_t{static_cast<unsigned char>(at[i])}; };
@@ -135,17 +137,19 @@ class CNameHash {
   std::uint32_t operator()(std::string_view name, std::uint32_t scope) const noexcept {
     const char* const at = name.data();
     const std::size_t size = name.size();
-    std::uint64_t hash = Mix(first_ ^ scope, second_ ^ size);
-    std::size_t i = 0;
-    for (; i + 8 < size; i += 8) hash = Mix(hash ^ FoldEight(LoadWord<std::uint64_t>(at + i)), second_);
-    hash = Mix(hash ^ FoldEight(LoadUpToEightOrLast(at, i, size)), second_);
+    std::uint64_t head = LoadUpToEight(at, std::min<std::size_t>(size, 8)), tail = size;
+    std::uint64_t hash = first_ ^ scope;
+    if (size > 8) {
+      head = LoadWord<std::uint64_t>(at);
+      tail = LoadWord<std::uint64_t>(at + size - 8);
+      for (std::size_t i = 8; i + 8 < size; i += 8)
+        hash = Mix(hash ^ FoldEight(LoadWord<std::uint64_t>(at + i)), second_);
+    }
+    hash = Mix(hash ^ FoldEight(head), second_ ^ FoldEight(tail) ^ size << 56);
     return static_cast<std::uint32_t>(Mix(hash, first_) >> 32);
   }
 
  private:
-  static std::uint64_t LoadUpToEightOrLast(const char* at, std::size_t i, std::size_t size) noexcept {
-    return size >= 8 ? LoadWord<std::uint64_t>(at + size - 8) : LoadUpToEight(at + i, size - i);
-  }
   static std::uint64_t Mix(std::uint64_t a, std::uint64_t b) noexcept {
     __extension__ using product_t = unsigned __int128;
     const product_t product = product_t{a} * b;
