@@ -402,8 +402,7 @@ int CXmlDocument::SetXml(const char16_t* text) {
 }
 
 std::uint32_t CXmlDocument::GetLine(void* element) const {
-  const long line = element == nullptr ? 0 : xmlGetLineNo(NodeOf(element));
-  return line > 0 ? static_cast<std::uint32_t>(line) : 0;
+  return element == nullptr ? 0 : static_cast<std::uint32_t>(CTree::GetLine(NodeOf(element)));
 }
 
 CString CXmlDocument::GetXml() const {
