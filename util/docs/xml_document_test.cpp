@@ -162,9 +162,10 @@ TEST(XmlDocument, FindsElementsInOrderByNameAndNamespace) {
 
 TEST(XmlDocument, KeepsAnOldTreeWhileHandlesToItAreOut) {
   CXmlDocument document;
-  ASSERT_EQ(document.SetXml(u"<a><b>1</b></a>"), 1);
+  ASSERT_EQ(document.SetXml(u"<a>\n<b>1</b></a>"), 1);
   void* const a = Top(document);
   void* const b = document.FindFirstChild(a, false);
+  EXPECT_EQ(document.GetLine(b), 2U);
   ASSERT_EQ(document.SetXml(u"<c/>"), 1);
   EXPECT_EQ(document.SetXml(u"<d>"), 0);
   document.ReleaseElement(a);
@@ -202,6 +203,10 @@ TEST(XmlDocument, TellsWhereAndWhyATextIsRefusedAndStaysAsItWas) {
        u"XML, line 1, column 39: The encoding is unknown, or the bytes are not of that encoding."},
       {"<?xml version='1.0' encoding='UTF-7'?><a/>",
        u"XML, line 1, column 39: The encoding is unknown, or the bytes are not of that encoding."},
+      {std::string("\0\0\0<\0\0\0a\0\0\0/\0\0\0>", 16),
+       u"XML, line 1, column 1: The encoding is unknown, or the bytes are not of that encoding."},
+      {"\x4C\x6F\xA7\x94\x93\x40\xA5\x85\x99\xA2\x89\x96\x95\x7E\x7D\xF1\x4B\xF0\x7D\x6F\x6E\x4C\x81\x61\x6E",
+       u"XML, line 1, column 1: The encoding is unknown, or the bytes are not of that encoding."},
       {std::string("\xFF\xFE<\0a\0/\0>", 9), u"XML, line 1, column 4: A character that XML does not allow."},
       {"<p:a/>", u"XML, line 1, column 5: The prefix \"p\" is not declared."},
       {Nested(257), u"XML, line 1, column 771: Elements are nested more than 256 levels deep."},
