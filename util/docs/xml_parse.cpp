@@ -309,7 +309,6 @@ class CParser {
   void Take(const xmlError& error) {
     noMemory_ = noMemory_ || error.code == XML_ERR_NO_MEMORY;
     if (fault_.id != 0 || error.level < XML_ERR_ERROR || error.code == XML_WAR_NS_URI) return;
-    if (error.domain == XML_FROM_VALID) return;  // an xml:id that is not the only one of its value
     fault_.at = error.line > 0 ? position_t{error.line, std::max(error.int2, 1)} : Here();
     std::vector<CVariant>& details = fault_.details;
     switch (error.code) {
