@@ -158,6 +158,8 @@ TEST(XmlDocument, FindsElementsInOrderByNameAndNamespace) {
   EXPECT_EQ(document.ReadAttribute(b, u"x", part), 0);
   EXPECT_EQ(document.ReadAttribute(b, u"p:x", part), 1);
   EXPECT_EQ(document.GetElementByName(b, u"u", u"none", true), nullptr);
+  ASSERT_EQ(document.SetXml(u"<t xml:space='preserve'><a> <b/></a></t>"), 1);
+  EXPECT_EQ(Text(document, document.FindFirstChild(nullptr, false)), u" ");
 }
 
 TEST(XmlDocument, KeepsAnOldTreeWhileHandlesToItAreOut) {
@@ -238,6 +240,10 @@ TEST(XmlDocument, LimitsDepthAndAttributesButNoText) {
   EXPECT_EQ(LoadBytes(document, crowd + "b='' />"), 0);
   EXPECT_NE(Error(document).Find(u": More than 1024 attributes or namespace declarations."), -1);
 
+  std::string declarations = ">";
+  for (int i = 0; i < 600; ++i) declarations.insert(0, " xmlns:n" + std::to_string(i) + "='u'");
+  EXPECT_EQ(LoadBytes(document, "<a" + declarations + "<b" + declarations + "</b></a>"), 0);
+
   const std::string huge(20'000'000, 'x');
   ASSERT_EQ(LoadBytes(document, "<a b='" + huge + "'>" + huge + "</a>"), 1) << Error(document);
   EXPECT_EQ(Text(document, Top(document)).GetLength(), 20'000'000);
@@ -283,6 +289,10 @@ TEST(XmlDocument, SavesAndLoadsByPath) {
   CXmlDocument again;
   ASSERT_EQ(again.Load(path), 1) << Error(again);
   EXPECT_EQ(again.GetXml(), document.GetXml());
+  const CFile reader(path, CFile::modeRead);
+  const std::uint64_t length = reader.GetLength();
+  ASSERT_EQ(again.SetXml(u"<short/>") + again.Save(path), 2);
+  EXPECT_EQ(reader.GetLength(), length);  // has the old file still, whole
   std::filesystem::remove_all(folder);
 }
 

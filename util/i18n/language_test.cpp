@@ -90,7 +90,7 @@ TEST_F(LanguageFiles, OfTheRegionComeFirstThenThoseOfTheLanguageThenEnglish) {
   Write("first/order.de-AT.lang", "[Texts]\n1 = AT\n");
   Write("second/order.de-AT.lang", "[Texts]\n1 = not read\n2 = not read %s\n");
   Write("second/order.de.lang", "[Language]\nName = Deutsch\n[Texts]\n1 = eins\n2 = zwei %s\n");
-  Write("second/order.en.lang", "[Texts]\n3 = THREE %d %s\n4 = four\n");
+  Write("second/order.en.lang", "[Texts]\n2 = TWO %d\n3 = THREE %d %s\n4 = four\n");
   Write("second/order.xx.lang", "[Texts]\n1 = no such language\n");
   Write("second/order..lang", "");
   const auto module = CLanguageModule::Register(u"order", kEnglish, nullptr);
