@@ -48,7 +48,7 @@ std::vector<CString> FindFileNames(const CString& folder, std::u16string_view be
     const CString name = FromNativePath(entry->path().filename());
     std::error_code isUnknown;
     if (name.View().size() >= begin.size() + end.size() && name.View().starts_with(begin) &&
-        name.View().ends_with(end) && !entry->is_directory(isUnknown)) {
+        name.View().ends_with(end) && entry->is_regular_file(isUnknown)) {
       names.push_back(name);
     }
   }
@@ -58,8 +58,7 @@ std::vector<CString> FindFileNames(const CString& folder, std::u16string_view be
 
 bool FileIsThere(const CString& path) {
   std::error_code error;
-  const auto status = std::filesystem::status(ToNativePath(path), error);
-  return !error && std::filesystem::exists(status) && !std::filesystem::is_directory(status);
+  return std::filesystem::is_regular_file(ToNativePath(path), error);
 }
 
 }  // namespace zorplatform

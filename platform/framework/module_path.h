@@ -22,11 +22,11 @@ ZORPLATFORM_API CString GetModuleFolder(const void* addressInside);
 /// runs with more rights than its user.
 ZORPLATFORM_API std::vector<CString> GetEnvironmentFolders(const char* variable);
 
-/// The names of the files of a folder that begin and end with these texts, sorted by code units. None when the folder
-/// cannot be read.
+/// The names of the files (see FileIsThere) of a folder that begin and end with these texts, sorted by code units. None
+/// when the folder cannot be read.
 ZORPLATFORM_API std::vector<CString> FindFileNames(const CString& folder, std::u16string_view begin,
                                                    std::u16string_view end);
-/// Whether something other than a folder lies there.
+/// Whether a file lies there, or a link to one: a pipe, which would make its reader wait, is none.
 ZORPLATFORM_API bool FileIsThere(const CString& path);
 
 }  // namespace zorplatform

@@ -166,6 +166,7 @@ TEST(IniFileWrite, AddsAndDeletesLinesWhereTheyBelong) {
     const char* after;
   } cases[] = {
       {"", u"A", u"k", u"v", "[A]\nk=v\n"},
+      {"", u"A", u"k", u"\u2028", "[A]\nk=\"\\u2028\"\n"},
       {"", nullptr, u"k", u"", "k=\n"},
       {"; head\r\n[A]\r\n", u"", u"k", u"v", "k=v\r\n; head\r\n[A]\r\n"},
       {"[A]\nx = 1\n; end\n[B]\n", u"a", u"y", u"2", "[A]\nx = 1\ny = 2\n; end\n[B]\n"},
@@ -311,8 +312,14 @@ TEST(IniFile, IsReplacedWholeOrStaysAsItWas) {
   ini.WriteValue(u"A", u"k", u"v");
   ini.Save(path);
   EXPECT_FALSE(ini.IsModified());
+  const CFile reader(path, CFile::modeRead);
+  ini.WriteValue(u"A", u"more", u"v");
+  ini.Save(path);
+  EXPECT_EQ(reader.GetLength(), 8U);  // has the old file still, whole
   ini.WriteValue(u"A", u"k", u"w");
   EXPECT_THROW(ini.Load(path + u".missing"), CFileException);
+  CFile closed;
+  EXPECT_THROW(ini.Load(&closed), CFileException);
   EXPECT_THROW(ini.Save(path + u"\\missing"), CFileException);
   EXPECT_TRUE(ini.IsModified());
   EXPECT_EQ(Value(ini, u"A", u"k"), u"w");

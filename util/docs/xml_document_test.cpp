@@ -158,13 +158,16 @@ TEST(XmlDocument, FindsElementsInOrderByNameAndNamespace) {
   EXPECT_EQ(document.ReadAttribute(b, u"x", part), 0);
   EXPECT_EQ(document.ReadAttribute(b, u"p:x", part), 1);
   EXPECT_EQ(document.GetElementByName(b, u"u", u"none", true), nullptr);
+  ASSERT_EQ(document.SetXml(u"<t xml:space='preserve'><a> <b/></a></t>"), 1);
+  EXPECT_EQ(Text(document, document.FindFirstChild(nullptr, false)), u" ");
 }
 
 TEST(XmlDocument, KeepsAnOldTreeWhileHandlesToItAreOut) {
   CXmlDocument document;
-  ASSERT_EQ(document.SetXml(u"<a><b>1</b></a>"), 1);
+  ASSERT_EQ(document.SetXml(u"<a>\n<b>1</b></a>"), 1);
   void* const a = Top(document);
   void* const b = document.FindFirstChild(a, false);
+  EXPECT_EQ(document.GetLine(b), 2U);
   ASSERT_EQ(document.SetXml(u"<c/>"), 1);
   EXPECT_EQ(document.SetXml(u"<d>"), 0);
   document.ReleaseElement(a);
@@ -202,6 +205,10 @@ TEST(XmlDocument, TellsWhereAndWhyATextIsRefusedAndStaysAsItWas) {
        u"XML, line 1, column 39: The encoding is unknown, or the bytes are not of that encoding."},
       {"<?xml version='1.0' encoding='UTF-7'?><a/>",
        u"XML, line 1, column 39: The encoding is unknown, or the bytes are not of that encoding."},
+      {std::string("\0\0\0<\0\0\0a\0\0\0/\0\0\0>", 16),
+       u"XML, line 1, column 1: The encoding is unknown, or the bytes are not of that encoding."},
+      {"\x4C\x6F\xA7\x94\x93\x40\xA5\x85\x99\xA2\x89\x96\x95\x7E\x7D\xF1\x4B\xF0\x7D\x6F\x6E\x4C\x81\x61\x6E",
+       u"XML, line 1, column 1: The encoding is unknown, or the bytes are not of that encoding."},
       {std::string("\xFF\xFE<\0a\0/\0>", 9), u"XML, line 1, column 4: A character that XML does not allow."},
       {"<p:a/>", u"XML, line 1, column 5: The prefix \"p\" is not declared."},
       {Nested(257), u"XML, line 1, column 771: Elements are nested more than 256 levels deep."},
@@ -232,6 +239,10 @@ TEST(XmlDocument, LimitsDepthAndAttributesButNoText) {
   EXPECT_EQ(LoadBytes(document, crowd + "/>"), 1) << Error(document);
   EXPECT_EQ(LoadBytes(document, crowd + "b='' />"), 0);
   EXPECT_NE(Error(document).Find(u": More than 1024 attributes or namespace declarations."), -1);
+
+  std::string declarations = ">";
+  for (int i = 0; i < 600; ++i) declarations.insert(0, " xmlns:n" + std::to_string(i) + "='u'");
+  EXPECT_EQ(LoadBytes(document, "<a" + declarations + "<b" + declarations + "</b></a>"), 0);
 
   const std::string huge(20'000'000, 'x');
   ASSERT_EQ(LoadBytes(document, "<a b='" + huge + "'>" + huge + "</a>"), 1) << Error(document);
@@ -278,6 +289,10 @@ TEST(XmlDocument, SavesAndLoadsByPath) {
   CXmlDocument again;
   ASSERT_EQ(again.Load(path), 1) << Error(again);
   EXPECT_EQ(again.GetXml(), document.GetXml());
+  const CFile reader(path, CFile::modeRead);
+  const std::uint64_t length = reader.GetLength();
+  ASSERT_EQ(again.SetXml(u"<short/>") + again.Save(path), 2);
+  EXPECT_EQ(reader.GetLength(), length);  // has the old file still, whole
   std::filesystem::remove_all(folder);
 }
 

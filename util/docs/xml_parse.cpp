@@ -102,6 +102,14 @@ std::optional<std::u16string> AsUtf16(std::string_view bytes) {
   return text;
 }
 
+// UTF-32 in whatever byte order, and EBCDIC: the parser knows them by these bytes, whatever they go on to declare.
+bool IsForeignToAscii(std::string_view bytes) {
+  static constexpr std::string_view kBeginnings[] = {
+      {"\0\0\0<", 4}, {"<\0\0\0", 4}, {"\0\0<\0", 4}, {"\0<\0\0", 4}, {"\x4C\x6F\xA7\x94", 4}};
+  return std::any_of(std::begin(kBeginnings), std::end(kBeginnings),
+                     [&](std::string_view beginning) { return bytes.starts_with(beginning); });
+}
+
 // The encodings in which the bytes below 0x80 mean ASCII wherever they stand for themselves.
 bool ExtendsAscii(std::string_view name) {
   static constexpr std::string_view kBeginnings[] = {
@@ -301,7 +309,6 @@ class CParser {
   void Take(const xmlError& error) {
     noMemory_ = noMemory_ || error.code == XML_ERR_NO_MEMORY;
     if (fault_.id != 0 || error.level < XML_ERR_ERROR || error.code == XML_WAR_NS_URI) return;
-    if (error.domain == XML_FROM_VALID) return;  // an xml:id that is not the only one of its value
     fault_.at = error.line > 0 ? position_t{error.line, std::max(error.int2, 1)} : Here();
     std::vector<CVariant>& details = fault_.details;
     switch (error.code) {
@@ -451,6 +458,11 @@ std::string ReadAll(CFile& file) {
 
 tree_ptr_t ParseBytes(std::string_view bytes, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error) {
   if (const auto wide = AsUtf16(bytes); wide.has_value()) return ParseText(*wide, source, error);
+  if (IsForeignToAscii(bytes)) {
+    fault_t fault{i18n::IDS_XML_ENCODING, {}, {}};
+    error = MessageOf(fault, source);
+    return nullptr;
+  }
   return Parse(bytes, false, source, error);
 }
 

@@ -87,6 +87,22 @@ TEST_F(XmlSchemaCollection, ChecksDocumentsAgainstSchemasThatNameEachOther) {
   EXPECT_EQ(Faults(u"<Plant xmlns='urn:plant'/>"), "0 \n");  // what is left does not compile any more
 }
 
+TEST_F(XmlSchemaCollection, ChecksADocumentThatHasChangedAnew) {
+  ASSERT_EQ(schemas_.Add(u"urn:a", Write("ids.xsd", "targetNamespace='urn:a'",
+                                         "<xs:element name='a'><xs:complexType><xs:sequence><xs:any minOccurs='0'/>"
+                                         "</xs:sequence><xs:attribute name='id' type='xs:ID'/></xs:complexType>"
+                                         "</xs:element>")),
+            1);
+  CXmlDocument document;
+  ASSERT_EQ(document.SetXml(u"<a xmlns='urn:a' id='x'><a id='y'/></a>"), 1);
+  std::vector<CXmlSchemaCollection::fault_t> faults;
+  EXPECT_EQ(schemas_.Validate(document, faults), 1) << faults[0].text;
+  document.WriteAttribute(document.FindFirstChild(nullptr, false), u"id", u"x");
+  EXPECT_EQ(schemas_.Validate(document, faults), 0);
+  document.WriteAttribute(document.GetElementByName(nullptr, u"", u"", false), u"id", u"y");
+  EXPECT_EQ(schemas_.Validate(document, faults), 1);
+}
+
 TEST_F(XmlSchemaCollection, TellsWhatIsWrongWithASchema) {
   const struct {
     std::string attributes, content;

@@ -104,8 +104,8 @@ std::string TagFromLanguageId(unsigned short languageId) {
 std::size_t GetLanguageSlot(unsigned short languageId) noexcept {
   if (languageId == 0) languageId = GetProductLanguageId();
   if (const row_t* const row = RowOf(languageId)) return static_cast<std::size_t>(row - kLanguages);
-  // Without region, a language has the texts of the region that is meant.
-  const std::string tag = TagFromLanguageId(languageId);
+  // Without region, or with one that has no row, a language has the texts of the region that is meant by itself.
+  const std::string tag = TagFromLanguageId(languageId & 0x03FF);
   const row_t* const row = RowOf(tag.empty() ? kLanguageEnglish : LanguageIdFromTag(tag));
   return static_cast<std::size_t>(row - kLanguages);
 }

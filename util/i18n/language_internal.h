@@ -9,7 +9,8 @@ namespace i18n {
 /// More than there are known languages.
 inline constexpr std::size_t kMaxLanguages = 128;
 
-/// The number of a language, from 0: of the product's for 0, of English for an identifier that is not known.
+/// The number of a language, from 0: of the product's for 0, of the language without region for a region that is not
+/// known, of English for a language that is not known.
 std::size_t GetLanguageSlot(unsigned short languageId) noexcept;
 /// The tag with region of a number that GetLanguageSlot gives.
 std::string GetSlotTag(std::size_t slot);

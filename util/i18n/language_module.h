@@ -60,8 +60,8 @@ class ZORUTIL_API CLanguageModule {
   ~CLanguageModule();
 
   const CString& GetName() const noexcept { return name_; }
-  /// The template of a number; empty when there is none. 0 is the product language, an identifier that is not known
-  /// means English.
+  /// The template of a number; empty when there is none. 0 is the product language; a region that is not known means
+  /// its language without region, and a language that is not known means English.
   CString GetText(unsigned id, unsigned short languageId) const;
   /// All numbers, rising: those that English has.
   std::vector<unsigned> GetIds() const;

@@ -60,6 +60,14 @@ TEST(MessageTemplate, ShowsEveryTypeByEveryKindOfConversion) {
       %s|i4:-5|-5;%s|bool:1|1;%s|r8:0.1|0.1;%S|s:wide|wide;%s|s:~|)");
 }
 
+TEST(MessageTemplate, ReadsNothingThatAnArgumentPointsTo) {
+  CVariant reference;
+  reference.llVal = 8;
+  reference.vt = VT_I4 | VT_ARRAY | VT_BYREF;
+  EXPECT_EQ(ExpandTemplate(u"[%1$s%1$d%1$x%1$f%1$c%1$p]", {&reference, 1}), u"[]");
+  reference.vt = VT_EMPTY;
+}
+
 TEST(MessageTemplate, PadsAndCuts) {
   ExpectTexts(R"(
       [%5s]|s:ab|[   ab];[%-5s]|s:ab|[ab   ];[%.1s]|s:ab|[a];[%.0s]|s:ab|[];[%.1s]|s:😀b|[];[%.2s]|s:😀b|[😀];

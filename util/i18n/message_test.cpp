@@ -117,7 +117,11 @@ TEST(LocalizedMessage, IsReadBackFromItsBytes) {
   message->SetFlag(7);
   message->Append(MakeNonLocalizedMessage(u"!"));
   EXPECT_EQ(Written(*message), stream_testing::Hex(stream_testing::Bytes(kRecord)));
-  EXPECT_EQ(Written(*Read(kRecord)), Written(*message));
+  message_t read = Read(kRecord);
+  EXPECT_EQ(Written(*CopyLocalizedMessage(read)), Written(*message));
+  stream_testing::CCountingReader empty({});
+  EXPECT_THROW(read->Deserialize(empty), zorplatform::CException);
+  EXPECT_EQ(Written(*read), Written(*message));
   EXPECT_EQ(Read(kRecord)->GetMessageText(kLanguageGerman), message->GetMessageText(kLanguageGerman));
   stream_testing::ExpectRefusesDamage(kRecord, [](zorutil::ISerializer& in) { CLocalizedMessage().Deserialize(in); });
   // The deepest chain is read, one part more is refused; so is a count that the bytes do not bear out.

@@ -95,6 +95,7 @@ TEST(DeadbandDocument, KeepsWhatIsAbsentAndRefusesACrossedRange) {
   EXPECT_EQ(Load(deadband, u"<Deadband>5</Deadband>"), 1);
   EXPECT_EQ(deadband.GetDeadbandType(), CDeadband::PERCENT);
   EXPECT_EQ(deadband.GetThreshold(), 6);
+  EXPECT_EQ(Load(deadband, u"<LowRange>120</LowRange>"), 1);
 
   CXmlDocument document;
   EXPECT_EQ(
