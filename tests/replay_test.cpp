@@ -98,6 +98,9 @@ TEST_F(ReplayProgram, TakesADocumentOfTagsAndSpeaksTheUsersLanguage) {
   Write("crossed.xml", "<!DOCTYPE Tags []><Tags/>");
   EXPECT_EQ(Run("--tags crossed.xml --input good.csv --language de"), 3);
   EXPECT_TRUE(messages_.starts_with("crossed.xml, Zeile 1, ")) << messages_;
+  Write("english.csv", "name,scaling type\nP1,Square Root\n");
+  EXPECT_EQ(Run("--tags english.csv --save-tags german.xml --language de"), 0) << messages_;
+  EXPECT_NE(FileText(folder_ / "german.xml").find("<Type>Quadratwurzel"), std::string::npos);
   EXPECT_EQ(Run("--tags tags.csv --language klingon"), 2);
   EXPECT_NE(messages_.find("such as de (Deutsch) en (English)"), std::string::npos) << messages_;
 }
