@@ -227,13 +227,13 @@ void CVariant::CreateStringArray(unsigned rows, unsigned columns) {
 }
 
 std::size_t CVariant::GetSizeInBytes() const noexcept {
-  if (IsArray()) return parray == nullptr ? 0 : GetArray()->GetByteLength();
+  if (IsArray()) return GetArray() == nullptr ? 0 : GetArray()->GetByteLength();
   return vt == VT_BSTR ? SysStringByteLen(bstrVal) : SizeOf(vt);
 }
 
 unsigned CVariant::GetNumElements() const noexcept {
   if (!IsArray()) return 1;
-  return parray == nullptr ? 0 : GetArray()->GetNumElements();
+  return GetArray() == nullptr ? 0 : GetArray()->GetNumElements();
 }
 
 bool CVariant::GetStringArray(CStringArray& out) const {
@@ -249,7 +249,7 @@ bool CVariant::GetStringArray(CStringArray& out) const {
 
 void CVariant::Format(CString& out, format_t format) const {
   if (IsArray()) {
-    if (parray == nullptr) return out.Empty();
+    if (GetArray() == nullptr) return out.Empty();  // none, or a reference to one
     return GetArray()->Format(out, format == FORMAT_FULL);
   }
   char text[number_text::kMaxChars];
@@ -314,7 +314,7 @@ unsigned CVariant::SizeOf(VARTYPE type) noexcept {
 }
 
 void* CVariant::ValueAddress() noexcept {
-  if (IsArray()) return parray == nullptr ? nullptr : parray->pvData;
+  if (IsArray()) return GetArray() == nullptr ? nullptr : parray->pvData;
   if (vt == VT_BSTR) return bstrVal;
   if (vt == VT_DECIMAL) return this;
   return RowOf(vt).size == 0 ? nullptr : &ullVal;
@@ -333,7 +333,7 @@ std::size_t CVariant::ArrayCount(bool (*accepts)(VARTYPE)) const noexcept {
 bool operator==(const CVariant& a, const CVariant& b) {
   if (a.vt != b.vt && PlainInt(a.vt) != PlainInt(b.vt)) return false;
   if (a.IsArray()) {
-    if (a.parray == nullptr || b.parray == nullptr) return a.parray == b.parray;
+    if (a.GetArray() == nullptr || b.GetArray() == nullptr) return a.parray == b.parray;
     return *a.parray == *b.parray;
   }
   switch (a.vt) {

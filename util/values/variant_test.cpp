@@ -213,6 +213,16 @@ TEST(VariantArray, IsCreatedFromThePresentType) {
   EXPECT_TRUE(texts.empty());
 }
 
+TEST(VariantArray, ByReferenceIsNotLookedInto) {
+  std::uint64_t elsewhere = 1;
+  CVariant value;
+  value.vt = VT_I4 | VT_ARRAY | VT_BYREF;
+  value.parray = reinterpret_cast<decltype(value.parray)>(&elsewhere);
+  EXPECT_EQ(value.ToString(), u"");
+  EXPECT_TRUE(value.GetSizeInBytes() == 0 && value.GetNumElements() == 0 && static_cast<void*>(value) == nullptr);
+  EXPECT_TRUE(value == value && !(value == Value("[i4:1 2]")));
+}
+
 TEST(VariantArray, TellsSizesStringsAndElements) {
   // The value, its size in bytes, its elements, and the texts of an array.
   for (const auto& c : Rows("|0|1; i2:3|2|1; s:abc|6|1; {r8}|0|0|; [i4:1 -2]|8|2|1 -2; [s:a ~ b]|12|3|a  b")) {
