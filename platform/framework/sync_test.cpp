@@ -76,10 +76,9 @@ TEST(LightLock, LetsOneThreadInAtATimeAndWakesThoseWhoFellAsleep) {
       if (i % 2'000 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
   };
-  std::thread other(work);
-  work();
-  other.join();
-  EXPECT_EQ(counter, 40'000);
+  std::thread others[] = {std::thread(work), std::thread(work), std::thread(work)};  // several asleep at once
+  for (auto& thread : others) thread.join();
+  EXPECT_EQ(counter, 60'000);
 }
 
 TEST(SingleLock, HoldsItsLockOnceAndGivesItBack) {

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <random>
 #include <vector>
@@ -46,6 +47,29 @@ TEST(PrivateHeap, IgnoresWhatIsNotALiveBlockOfItsOwn) {
     EXPECT_EQ(heap.TotalAlloc(), 1u + 100 + 5'000 + 200'000 + 256 * 1024 + 1'000'000) << p;
   }
   for (void* p : live) EXPECT_TRUE(heap.Validate(p));
+}
+
+// What the process has mapped, in MiB.
+std::size_t Mapped() {
+  std::size_t pages = 0;
+  std::ifstream("/proc/self/statm") >> pages;
+  return pages / 256;
+}
+
+TEST(PrivateHeap, UsesItsMemoryAgainAndGivesItBack) {
+  CPrivateHeap heap;
+  std::vector<void*> small(60'000);
+  const std::size_t before = Mapped();
+  for (void*& p : small) p = heap.Alloc(200);  // 13 MiB
+  const std::size_t filled = Mapped();
+  for (std::size_t i = 1; i != small.size(); ++i) heap.Free(small[i], 0);
+  for (int i = 0; i != 100; ++i) heap.Free(heap.Alloc(i % 2 == 0 ? 200'000 : 4 << 20), 0);
+  std::vector<void*> larger(80);
+  for (void*& p : larger) p = heap.Alloc(200'000);
+  EXPECT_LE(Mapped(), filled + 1) << "what was freed is joined to larger blocks";
+  for (void* p : larger) heap.Free(p, 0);
+  heap.Free(small[0], 0);
+  EXPECT_LE(Mapped(), before + 1) << "an idle heap holds nothing";
 }
 
 TEST(PrivateHeap, BlocksOfAllSizesKeepApartWhileTheyComeAndGo) {

@@ -26,7 +26,9 @@ CSerializationBuffer Filled(unsigned n, unsigned step = 4096) {
   return buffer;
 }
 unsigned Blocks(const CSerializationBuffer& buffer) { return buffer.Peek() == nullptr ? 0 : buffer.Peek()->size(); }
-std::size_t NodesInUse() { return dynamic_cast<zorpool::CPool&>(buffer_t::pool_factory_t()(264)).TotalInUse(); }
+std::size_t InUse(unsigned size) {
+  return dynamic_cast<zorpool::CPool&>(buffer_t::pool_factory_t()(size)).TotalInUse();
+}
 
 TEST(SerializationBuffer, FillsBlocksAndGivesThemBackAsTheyAreRead) {
   const struct {
@@ -36,13 +38,15 @@ TEST(SerializationBuffer, FillsBlocksAndGivesThemBackAsTheyAreRead) {
   for (const auto& c : cases) {
     for (const unsigned step : {1u, 2u, 3u, 4u, 6u, 8u, 13u, 16u, 17u, 255u, 4096u}) {
       SCOPED_TRACE(testing::Message() << c.written << " written, " << c.read << " read, by " << step);
-      const std::size_t before = NodesInUse();
+      const std::size_t before = InUse(264), chains = InUse(16);
       CSerializationBuffer buffer = Filled(c.written, step);
       EXPECT_EQ(Take(buffer, c.read, step), Text(c.read));
       EXPECT_EQ(buffer.Peek() != nullptr, c.written != 0);
       EXPECT_EQ(Blocks(buffer), c.blocks);
-      EXPECT_EQ(NodesInUse(), before + c.blocks);
+      EXPECT_EQ(InUse(264), before + c.blocks);
       EXPECT_EQ(Take(buffer, buffer.size()), Text(c.written).substr(c.read));
+      buffer.Detach();
+      EXPECT_EQ(InUse(16), chains);
     }
   }
 }
@@ -85,6 +89,11 @@ TEST(SerializationBuffer, AppendsChainsAndFilesThroughItsOwnWrite) {
   for (const unsigned position : {400, 500, 7}) buffer.FromFile(file, (file.Seek(position, CFile::begin), 300));
   EXPECT_EQ(buffer.sizes, "255 255 10 255 45 ");
   EXPECT_EQ(file.GetPosition(), 307u);
+  struct cut_t : CMemFile {  // by another, after its length was asked for
+    std::uint64_t GetLength() const override { return 1000; }
+  } cut;
+  buffer.FromFile(cut, 1000);
+  EXPECT_EQ(buffer.sizes, "255 255 10 255 45 ");
 }
 
 TEST(SerializationBuffer, KeepsWhatAFullFileRefused) {

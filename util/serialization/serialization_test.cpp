@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <string>
 
 #include "platform/framework/mem_file.h"
@@ -45,7 +46,7 @@ TEST(StringForm, IsTheShorterEncodingAndUtf16OfTwoEqual) {
   }
 }
 
-TEST(StringForm, GivesTheCountACheckWordAbove0xFFFFUnits) {
+TEST(StringForm, HoldsLongTextAndGivesTheCountACheckWordAbove0xFFFFUnits) {
   for (const std::size_t units : {0xFFFF, 0x10000}) {
     SCOPED_TRACE(units);
     const std::u16string text(units, u'\u6c34');
@@ -59,6 +60,15 @@ TEST(StringForm, GivesTheCountACheckWordAbove0xFFFFUnits) {
     CString back;
     zorutil::Deserialize(back, stream);
     EXPECT_TRUE(back.View() == text);
+  }
+  for (const std::size_t bytes : {1023, 1024, 1025, 1040, 200'000}) {
+    const std::u16string text(bytes, u'a');
+    zorutil::memory_serializer_t stream;
+    zorutil::Serialize(CString(text), stream);
+    stream.Rewind();
+    CString back;
+    zorutil::Deserialize(back, stream);
+    EXPECT_TRUE(back.View() == text && stream.GetContent().size() == 4 + bytes) << bytes;
   }
   EXPECT_EQ(Read("0300000061006200 6300"), u"abc") << "the longer form is read too";
   EXPECT_EQ(Read("0300008061FF62"), u"a\uFFFDb");
@@ -131,6 +141,12 @@ TEST(StreamSerializer, PeekLooksAheadAndAShortReadTakesWhatIsThere) {
     EXPECT_TRUE(stream.Peek(bytes, 0));
   }
   EXPECT_EQ(file.GetLength(), 8u) << "the file outlives the serializer";
+  struct pipe_t : CMemFile {
+    using CMemFile::CMemFile;
+    std::uint64_t Seek(std::int64_t, seek_t) override { throw CFileException(u"pipe", "seek", ESPIPE); }
+  } pipe(Bytes("0102"));
+  EXPECT_FALSE(zorutil::file_serializer_t(&pipe).Peek(bytes, 1));
+  EXPECT_EQ(pipe.GetPosition(), 0u) << "what cannot be given back is not taken";
 }
 
 }  // namespace
