@@ -111,7 +111,7 @@ TEST(Validation, ChecksValuesByTypeAndLimits) {
   const std::tuple<property_type_t, CVariant, CVariant, values_t, values_t, unsigned> cases[] = {
       {TYPE_INTEGER, U(10), most, {U(10), most, u"10", R8(10)}, {U(9), over, u"9"}, 508},
       {TYPE_INTEGER, none, none, {}, {R8(1.5), nan, I4(-1), u"x", none, CVariant::Null(), notOne}, 527},
-      {TYPE_INTEGER, u"2", u"10", {U(9)}, {U(11), U(1)}, 508},
+      {TYPE_INTEGER, u"2", u"10", {U(9), u"9"}, {U(11), U(1), u"100"}, 508},
       {TYPE_SIGNED_INTEGER, none, I4(7), {least, u"-5"}, {I4(8)}, 508},
       {TYPE_SIGNED_INTEGER, I4(3), R8(3), {I4(99)}, {CVariant::FromInt64(std::int64_t{1} << 31)}, 527},
       {TYPE_REAL8, R8(-1.5), R8(2.5), {R8(2.5), U(2)}, {R8(2.6), nan}, 508},
