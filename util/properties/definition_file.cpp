@@ -14,18 +14,33 @@ using zorplatform::CException;
 
 namespace {
 
-void RequireAtMost(std::uint32_t count, std::uint32_t most, const char* what) {
-  if (count <= most) return;
-  CException::Throw(CException::kEndOfStream, "corrupt definition file: " + std::to_string(count) + " " + what +
-                                                  ", at most " + std::to_string(most) + " are possible");
+[[noreturn]] void ThrowCorrupt(const CString& fileName, const std::string& what) {
+  CException::Throw(CException::kEndOfStream, "corrupt definition file " + fileName.ToUtf8() + ": " + what);
 }
 
-CString ReadNamespaceName(ISerializer& in) {
+void RequireAtMost(std::uint32_t count, std::uint32_t most, const CString& fileName, const char* what) {
+  if (count <= most) return;
+  ThrowCorrupt(fileName, std::to_string(count) + " " + what + ", at most " + std::to_string(most) + " are possible");
+}
+
+CString ReadNamespaceName(ISerializer& in, const CString& fileName) {
   const auto length = ReadLittle<std::uint32_t>(in);
-  RequireAtMost(length, kMaxNamespaceNameBytes, "bytes of a namespace name");
+  RequireAtMost(length, kMaxNamespaceNameBytes, fileName, "bytes of a namespace name");
   std::string name(length, '\0');
   if (length != 0) in.Read(name.data(), length);
   return CString(name.c_str());
+}
+
+// A record does not know the file that it stands in, and whoever repairs the file has to.
+std::shared_ptr<property_def_t> ReadDefinition(ISerializer& in, const CString& fileName, std::uint32_t index) {
+  auto definition = std::make_shared<property_def_t>();
+  try {
+    definition->Deserialize(in);
+  } catch (const CException& failure) {
+    if (failure.GetCode() != CException::kEndOfStream) throw;
+    ThrowCorrupt(fileName, "definition " + std::to_string(index + 1) + ": " + failure.what());
+  }
+  return definition;
 }
 
 CString Qualified(const CString& namespaceName, const CString& name) { return namespaceName + u'.' + name; }
@@ -48,15 +63,14 @@ bool ReadDefinitionStream(ISerializer& in, const CString& fileName, IDefinitionF
   in.Read(unused, hasThirdByte ? 3 : 2);
   const int number = ReadLittle<std::uint16_t>(in);
   if (number < 1 || number > kMaxNamespace) return false;
-  CString namespaceName = ReadNamespaceName(in);
+  CString namespaceName = ReadNamespaceName(in, fileName);
   if (namespaceName.IsEmpty()) namespaceName = fileName;
   const auto count = ReadLittle<std::uint32_t>(in);
-  RequireAtMost(count, kMaxDefinitions, "definitions");
+  RequireAtMost(count, kMaxDefinitions, fileName, "definitions");
 
   if (!client.OnNamespace(number, fileName, namespaceName)) return true;
   for (std::uint32_t i = 0; i < count; ++i) {
-    auto definition = std::make_shared<property_def_t>();
-    definition->Deserialize(in);
+    auto definition = ReadDefinition(in, fileName, i);
     definition->SetQualifiedName(Qualified(namespaceName, definition->GetName()));
     if (!client.OnDefinition(std::move(definition))) break;
   }

@@ -2,8 +2,7 @@
 //
 //   class CNames : public IDefinitionFileClient {
 //     bool OnNamespace(int, const CString&, const CString& name) override { return name == u"motors"; }
-//     bool OnDefinition(std::shared_ptr<IPropertyDefinition> each) override { names.Add(each->GetName()); return true;
-//     } CStringArray names;
+//     bool OnDefinition(std::shared_ptr<IPropertyDefinition> each) override { return Show(each->GetName()); }
 //   };
 //   CNames names;
 //   ReadDefinitionFile(GetPropertiesDir() + CString(u"motors.prop"), names);
@@ -39,8 +38,8 @@ class ZORUTIL_API IDefinitionFileClient {
 };
 
 /// False, and no call, for a file that cannot be opened, has another magic number, or whose namespace number lies
-/// outside 1 to kMaxNamespace. CException -3 when the file ends too early, -1 when a count or record in it is corrupt;
-/// the client may have had some definitions by then. Errors of reading are CFileException.
+/// outside 1 to kMaxNamespace. CException -3 when the file ends too early, -1 when a count or record in it is corrupt,
+/// either naming the file; the client may have had some definitions by then. Errors of reading are CFileException.
 ZORUTIL_API bool ReadDefinitionFile(const CString& path, IDefinitionFileClient& client);
 /// The same from a serializer; `fileName` is what the client is told.
 ZORUTIL_API bool ReadDefinitionStream(ISerializer& in, const CString& fileName, IDefinitionFileClient& client);

@@ -30,8 +30,8 @@ ZORUTIL_API const char16_t* GetPropertiesDir();
 
 /// Writes the index of the definition files that are there, in the order of their names: whole, or not at all. Left out
 /// are files that ReadDefinitionFile skips or IsIndexable (definition_writer.h) refuses, and those whose namespace name
-/// has a line break. CException -1 when the index cannot be written, -3 when a definition file ends within its header.
-/// The program goes on with an index that it has read.
+/// has a line break. CException -1 when the index cannot be written or a count in the header of a definition file is
+/// corrupt, -3 when such a file ends within its header. The program goes on with an index that it has read.
 ZORUTIL_API void CreateIndexFile();
 /// The same for another directory, whose path text ends in "\".
 ZORUTIL_API void CreateIndexFile(const CString& directory);

@@ -57,6 +57,10 @@ const std::string kSmallHead = "23775599 00 0100 0300 06000000 6D6F746F7273 0100
 
 TEST(DefinitionFile, HasExactBytesAndRefusesDamage) {
   const std::string hex = stream_testing::Hex(Bytes(kSmallHead + kSmallRecord));
+  property_def_t kept(5, u"kept", TYPE_NONE);
+  const std::string cut = kSmallRecord.substr(0, kSmallRecord.size() - 2);
+  EXPECT_EQ(stream_testing::CodeOf(Bytes(cut), [&](ISerializer& in) { kept.Deserialize(in); }), -3);
+  EXPECT_EQ(kept.GetName(), u"kept");
   stream_testing::ExpectRefusesDamage(hex, [](ISerializer& in) {
     heard_t heard;
     ReadDefinitionStream(in, u"file", heard);
@@ -146,6 +150,7 @@ TEST(NamespaceIndex, NamesTheFilesThatAreDefinitionFiles) {
   const std::string head("\x23\x77\x55\x99\0\0\0", 7), zeros(8, '\0');
   WriteText(at + u"over.prop", head + '\0' + '\4' + zeros);
   WriteText(at + u"x,y.prop", ReadText(at + u"plain.prop"));
+  WriteText(at + u"broken.prop", head + std::string("\4\0\3\0\0\0a\nb", 9) + zeros);
   CreateIndexFile(at);
   const std::string index = ReadText(at + kIndexFileName);
   EXPECT_EQ(index, "1=Motors\r\n1023=a.b,Größe, Gewicht\r\n7=plain\r\n");
@@ -190,20 +195,26 @@ TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
 
   // Without an index nothing is defined, and whoever asks for the index itself hears of it.
   EXPECT_EQ(store.GetDefinition(speed), nullptr);
-  EXPECT_EQ(stream_testing::CodeOf({}, [&](ISerializer&) { store.GetNamespaceName(speed); }), -1);
+  const auto codeOfName = [&] {
+    return stream_testing::CodeOf({}, [&](ISerializer&) { store.GetNamespaceName(speed); });
+  };
+  EXPECT_EQ(codeOfName(), -1);
+  WriteText(at + kIndexFileName, std::string((16 << 20) + 1, '\n'));
+  EXPECT_EQ(codeOfName(), -1);
   CreateIndexFile(at);
   WriteText(at + kIndexFileName, ReadText(at + kIndexFileName) + "6=gone\n8=m,Eight\n9=..\\m\n");
   store.OnIndexCreated();
 
   const auto found = store.GetDefinition(speed);
   ASSERT_TRUE(found != nullptr && found->GetType() == TYPE_INTEGER);
+  EXPECT_EQ(store.GetDefinition(u"Eight", u"speed"), nullptr);  // the file is of another namespace
   WriteText(at + u"m.prop", "changed");
   RemoveIndexFile(at);
   EXPECT_EQ(store.GetDefinition(u"MOTORS", u"sPEED"), found);
   EXPECT_EQ(store.GetDefinition(u"m", u"POWER"), store.GetDefinition(power));
   EXPECT_EQ(store.GetNamespaceName(power), CString(u"Motors"));
   EXPECT_EQ(store.GetNamespaceName(MakePropertyId(77, 0)), CString());
-  for (const int number : {0, 6, 8, 9, 1023}) EXPECT_EQ(store.FindDefinition(MakePropertyId(number, 1)), nullptr);
+  for (const int number : {0, 6, 9, 1023}) EXPECT_EQ(store.FindDefinition(MakePropertyId(number, 1)), nullptr);
   EXPECT_EQ(stream_testing::CodeOf({}, [&](ISerializer&) { store.GetDefinition(MakePropertyId(5, 1)); }), -3);
 
   std::string heard;

@@ -64,9 +64,9 @@ inline constexpr std::size_t kPasswordKeySize = 32;
 /// Encrypts with the product's own key from now on, in the whole process; an empty `key` goes back to the built-in one.
 /// Every encrypted text says which of the two it was written with: texts of the built-in key stay readable, so that a
 /// product can introduce a key at any time and re-encrypt what it meets; those of an earlier own key are no longer
-/// read and must be re-encrypted before. `key` is kPasswordKeySize bytes without pattern, such as
-/// from a random generator, not a pass phrase; CInvalidArgException for any other length. It is copied; the caller
-/// wipes what it passed.
+/// read and must be re-encrypted before. `key` is kPasswordKeySize bytes without pattern, such as from a random
+/// generator, not a pass phrase; CInvalidArgException for any other length. It is copied; the caller wipes what it
+/// passed.
 ZORUTIL_API void SetPasswordKey(std::span<const std::uint8_t> key);
 
 /// Empties a text and overwrites the memory it had, unless a copy still shares it: then that copy is left whole.

@@ -77,7 +77,8 @@ class ZORUTIL_API CProperty final : public IProperty {
 /// Whether two properties say the same: one object, or the same id and equal values. Values of one type are compared
 /// as operator== of CVariant compares them, values of two types by CVariantCompare::Values, so that the number 5 and
 /// the text "5" are equal. A property whose definition exempts it (property_definition.h) equals any other of its id.
-/// Two empty pointers are equal. Comparing pointers with == means this; their addresses are told apart by get().
+/// Two empty pointers are equal. Comparing pointers with == means this; their addresses are told apart by get(). What
+/// reading a definition file throws (definition_store.h) passes through when the values differ.
 ZORUTIL_API bool operator==(const std::shared_ptr<IProperty>& a, const std::shared_ptr<IProperty>& b);
 
 /// A new property whose value is the encrypted text, as SetEncryptedString makes it.

@@ -32,7 +32,8 @@ CVariant ReadValue(ISerializer& in) {
 int ReadCount(ISerializer& in, int most, const char* what) {
   const int count = ReadInt(in);
   if (count < 0 || count > most) {
-    CException::Throw(CException::kEndOfStream, "corrupt property definition: " + std::to_string(count) + " " + what);
+    CException::Throw(CException::kEndOfStream, "corrupt property definition: " + std::to_string(count) + " " + what +
+                                                    ", at most " + std::to_string(most) + " are possible");
   }
   return count;
 }

@@ -146,8 +146,15 @@ CString LimitText(property_type_t type, const CVariant& limit, bool isMax) {
 
 message_ptr_t CheckRange(const IPropertyDefinition& definition, const CVariant& value, IValidationContext& context) {
   const CLimits limits(definition, context);
-  if (limits.AreEqual() || limits.Include(value)) return nullptr;
+  if (limits.AreEqual()) return nullptr;
   const property_type_t type = definition.GetType();
+  // Two texts would be compared as names: "9" follows "10".
+  if (value.vt != VT_BSTR) {
+    if (limits.Include(value)) return nullptr;
+  } else {
+    CVariant number = value;
+    if (number.ConvertType(ExpectedVartype(type), CVariant::CONVERT_OR_CLEAR) && limits.Include(number)) return nullptr;
+  }
   return Failure(i18n::IDS_VALUE_OUT_OF_RANGE,
                  {LimitText(type, limits.GetMin(), false), LimitText(type, limits.GetMax(), true)});
 }

@@ -6,6 +6,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -62,6 +63,7 @@ class CDefinitions : public testing::Environment {
     auto exempt = Define(kExempt, u"exempt", TYPE_INTEGER, U(0), U(1));
     exempt->SetExempt(true);
     exempt->SetRequired(true);
+    exempt->SetDefaultValue(U(1));
     auto enabled = Define(kEnabledInMode2, u"enabled", TYPE_NONE);
     enabled->SetEnableConditions({When(kMode, kEqual, U(2))});
     auto enumeration = Define(kEnum, u"enum", TYPE_ENUMERATION);
@@ -111,7 +113,7 @@ TEST(Validation, ChecksValuesByTypeAndLimits) {
   const std::tuple<property_type_t, CVariant, CVariant, values_t, values_t, unsigned> cases[] = {
       {TYPE_INTEGER, U(10), most, {U(10), most, u"10", R8(10)}, {U(9), over, u"9"}, 508},
       {TYPE_INTEGER, none, none, {}, {R8(1.5), nan, I4(-1), u"x", none, CVariant::Null(), notOne}, 527},
-      {TYPE_INTEGER, u"2", u"10", {U(9)}, {U(11), U(1)}, 508},
+      {TYPE_INTEGER, u"2", u"10", {U(9), u"9"}, {U(11), U(1), u"100"}, 508},
       {TYPE_SIGNED_INTEGER, none, I4(7), {least, u"-5"}, {I4(8)}, 508},
       {TYPE_SIGNED_INTEGER, I4(3), R8(3), {I4(99)}, {CVariant::FromInt64(std::int64_t{1} << 31)}, 527},
       {TYPE_REAL8, R8(-1.5), R8(2.5), {R8(2.5), U(2)}, {R8(2.6), nan}, 508},
@@ -160,6 +162,7 @@ TEST(Validation, ThrowsTheFirstFailureAndCollectsAll) {
   // Nobody checks the exempt one, one that no definition knows, and one of no namespace.
   const property_list_t list = List({{kExempt, U(77)}, {Id(99), u"x"}, {7, {}}, {kText, u"a"}, {kEnum, I4(2)}});
   EXPECT_EQ(Failures(list, plain), "text 539;enum 524;");
+  EXPECT_EQ(GetDefinition(kEnum)->GetEnumValues()[0]->GetMetaData().fileName, u"tests");
   try {
     ValidateProperties(list, plain);
     ADD_FAILURE() << "passed";
@@ -196,7 +199,8 @@ TEST(Validation, LetsTheContextOverrideADefinition) {
   EXPECT_EQ(Failures(List({{kText, u"abcdefgh"}}), context), "");
   EXPECT_EQ(GetMinLength(kText, context), U(1));
   EXPECT_EQ(GetMaxLength(kMode, context), CVariant::FromInt(-1));
-  EXPECT_TRUE(IsRequired(kExempt, context));
+  EXPECT_TRUE(IsRequired(kExempt, context) && !IsServerOnly(kExempt, context));
+  EXPECT_EQ(GetDefValue(kExempt, context), U(1));
   context.editedId = kExempt;
   EXPECT_FALSE(IsRequired(kExempt, context));
   EXPECT_EQ(Failures(List({{kEnum, U(101)}, {kEnum, u"1"}}), context), "");
@@ -232,6 +236,7 @@ TEST(Conditions, PreferTheWatchedPropertyOfTheSameLowByte) {
   EXPECT_TRUE(holds(5, List({{kMode, U(2)}, {kMode | 5, U(1)}})));
   EXPECT_TRUE(holds(5, List({{kMode, U(1)}, {kMode | 4, U(2)}})));
   EXPECT_FALSE(holds(0, List({{kMode | 5, U(1)}})));
+  EXPECT_TRUE(EvaluateCondition(*When(kMode | 4, kEqual, U(1)), 5, List({{kMode | 5, U(1)}, {kMode | 4, U(2)}})));
   property_list_t longList;  // is searched another way
   for (int i = 100; i > 0; --i) longList.push_back(CProperty::Create(kMode | i, U(i == 5 ? 1 : 2)));
   longList.push_back(CProperty::Create(kMode | 5, U(2)));
@@ -281,6 +286,16 @@ TEST(Conditions, ThatWatchEachOtherInACircleEndWithAnError) {
   EXPECT_EQ(Failures(net, plain), "");
 }
 
+// Takes lists of one property only.
+struct model_t : IPropertyModel {
+  void GetProperties(property_list_t& list) const override { list.push_back(CProperty::Create(kText, u"abc")); }
+  void SetProperties(const property_list_t&) override {}
+  void ValidateProperties(const property_list_t& list, IValidationContext&) const override {
+    if (list.size() != 1) throw std::length_error("");
+  }
+  std::shared_ptr<IPropertyEditor> GetPropertyHelper(int, const property_list_t&) override { return nullptr; }
+};
+
 TEST(Merging, ReplacesInPlaceAndAppendsTheRest) {
   const auto text = [](const property_list_t& list) {
     std::string result;
@@ -297,6 +312,11 @@ TEST(Merging, ReplacesInPlaceAndAppendsTheRest) {
   EXPECT_EQ(text(merged), text(current));
   MergeAndValidateProperties(merged, changes, merged, plain);
   EXPECT_EQ(text(merged), "1=7;20=ab;1=3;21=1;");
+  const model_t model;
+  MergeAndValidateProperties(&model, nullptr, changes, merged, plain);
+  EXPECT_THROW(MergeAndValidateProperties(&model, &model, {}, merged, plain);
+               MergeAndValidateProperties(&model, &model, changes, merged, plain), std::length_error);
+  EXPECT_EQ(text(merged), "20=abc;");
 }
 
 TEST(Properties, AreEqualWhateverTheirValuesWhenExempt) {
