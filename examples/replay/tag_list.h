@@ -59,7 +59,8 @@ class CTagList {
   /// The same for a document. False, with the reason reported, when it cannot be loaded.
   bool ReadXml(const std::string& path, CProblemLog& log);
   /// Writes the tags that were not refused as such a document, which replaces the file whole. Reports those whose
-  /// settings it does not hold: clamps, negation or another type without scaling. std::runtime_error with the cause.
+  /// settings it does not hold: clamps, negation or another type without scaling. The scaling types are written by
+  /// their names in the product's language; English ones load under every language. std::runtime_error with the cause.
   void WriteXml(const std::string& path, CProblemLog& log) const;
 
   /// In the order of the file, refused ones included.
