@@ -191,6 +191,8 @@ TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
                     Define(speed, u"SPEED", TYPE_HEX)};
   WriteDefinitionFile(at + u"m.prop", {4, u"Motors", {all.begin(), all.end()}});
   WriteText(at + u"cut.prop", std::string("\x23\x77\x55\x99\0\0\0\5\0\0\0\0\0\1\0\0\0", 17));
+  ASSERT_TRUE(zorplatform::CreatePath(at + u"sub"));
+  WriteDefinitionFile(at + u"sub\\s.prop", {9, u"", {Define(MakePropertyId(9, 1), u"", TYPE_NONE)}});
   CDefinitionStore store(at);
 
   // Without an index nothing is defined, and whoever asks for the index itself hears of it.
@@ -202,7 +204,7 @@ TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
   WriteText(at + kIndexFileName, std::string((16 << 20) + 1, '\n'));
   EXPECT_EQ(codeOfName(), -1);
   CreateIndexFile(at);
-  WriteText(at + kIndexFileName, ReadText(at + kIndexFileName) + "6=gone\n8=m,Eight\n9=..\\m\n");
+  WriteText(at + kIndexFileName, ReadText(at + kIndexFileName) + "6=gone\n8=m,Eight\n9=sub\\s\n");
   store.OnIndexCreated();
 
   const auto found = store.GetDefinition(speed);
@@ -223,7 +225,7 @@ TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
     return each->GetId() == power;
   });
   EXPECT_TRUE(store.IterateDefinitions(u"motors", define));
-  EXPECT_FALSE(store.IterateDefinitions(u"..\\x", define));
+  EXPECT_FALSE(store.IterateDefinitions(u"sub\\..\\sub\\s", define));
   auto name = MakeFunctor<const std::pair<int, metadata_t>&>([&](const auto& each) {
     heard += std::to_string(each.first) + each.second.fileName.ToUtf8() + (each.second.isLoaded ? "! " : " ");
     return each.first == 6;

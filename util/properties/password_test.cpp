@@ -38,7 +38,9 @@ namespace {
 
 CString Decrypted(const CString& text) {
   CString plain = u"(refused)";
-  return DecryptPassword(text, plain) ? plain : u"(refused)";
+  const bool isAccepted = DecryptPassword(text, plain);
+  EXPECT_TRUE(isAccepted || plain == u"(refused)");
+  return plain;
 }
 
 // Stored by earlier versions; computed by other programs.
@@ -75,6 +77,7 @@ TEST(Password, AnyTextComesBack) {
     EXPECT_EQ(Decrypted(EncryptPassword(plain, PASSWORD_OLDER)), plain);
   }
   EXPECT_EQ(Decrypted(EncryptPassword(std::u16string{u'a', 0xD800})), u"a\uFFFD");
+  EXPECT_EQ(Decrypted("$zpo$tsOpjLXK"), u"(refused)");  // no UTF-8
 }
 
 TEST(Password, AnOwnKeyWritesAndTheBuiltInOneStillReads) {

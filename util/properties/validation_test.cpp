@@ -34,7 +34,8 @@ constexpr auto kNotEqual = CVariantCompare::NOT_EQUAL;
 
 // Ids whose low byte is zero, as conditions look at that byte.
 constexpr int Id(int number) { return MakePropertyId(900, number << 8); }
-constexpr int kMode = Id(1), kOnlyInMode1 = Id(2), kOnlyIfAllowed = Id(3), kExempt = Id(4), kEnabledInMode2 = Id(5);
+constexpr int kMode = Id(1), kOnlyInMode1 = Id(2), kOnlyIfAllowed = Id(3), kExempt = Id(4), kEnabledInMode2 = Id(5),
+              kInMode1Or2 = Id(6);
 constexpr int kCircleA = Id(10), kCircleB = Id(11), kBeside = Id(12), kOwn = Id(13);
 constexpr int kText = Id(20), kEnum = Id(21);
 constexpr int kNet = 2000, kChain = 3000, kChainLength = 5'000;
@@ -72,12 +73,16 @@ class CDefinitions : public testing::Environment {
     all.push_back(Define(kMode, u"mode", TYPE_INTEGER));
     all.push_back(Define(kText, u"text", TYPE_STRING, U(2), U(4)));
     all.push_back(Conditional(kOnlyIfAllowed, kOnlyInMode1, kNotEqual, U(5)));
+    auto either = Define(kInMode1Or2, u"either", TYPE_INTEGER, U(0), U(9));
+    either->SetAllowConditions({When(kMode, kEqual, U(1)), When(kMode, kEqual, U(2))});
+    all.push_back(either);
     const int watches[][2] = {
         {kOnlyInMode1, kMode}, {kCircleA, kCircleB}, {kCircleB, kCircleA}, {kBeside, kCircleA}, {kOwn, kOwn}};
     for (const auto& [id, watchedId] : watches) all.push_back(Conditional(id, watchedId));
     for (int i = kChain; i < kChain + kChainLength; ++i) all.push_back(Conditional(Id(i), Id(i + 1), kNotEqual, U(9)));
     for (int i = kNet; i < kNet + 100; ++i) all.push_back(Conditional(Id(i), Id(i + 1), kNotEqual, U(9), 4));
     WriteDefinitionFile(GetPropertiesDir() + CString(u"tests.prop"), {900, u"Tests", all});
+    ASSERT_EQ(GetDefinition(kMode), nullptr);  // without an index
     CreateIndexFile();
   }
 
@@ -194,7 +199,7 @@ TEST(Validation, LetsTheContextOverrideADefinition) {
   context_t context;
   EXPECT_EQ(Failures(List({{kOnlyInMode1, U(0)}, {kText, u"a"}}), context), "text 539;");
   context.editedId = kText;
-  EXPECT_EQ(Failures(List({{kText, u"a"}}), context), "");
+  EXPECT_EQ(Failures(List({{kText, u"a"}, {kText, u""}}), context), "text 539;");
   context.editor->max = U(1);  // equal limits
   EXPECT_EQ(Failures(List({{kText, u"abcdefgh"}}), context), "");
   EXPECT_EQ(GetMinLength(kText, context), U(1));
@@ -251,6 +256,7 @@ TEST(Conditions, DecideWhatIsAllowedAndChecked) {
       {List({{kMode, U(1)}, {kOnlyInMode1, U(10)}}), "conditional 508;"},
       {List({{kMode, U(2)}, {kOnlyInMode1, U(10)}}), ""},
       {List({{kOnlyInMode1, U(10)}}), ""},
+      {List({{kMode, U(1)}, {kInMode1Or2, U(10)}}), "either 508;"},
       {List({{kOnlyIfAllowed, U(10)}, {kOnlyInMode1, U(6)}, {kMode, U(1)}}), "conditional 508;"},
       {List({{kOnlyIfAllowed, U(10)}, {kOnlyInMode1, U(6)}, {kMode, U(2)}}), ""}};  // the watched one is not allowed
   for (const auto& [list, failures] : cases) EXPECT_EQ(Failures(list, plain), failures);
