@@ -98,6 +98,8 @@ TEST(JsonText, RefusesWhatIsNotJsonAndSaysWhere) {
       {"[-01]", "line 1, column 2", "begin with 0"},
       {"[0x1F]", "line 1, column 2", "neither"},
       {"[1a]", "line 1, column 2", "neither"},
+      {"[1\"a\"]", "line 1, column 2", "neither"},
+      {"{\"a\":null\"b\"}", "line 1, column 6", "neither"},
       {"[1\\u0030]", "line 1, column 2", "neither"},
       {"[1,\\\"a\"]", "line 1, column 4", "outside a string"},
       {"1e400", "line 1, column 1", "too large"},

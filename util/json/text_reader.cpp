@@ -344,10 +344,11 @@ class reader_t {
     }
   }
 
+  // A quote does not end a word: behind one it is no token, and the string would be lost.
   void RequireEndOfWord(std::size_t end) const {
     if (end >= text_.size()) return;
     const char c = text_[end];
-    if (!IsSpace(c) && std::memchr(",:]}[{\"", c, 7) == nullptr) {
+    if (!IsSpace(c) && std::memchr(",:]}[{", c, 6) == nullptr) {
       throw refused_t{"this is neither a number nor true, false or null", Place()};
     }
   }
