@@ -250,6 +250,7 @@ TEST(JsonText, ADocumentIsItsObjectsWithOrWithoutAnArrayAroundThem) {
   }
   root_t document;
   ASSERT_FALSE(ReadText("{\"kept\":1}", document));
+  EXPECT_EQ(ReadText("{}\n[", document).ToString(), "line 2, column 2: the text ends too early");
   for (const char* text : {"1", "[1]", "[[]]", "[{},]", "[{}", "{},{}", "{} \"", "{}]"}) {
     EXPECT_TRUE(ReadText(text, document)) << text;
     EXPECT_EQ(WriteText(document, kCompact), "{\"kept\":1}");

@@ -29,9 +29,13 @@ bool structural_index_t::Build(std::string_view text) {
   const simdjson::implementation* const implementation = simdjson::get_active_implementation();
   const auto allocated = implementation->create_dom_parser_implementation(text.size(), kNoDepth, parser_->stages);
   if (allocated != simdjson::SUCCESS) throw std::bad_alloc();
-  // The implementation without vector instructions looks behind a text that breaks off inside a character.
+  // The implementation without vector instructions checks UTF-8 in strings only, and looks behind a text that breaks
+  // off inside a character.
   std::string padded;
-  if (implementation->name() == "fallback") padded.append(text).append(simdjson::SIMDJSON_PADDING, '\0');
+  if (implementation->name() == "fallback") {
+    if (!implementation->validate_utf8(text.data(), text.size())) return false;
+    padded.append(text).append(simdjson::SIMDJSON_PADDING, '\0');
+  }
   const auto* const bytes = reinterpret_cast<const std::uint8_t*>(padded.empty() ? text.data() : padded.data());
   const auto found = parser_->stages->stage1(bytes, text.size(), simdjson::stage1_mode::regular);
   if (found == simdjson::EMPTY) return true;
