@@ -98,6 +98,8 @@ TEST(JsonText, RefusesWhatIsNotJsonAndSaysWhere) {
       {"[-01]", "line 1, column 2", "begin with 0"},
       {"[0x1F]", "line 1, column 2", "neither"},
       {"[1a]", "line 1, column 2", "neither"},
+      {"[1\"a\"]", "line 1, column 2", "neither"},
+      {"{\"a\":null\"b\"}", "line 1, column 6", "neither"},
       {"[1\\u0030]", "line 1, column 2", "neither"},
       {"[1,\\\"a\"]", "line 1, column 4", "outside a string"},
       {"1e400", "line 1, column 1", "too large"},
@@ -248,6 +250,7 @@ TEST(JsonText, ADocumentIsItsObjectsWithOrWithoutAnArrayAroundThem) {
   }
   root_t document;
   ASSERT_FALSE(ReadText("{\"kept\":1}", document));
+  EXPECT_EQ(ReadText("{}\n[", document).ToString(), "line 2, column 2: the text ends too early");
   for (const char* text : {"1", "[1]", "[[]]", "[{},]", "[{}", "{},{}", "{} \"", "{}]"}) {
     EXPECT_TRUE(ReadText(text, document)) << text;
     EXPECT_EQ(WriteText(document, kCompact), "{\"kept\":1}");

@@ -1,8 +1,10 @@
 // The inner nodes of a JSON document: objects with their members, and arrays.
 //
 //   zorutil::json::object_t device;
-//   device.FindMember(u"name").value = std::make_shared<zorutil::json::scalar_t>(u"pump 1");   // looked up, hence
-//   added if (const auto* rate = std::as_const(device).FindMember(u"ScanRate")) use(rate->value, rate->line);
+//   device.FindMember(u"name").value = std::make_shared<zorutil::json::scalar_t>(u"pump 1");   // added by the search
+//
+//   const zorutil::json::object_t& known = device;
+//   if (const auto* rate = known.FindMember(u"ScanRate")) use(rate->value, rate->line);        // adds nothing
 //
 // Copies copy the pointers: the values are then shared. Moving leaves the source empty. One thread at a time.
 // Nodes are freed and counted through by recursion, so nest by the hundred (the text form takes 128 levels), not by

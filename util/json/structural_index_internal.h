@@ -9,7 +9,8 @@
 namespace zorutil::json {
 
 /// The places of all brackets, colons, commas, opening quotes and first characters of other words outside strings, in
-/// their order, and one more: the length of the text. Made by one pass of vector instructions over the text.
+/// their order, and one more: the length of the text. A string directly behind a word is not found: what is behind a
+/// word must be looked at. Made by one pass of vector instructions over the text.
 class structural_index_t {
  public:
   structural_index_t();

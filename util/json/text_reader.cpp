@@ -158,10 +158,12 @@ class reader_t {
 
   void ReadDocument(std::list<object_t>& objects) {
     while (next_ != count_) {
+      depth_ = 0;
       switch (Token()) {
         case '{': ReadTopObject(objects, 1); break;
         case '[':
           ++next_;
+          depth_ = 1;
           if (Token() == ']') {
             ++next_;
             break;
@@ -206,11 +208,9 @@ class reader_t {
   }
 
   void ReadTopObject(std::list<object_t>& objects, int depth) {
-    depth_ = depth - 1;
     object_t& object = objects.emplace_back();
     Enter({&object.members, nullptr, 0});
     if (std::shared_ptr<IValue>* const slot = Begin()) ReadInto(slot, depth);
-    depth_ = 0;
   }
 
   void ReadValue(std::shared_ptr<IValue>& value) { ReadInto(&value, 1); }
@@ -340,14 +340,16 @@ class reader_t {
       case '8':
       case '9': return ReadNumber(value);
       case '/': Refuse("there are no comments in JSON");
+      case '\\': Refuse("a \\ stands outside a string");
       default: Refuse("a value is missing");
     }
   }
 
+  // A quote is no end: directly behind a word it is no token, and its string would be lost.
   void RequireEndOfWord(std::size_t end) const {
     if (end >= text_.size()) return;
     const char c = text_[end];
-    if (!IsSpace(c) && std::memchr(",:]}[{\"", c, 7) == nullptr) {
+    if (!IsSpace(c) && std::memchr(",:]}[{", c, 6) == nullptr) {
       throw refused_t{"this is neither a number nor true, false or null", Place()};
     }
   }
