@@ -205,9 +205,12 @@ TEST_F(Utilctl, FindsWhatIsWrongInAFolder) {
   EXPECT_EQ(Run("defs check defs"), 0) << messages_;
   fs::copy(folder_ / "defs/tag.prop", folder_ / "defs/twin.prop");
   fs::remove(folder_ / "defs/channel.prop");  // whose medium the devices watch
-  Write("defs/cut.prop", FileText(folder_ / "defs/device.prop").substr(0, 60));
+  Write("defs/cut.prop", FileText(folder_ / "defs/device.prop").substr(0, 8));
+  Write("new.json", R"({"namespace": "New", "number": 8, "properties": []})");
+  EXPECT_EQ(Run("defs compile new.json --out defs"), 1) << "no index can be made beside a cut file";
+  EXPECT_FALSE(fs::exists(folder_ / "defs/new.prop"));
   EXPECT_EQ(Run("defs check defs"), 1);
-  for (const char* part : {"twin.prop: namespace number 3 is that of defs/tag.prop too", "cut.prop: ",
+  for (const char* part : {"twin.prop: namespace number 3 is that of defs/tag.prop too", "cut.prop: end of data",
                            "namespace 1 is to be in \"channel.prop\"", "ConnectTimeout", "watches the unknown id"}) {
     EXPECT_TRUE(Holds(messages_, part)) << part << "\n" << messages_;
   }
@@ -216,6 +219,11 @@ TEST_F(Utilctl, FindsWhatIsWrongInAFolder) {
 TEST_F(Utilctl, KnowsTheExamplesDefinitions) {
   EXPECT_EQ(Run("defs list '" EXAMPLE_DEFINITIONS "' --json"), 0);
   EXPECT_TRUE(Holds(out_, "\"namespace\": \"Channels\"")) << out_;
+  EXPECT_EQ(RunExamples("defs show Devices.ConnectTimeout"), 0);
+  EXPECT_TRUE(Holds(out_, "allow       Channels.Medium == 0\n")) << out_;
+  fs::copy(EXAMPLE_DEFINITIONS, folder_ / "defs");
+  EXPECT_EQ(Run("defs decompile defs/device.prop --out device.json"), 0) << messages_;
+  EXPECT_EQ(Run("defs compile device.json --out defs && diff -r defs '" EXAMPLE_DEFINITIONS "'"), 0) << out_;
   // A serial channel has no network port, so nobody looks at it.
   Write("plant.json", R"({"Channels": {"Name": "Line 1", "Medium": 1, "Port": 0},
     "Devices": {"Password": "short", "Retries": 3, "ClockSyncAt": "03:00:00"}, "Tags": {"Deadband": -1, "DataType": 9}})");

@@ -58,6 +58,8 @@ definition_file_content_t ReadDefinitions(const std::string& path, bool withDefi
     throw;
   } catch (const std::exception& error) {
     content.failure = error.what();
+    const std::string place = FileText(path).ToUtf8() + ": ";  // the report names the file itself
+    if (content.failure.starts_with(place)) content.failure.erase(0, place.size());
   }
   return content;
 }

@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <set>
 #include <vector>
 
 #include "tools/utilctl/command_functions.h"
@@ -75,13 +76,20 @@ class CCompiler {
     }
     if (std::filesystem::is_directory(folder_)) {
       for (const auto& file : ReadDefinitionFolder(folder_, false)) {
-        if (stems.contains(file.stem) || !file.failure.empty()) continue;
+        if (stems.contains(file.stem)) {
+          replaced_.insert(file.number);
+          continue;
+        }
+        // The index could not be made beside it.
+        if (!file.failure.empty()) call_.report.Add({file.path, 0, 0, "", file.failure});
+        if (file.number == 0) continue;
         numbers.emplace(file.number, file.path);
         names.emplace(FoldedName(file.namespaceName), file.path);
       }
     }
     for (const auto& source : sources_) {
       const definition_file_t& content = source->GetContent();
+      replaced_.insert(content.namespaceNumber);
       if (content.namespaceNumber == 0 || content.namespaceName.IsEmpty()) continue;
       const auto [number, isNewNumber] = numbers.emplace(content.namespaceNumber, source->GetPath());
       if (!isNewNumber) source->RemarkMember(u"number", "the number is taken by " + number->second);
@@ -90,12 +98,7 @@ class CCompiler {
     }
   }
 
-  bool IsReplaced(int namespaceNumber) const {
-    for (const auto& source : sources_) {
-      if (source->GetContent().namespaceNumber == namespaceNumber) return true;
-    }
-    return false;
-  }
+  bool IsReplaced(int namespaceNumber) const { return replaced_.contains(namespaceNumber); }
 
   definition_ptr_t FindById(int id) {
     const auto found = byId_.find(id);
@@ -145,6 +148,7 @@ class CCompiler {
   CDefinitionStore store_;
   std::vector<std::unique_ptr<CDefinitionSource>> sources_;
   std::map<int, definition_ptr_t> byId_;
+  std::set<int> replaced_;  // the namespaces of which the files of the folder no longer speak
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 // utilctl defs list, show, decompile: what definition files hold.
 #include <algorithm>
 #include <charconv>
+#include <exception>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "tools/utilctl/language_files.h"
 #include "tools/utilctl/source_writer.h"
 #include "util/json/json_text.h"
+#include "util/properties/definition_store.h"
 #include "util/properties/property_types.h"
 
 namespace utilctl {
@@ -51,9 +53,35 @@ void ReportUnreadable(CCall& call, const definition_file_content_t& file) {
   if (!file.failure.empty()) call.report.Add({file.path, 0, 0, "", file.failure});
 }
 
+// "Medium == 0", of a condition of a source.
+std::string ConditionText(const std::shared_ptr<json::IValue>& value) {
+  const auto& condition = dynamic_cast<const json::object_t&>(*value);
+  const json::member_t& watched = condition.members.front();
+  const json::member_t& operand = condition.members.back();
+  return PlainText(watched.value) + (operand.name == u"is" ? " == " : " != ") + PlainText(operand.value);
+}
+
+// The definitions that other namespaces of a folder have. Lives as long as what it returns is used.
+class COthers {
+ public:
+  explicit COthers(const std::string& folder) : store_(FolderText(folder)) {}
+  find_by_id_t GetFind() {
+    return [this](int id) -> definition_ptr_t {
+      try {
+        return store_.GetDefinition(id);
+      } catch (const std::exception&) {
+        return nullptr;  // its file cannot be read: the id stands for it
+      }
+    };
+  }
+
+ private:
+  CDefinitionStore store_;
+};
+
 void ShowProperty(CCall& call, const definition_file_content_t& file, const text_table_t& texts,
-                  const IPropertyDefinition& definition, json::array_t& shown) {
-  json::object_t source = MakePropertySource(file, texts, definition);
+                  const find_by_id_t& find, const IPropertyDefinition& definition, json::array_t& shown) {
+  json::object_t source = MakePropertySource(file, texts, find, definition);
   std::string& text = call.report.text;
   text += definition.GetQualifiedName().ToUtf8() + '\n';
   text += "  " + Padded("id", kLabelWidth) + std::to_string(definition.GetId()) + "\n";
@@ -61,7 +89,12 @@ void ShowProperty(CCall& call, const definition_file_content_t& file, const text
   if (!label.IsEmpty()) text += "  " + Padded("label", kLabelWidth) + label.ToUtf8() + '\n';
   for (const json::member_t& member : source.members) {
     if (member.name == u"name" || member.name == u"text" || member.name == u"textNumber") continue;
-    if (member.name != u"values") {
+    const auto* list = dynamic_cast<const json::array_t*>(member.value.get());
+    if (member.name == u"allow" || member.name == u"enable") {
+      for (const auto& each : list->elements) {
+        text += "  " + Padded(member.name.ToUtf8(), kLabelWidth) + ConditionText(each) + '\n';
+      }
+    } else if (member.name != u"values") {
       text += "  " + Padded(member.name.ToUtf8(), kLabelWidth) + PlainText(member.value) + '\n';
     }
   }
@@ -116,6 +149,8 @@ exit_t ShowDefinition(CCall& call) {
   const std::string sought = call.Get("ID|NAME");
   const std::optional<int> id = IdOf(sought);
   const std::u16string name = FoldedName(CString(sought));
+  COthers others(folder);
+  const find_by_id_t find = others.GetFind();
   json::array_t shown;
   for (const auto& file : ReadDefinitionFolder(folder)) {
     const text_table_t texts = ReadLanguageFiles(folder, file.stem);
@@ -124,7 +159,7 @@ exit_t ShowDefinition(CCall& call) {
       const bool isSought =
           id ? each->GetId() == *id
              : isNamespace || FoldedName(each->GetQualifiedName()) == name || FoldedName(each->GetName()) == name;
-      if (isSought) ShowProperty(call, file, texts, *each, shown);
+      if (isSought) ShowProperty(call, file, texts, find, *each, shown);
     }
   }
   if (shown.elements.empty()) {
@@ -139,7 +174,8 @@ exit_t DecompileDefinitions(CCall& call) {
   const definition_file_content_t file = ReadDefinitions(path);
   ReportUnreadable(call, file);
   if (!file.failure.empty()) return EXIT_FINDINGS;
-  json::object_t source = MakeSource(file, ReadLanguageFiles(FolderOf(path), file.stem));
+  COthers others(FolderOf(path));
+  json::object_t source = MakeSource(file, ReadLanguageFiles(FolderOf(path), file.stem), others.GetFind());
   const std::string text = json::WriteText(source) + '\n';
   if (call.Has("--out")) {
     ReplaceWholeFile(call.Get("--out"), text);

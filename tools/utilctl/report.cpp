@@ -9,6 +9,18 @@ namespace utilctl {
 
 namespace json = zorutil::json;
 
+namespace {
+
+// What files say must not steer the terminal, nor make two lines of one.
+std::string Printable(std::string text) {
+  for (char& each : text) {
+    if (static_cast<unsigned char>(each) < 0x20 || each == 0x7F) each = '?';
+  }
+  return text;
+}
+
+}  // namespace
+
 void CReport::Add(std::vector<problem_t> problems) {
   for (problem_t& each : problems) problems_.push_back(std::move(each));
 }
@@ -31,12 +43,12 @@ std::string CReport::GetJson(const std::string& failure) const {
 }
 
 std::string ProblemText(const problem_t& problem, bool colours) {
-  std::string place = problem.file;
+  std::string place = Printable(problem.file);
   if (problem.line != 0) place += ':' + std::to_string(problem.line);
   if (problem.column != 0) place += ':' + std::to_string(problem.column);
   if (!place.empty()) place = (colours ? "\033[1m" + place + ":\033[0m" : place + ':') + ' ';
-  if (!problem.path.empty()) place += problem.path + ": ";
-  return place + problem.cause + '\n';
+  if (!problem.path.empty()) place += Printable(problem.path) + ": ";
+  return place + Printable(problem.cause) + '\n';
 }
 
 void AddMember(json::object_t& object, std::u16string_view name, std::shared_ptr<json::IValue> value) {

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <utility>
 
 #include "tools/utilctl/source_values.h"
@@ -16,8 +17,8 @@ namespace {
 
 class CSourceWriter {
  public:
-  CSourceWriter(const definition_file_content_t& content, const text_table_t& texts)
-      : content_(content), texts_(texts) {
+  CSourceWriter(const definition_file_content_t& content, const text_table_t& texts, const find_by_id_t& find)
+      : content_(content), texts_(texts), find_(find) {
     for (const definition_ptr_t& each : content.definitions) {
       byId_.emplace(each->GetId(), each.get());
       ++nameCounts_[FoldedName(each->GetName())];
@@ -92,13 +93,9 @@ class CSourceWriter {
     json::array_t list;
     for (const auto& each : conditions) {
       json::object_t condition;
-      const auto watched = byId_.find(each->GetWatchedId());
       property_type_t type = TYPE_NONE;
-      // A name that two properties have would lead to the first of them.
-      if (watched != byId_.end() && nameCounts_.at(FoldedName(watched->second->GetName())) == 1 &&
-          !watched->second->GetName().IsEmpty()) {
-        AddMember(condition, u"property", CVariant(watched->second->GetName()));
-        type = watched->second->GetType();
+      if (const std::optional<CString> watched = FindName(each->GetWatchedId(), type)) {
+        AddMember(condition, u"property", CVariant(*watched));
       } else {
         AddMember(condition, u"id", CVariant::FromInt32(each->GetWatchedId()));
       }
@@ -109,28 +106,45 @@ class CSourceWriter {
     AddMember(made, name, std::move(list));
   }
 
+  // By which a source says the property; none when the name would lead to another one.
+  std::optional<CString> FindName(int id, property_type_t& type) const {
+    const auto own = byId_.find(id);
+    const definition_ptr_t other = own == byId_.end() && id != 0 ? find_(id) : nullptr;
+    const IPropertyDefinition* const watched = own == byId_.end() ? other.get() : own->second;
+    if (watched == nullptr) return std::nullopt;
+    const CString name = other == nullptr ? watched->GetName() : watched->GetQualifiedName();
+    const auto count = nameCounts_.find(FoldedName(name));
+    if (name.IsEmpty() || (count == nameCounts_.end() ? 0 : count->second) != (other == nullptr ? 1 : 0)) {
+      return std::nullopt;
+    }
+    type = watched->GetType();
+    return name;
+  }
+
   const definition_file_content_t& content_;
   const text_table_t& texts_;
+  const find_by_id_t& find_;
   std::map<int, const IPropertyDefinition*> byId_;
   std::map<std::u16string, int> nameCounts_;
 };
 
 }  // namespace
 
-json::object_t MakeSource(const definition_file_content_t& content, const text_table_t& texts) {
+json::object_t MakeSource(const definition_file_content_t& content, const text_table_t& texts,
+                          const find_by_id_t& find) {
   json::object_t source;
   AddMember(source, u"namespace", CVariant(content.namespaceName));
   AddMember(source, u"number", CVariant::FromInt32(content.number));
   json::array_t properties;
-  const CSourceWriter writer(content, texts);
+  const CSourceWriter writer(content, texts, find);
   for (const definition_ptr_t& each : content.definitions) properties.AddObject(writer.Property(*each));
   AddMember(source, u"properties", std::move(properties));
   return source;
 }
 
 json::object_t MakePropertySource(const definition_file_content_t& content, const text_table_t& texts,
-                                  const IPropertyDefinition& definition) {
-  return CSourceWriter(content, texts).Property(definition);
+                                  const find_by_id_t& find, const IPropertyDefinition& definition) {
+  return CSourceWriter(content, texts, find).Property(definition);
 }
 
 }  // namespace utilctl
