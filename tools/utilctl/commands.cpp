@@ -1,0 +1,185 @@
+#include "tools/utilctl/command_functions.h"
+#include "util/i18n/language.h"
+
+namespace utilctl {
+
+namespace {
+
+constexpr auto kFile = value_kind_t::file;
+constexpr auto kFolder = value_kind_t::folder;
+constexpr auto kText = value_kind_t::text;
+constexpr auto kType = value_kind_t::type;
+constexpr auto kNone = value_kind_t::none;
+
+const option_t kLanguage{"--language", "TAG", value_kind_t::language, "The language of messages, such as de"};
+const option_t kDefinitions{"--definitions", "DIR", kFolder,
+                            "The folder of the definition files; the program's own by default"};
+const option_t kIndent{"--indent", "N", kText, "Blanks for each level; 0 writes everything on one line"};
+const option_t kInPlace{"--in-place", nullptr, kNone, "Replace the file instead of writing to standard output"};
+const option_t kModuleFolder{"--folder", "DIR", kFolder, "Where the language files of the module lie"};
+const argument_t kDir{"DIR", kFolder, count_t::optional,
+                      "The folder; that of the program's own definitions by default"};
+
+}  // namespace
+
+const std::vector<group_t>& GetGroups() {
+  static const std::vector<group_t> groups{{"defs", "Definitions of properties: compile, look at and use them"},
+                                           {"json", "JSON text: check, format and patch it"},
+                                           {"value", "Values: convert and format them"},
+                                           {"message", "Messages and language files"}};
+  return groups;
+}
+
+const std::vector<command_t>& GetCommands() {
+  static const std::vector<command_t> commands{
+      {"defs",
+       "compile",
+       "Make definition files and their index from JSON sources",
+       "utilctl defs compile channel.json device.json --out build/Properties",
+       "Reads all sources, and writes nothing unless all of them are right. Each source gives one definition file of "
+       "its "
+       "name, and a language file for each language of its texts. The index of the folder is made anew. Conditions may "
+       "watch properties of the other sources, and of definition files that are in the folder already.",
+       {{"SOURCE", kFile, count_t::many, "A definition source in JSON"}},
+       {{"--out", "DIR", kFolder, "The folder for the definition files; it is made if it is missing", true}, kLanguage},
+       CompileDefinitions},
+      {"defs",
+       "list",
+       "List the namespaces of a folder, or all properties",
+       "utilctl defs list build/Properties",
+       "Number, name, count of properties and file of each namespace.",
+       {kDir},
+       {{"--properties", nullptr, kNone, "The properties of each namespace, too"}},
+       ListDefinitions},
+      {"defs",
+       "show",
+       "Show a property, or all of a namespace",
+       "utilctl defs show Channels.Port --definitions build/Properties --language de",
+       "By its id, its name, \"namespace.property\", or the name of the namespace. Letter case does not count.",
+       {{"ID|NAME", kText, count_t::one, "The id or the name"}},
+       {kDefinitions, kLanguage},
+       ShowDefinition},
+      {"defs",
+       "check",
+       "Check the definition files and the index of a folder",
+       "utilctl defs check build/Properties",
+       "Files that cannot be read, an index that does not fit them, namespaces, names and ids that are there twice, "
+       "limits that exclude the default, conditions that watch unknown ids or lead back to themselves.",
+       {kDir},
+       {kLanguage},
+       CheckDefinitionFolder},
+      {"defs",
+       "decompile",
+       "Turn a definition file back into a JSON source",
+       "utilctl defs decompile build/Properties/channel.prop --out channel.json",
+       "With the texts of the language files beside it. Compiling the source gives the same file.",
+       {{"FILE.prop", kFile, count_t::one, "The definition file"}},
+       {{"--out", "FILE", kFile, "Write there instead of to standard output"}},
+       DecompileDefinitions},
+      {"defs",
+       "validate",
+       "Check settings against definitions",
+       "utilctl defs validate settings.json --definitions build/Properties --language de",
+       "The settings are a JSON object: names and values, {\"Channels.Port\": 502}, or one object for each namespace, "
+       "{\"Channels\": {\"Port\": 502}}. Every failure is told.",
+       {{"FILE.json", kFile, count_t::one, "The settings; - is standard input"}},
+       {kDefinitions,
+        {"--namespace", "NAME", kText, "The namespace of names without one"},
+        {"--complete", nullptr, kNone, "Required properties must be there"},
+        kLanguage},
+       ValidateSettings},
+      {"json",
+       "check",
+       "Tell whether files are JSON",
+       "utilctl json check project.json",
+       "A file is one value, or several objects one behind another.",
+       {{"FILE", kFile, count_t::many, "The file; - is standard input"}},
+       {},
+       CheckJson},
+      {"json",
+       "format",
+       "Write JSON anew",
+       "utilctl json format project.json --indent 4",
+       "Members keep their order, numbers their value.",
+       {{"FILE", kFile, count_t::one, "The file; - is standard input"}},
+       {kIndent, {"--array", nullptr, kNone, "Several objects become one array of them"}, kInPlace},
+       FormatJson},
+      {"json",
+       "patch",
+       "Carry a JSON patch (RFC 6902) out",
+       "utilctl json patch project.json changes.json --in-place",
+       "All operations are carried out, or none.",
+       {{"FILE", kFile, count_t::one, "The file; - is standard input"},
+        {"PATCH", kFile, count_t::one, "The array of operations"}},
+       {kIndent, kInPlace},
+       PatchJson},
+      {"value",
+       "convert",
+       "Convert a value from one type to another",
+       "utilctl value convert --from Double --to Short 1234.5",
+       "Types are those of tags, such as Short and \"Float Array\", or I2 and \"R4 Array\". The text of an array is a "
+       "JSON array. A text that begins with - stands behind --: utilctl value convert --to Long -- -5",
+       {{"TEXT", kText, count_t::one, "The value"}},
+       {{"--from", "TYPE", kType, "The type of the value; text by default"},
+        {"--to", "TYPE", kType, "The type it is to become", true},
+        {"--check-sign", nullptr, kNone, "Refuse a value that would change its sign"}},
+       ConvertValue},
+      {"value",
+       "format",
+       "Show the text of a value",
+       "utilctl value format --type Double --full 0.1",
+       "As tags, logs and messages show it.",
+       {{"TEXT", kText, count_t::one, "The value"}},
+       {{"--type", "TYPE", kType, "The type of the value; text by default"},
+        {"--full", nullptr, kNone, "As many digits as the value has"},
+        {"--template", "TEXT", kText, "Fill it into a template of messages, such as %08.3f"}},
+       FormatValue},
+      {"message",
+       "show",
+       "Show a message",
+       "utilctl message show 508 --language de 0 100",
+       "With arguments filled in, or as the template that it is. A message of the library has a name, too: "
+       "IDS_VALUE_OUT_OF_RANGE.",
+       {{"ID", kText, count_t::one, "Its number or name"},
+        {"ARGUMENT", kText, count_t::many, "What fills the template"}},
+       {kLanguage, {"--module", "NAME", kText, "The module; the library itself by default"}, kModuleFolder},
+       ShowMessage},
+      {"message",
+       "lint",
+       "Check language files",
+       "utilctl message lint lang/modbus.de.lang",
+       "Lines without meaning, numbers that English does not have, texts that ask for other arguments than the English "
+       "one, and what is missing. The English file of the module lies in the same folder. For a module: all languages.",
+       {{"FILE.lang|MODULE", kFile, count_t::one, "A language file, or the name of a module"}},
+       {kModuleFolder},
+       LintMessages}};
+  return commands;
+}
+
+const std::vector<option_t>& GetCommonOptions() {
+  static const std::vector<option_t> options{
+      {"--json", nullptr, kNone, "For programs: results and problems as one JSON object on standard output"}};
+  return options;
+}
+
+const std::vector<option_t>& GetProgramOptions() {
+  static const std::vector<option_t> options{
+      {"--version", nullptr, kNone, "Show the version"},
+      {"--generate", "WHAT", kText, "Write the completion for bash or zsh, or the manual page: bash, zsh, man"}};
+  return options;
+}
+
+const char* GetIntroduction() {
+  return "Example: utilctl defs compile channel.json --out build/Properties\n\n"
+         "Makes and checks what programs of the family read: definitions of properties, JSON, values, messages.";
+}
+
+const char* GetExitCodes() {
+  return "Exit codes: 0 fine; 1 something was found; 2 wrong usage; 3 input or output failed.";
+}
+
+unsigned short CCall::GetLanguage() const {
+  return Has("--language") ? i18n::LanguageIdFromTag(Get("--language")) : i18n::GetProductLanguageId();
+}
+
+}  // namespace utilctl

@@ -1,0 +1,64 @@
+#include "tools/utilctl/files.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <iostream>
+#include <iterator>
+#include <system_error>
+
+#include "platform/framework/file.h"
+#include "platform/framework/native_path.h"
+#include "platform/framework/replace_file.h"
+#include "platform/zorplatform/file_search.h"
+
+namespace utilctl {
+
+namespace fs = std::filesystem;
+
+namespace {
+constexpr std::size_t kBlock = 1 << 20;
+}  // namespace
+
+std::string ReadWholeFile(const std::string& path) {
+  if (path == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
+  CFile file(FileText(path), CFile::modeRead);
+  std::string content;
+  for (std::size_t got = kBlock; got == kBlock;) {
+    const std::size_t before = content.size();
+    content.resize(before + kBlock);
+    got = file.Read(content.data() + before, kBlock);
+    content.resize(before + got);
+  }
+  return content;
+}
+
+void ReplaceWholeFile(const std::string& path, std::string_view content) {
+  zorplatform::CReplaceFile file(FileText(path));
+  for (std::string_view rest = content; !rest.empty();) {
+    const std::size_t count = std::min(rest.size(), kBlock);
+    file.GetFile().Write(rest.data(), static_cast<unsigned>(count));
+    rest.remove_prefix(count);
+  }
+  file.Commit();
+}
+
+void MakeFolder(const std::string& path) {
+  if (!zorplatform::CreatePath(FolderText(path))) throw CFileException(FileText(path), "cannot make the folder", 0);
+}
+
+CString FileText(const std::string& path) { return zorplatform::FromNativePath(fs::path(path)); }
+
+CString FolderText(const std::string& path) {
+  CString text = FileText(path.empty() ? "." : path);
+  if (text.Right(1) != u"\\") text += u'\\';
+  return text;
+}
+
+std::string NativePath(const CString& pathText) { return zorplatform::ToNativePath(pathText).string(); }
+
+std::string StemOf(const std::string& path) { return fs::path(path).stem().string(); }
+
+std::string JoinPath(const std::string& folder, const std::string& name) { return (fs::path(folder) / name).string(); }
+
+}  // namespace utilctl

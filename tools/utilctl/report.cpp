@@ -1,0 +1,70 @@
+#include "tools/utilctl/report.h"
+
+#include <memory>
+#include <utility>
+
+#include "util/json/json_text.h"
+
+namespace utilctl {
+
+namespace json = zorutil::json;
+
+namespace {
+
+// What files say must not steer the terminal, nor make two lines of one.
+std::string Printable(std::string text) {
+  for (char& each : text) {
+    if (static_cast<unsigned char>(each) < 0x20 || each == 0x7F) each = '?';
+  }
+  return text;
+}
+
+}  // namespace
+
+void CReport::Add(std::vector<problem_t> problems) {
+  for (problem_t& each : problems) problems_.push_back(std::move(each));
+}
+
+std::string CReport::GetJson(const std::string& failure) const {
+  json::object_t all = result;
+  json::array_t list;
+  for (const problem_t& each : problems_) {
+    json::object_t problem;
+    if (!each.file.empty()) AddMember(problem, u"file", CVariant(each.file));
+    if (each.line != 0) AddMember(problem, u"line", CVariant::FromInt32(each.line));
+    if (each.column != 0) AddMember(problem, u"column", CVariant::FromInt32(each.column));
+    if (!each.path.empty()) AddMember(problem, u"path", CVariant(each.path));
+    AddMember(problem, u"cause", CVariant(each.cause));
+    list.AddObject(std::move(problem));
+  }
+  AddMember(all, u"problems", std::move(list));
+  if (!failure.empty()) AddMember(all, u"failure", CVariant(failure));
+  return json::WriteText(all) + '\n';
+}
+
+std::string ProblemText(const problem_t& problem, bool colours) {
+  std::string place = Printable(problem.file);
+  if (problem.line != 0) place += ':' + std::to_string(problem.line);
+  if (problem.column != 0) place += ':' + std::to_string(problem.column);
+  if (!place.empty()) place = (colours ? "\033[1m" + place + ":\033[0m" : place + ':') + ' ';
+  if (!problem.path.empty()) place += Printable(problem.path) + ": ";
+  return place + Printable(problem.cause) + '\n';
+}
+
+void AddMember(json::object_t& object, std::u16string_view name, std::shared_ptr<json::IValue> value) {
+  object.members.emplace_back(CString(name), std::move(value), 0);
+}
+
+void AddMember(json::object_t& object, std::u16string_view name, CVariant value) {
+  AddMember(object, name, std::make_shared<json::scalar_t>(std::move(value)));
+}
+
+void AddMember(json::object_t& object, std::u16string_view name, json::object_t&& value) {
+  AddMember(object, name, std::make_shared<json::object_t>(std::move(value)));
+}
+
+void AddMember(json::object_t& object, std::u16string_view name, json::array_t&& value) {
+  AddMember(object, name, std::make_shared<json::array_t>(std::move(value)));
+}
+
+}  // namespace utilctl
