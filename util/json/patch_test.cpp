@@ -93,6 +93,8 @@ TEST(JsonPatch, ChangesTheDocumentOrTellsWhyNot) {
        R"({"a":{"x":1,"y":[1.0,"t"]}})"},
       {"[9007199254740993]", R"({"op":"test","path":"/0","value":9007199254740992.0})", "[9007199254740993]",
        "operation 1, /0: the value is another one"},
+      {"[1]", R"({"op":"test","path":"/0","value":1.5})", "[1]", "operation 1, /0: the value is another one"},
+      {"[-1]", R"({"op":"test","path":"/0","value":1.0})", "[-1]", "operation 1, /0: the value is another one"},
       {"[\"a\"]", R"({"op":"test","path":"/0","value":"A"})", "[\"a\"]", "operation 1, /0: the value is another one"},
       // Whatever was done before the failure is taken back, in place.
       {R"({"a":1,"b":[1,2,3],"c":{"d":4}})",
