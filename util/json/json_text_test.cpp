@@ -337,6 +337,8 @@ TEST(JsonSerializer, DocumentsTravelThroughEveryKindOfSerializer) {
   own.WriteText(u"# ");
   document.Serialize(own);
   EXPECT_EQ(own.GetText(), u"# {\"a\":[\"\u20ac\"]}\n{}");
+  own.WriteText(u"!");
+  EXPECT_EQ(own.GetText(), u"# {\"a\":[\"\u20ac\"]}\n{}!");
   own.Clear();
   document.SerializeAsArray(own);
   EXPECT_EQ(own.GetText().ToUtf8(), own.GetUtf8());
