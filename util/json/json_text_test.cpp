@@ -150,11 +150,13 @@ TEST(JsonText, ReadsEveryFormAndWritesItShortest) {
   } cases[] = {
       {" [ ] ", "[]"},
       {"{\"a\":{},\"a\":[{ }],\"\":null}", "{\"a\":{},\"a\":[{}],\"\":null}"},
+      // names with the same hash
+      {"{\"collisionOfName1\":1,\"AOcjBXwB.UoJkjfW\":2}", "{\"collisionOfName1\":1,\"AOcjBXwB.UoJkjfW\":2}"},
       {"\t[\r\n1 ,true,false , null]\n", "[1,true,false,null]"},
       {"\xEF\xBB\xBF[1]", "[1]"},
       {"\"\"", "\"\""},
-      {R"("\"\\\/\b\f\n\r\t\u0041\u00E9\u20ac\ud83d\ude00\u0000\u001f\u007f")",
-       "\"\\\"\\\\/\\b\\f\\n\\r\\tA\u00e9\u20ac\U0001F600\\u0000\\u001f\x7F\""},
+      {R"("\"\\\/\b\f\n\r\t\u0041\u00E9\u20ac\ud83d\ude00\u0000\u001f\u007f, plain")",
+       "\"\\\"\\\\/\\b\\f\\n\\r\\tA\u00e9\u20ac\U0001F600\\u0000\\u001f\x7F, plain\""},
       {"\"\u00e9\u20ac\U0001F600 and more than sixteen plain characters\\\\\"",
        "\"\u00e9\u20ac\U0001F600 and more than sixteen plain characters\\\\\""},
       {R"(["\ud800","\uDC00\ud800x","\ud800\ud83d\ude00"])", "[\"\\ud800\",\"\\udc00\\ud800x\",\"\\ud800\U0001F600\"]"},
@@ -163,10 +165,13 @@ TEST(JsonText, ReadsEveryFormAndWritesItShortest) {
       {"[1e15,1e16,0.00001,1e-6,123456789012345678]", "[1000000000000000.0,1e+16,0.00001,1e-06,123456789012345678]"},
       {"[0.1,1.7976931348623157e308,5e-324,2.2250738585072011e-308,1e-400,-1e-400]",
        "[0.1,1.7976931348623157e+308,5e-324,2.225073858507201e-308,0.0,-0.0]"},
+      {"[1e23,1e-23,9243441777624755e-2]", "[1e+23,1e-23,92434417776247.55]"},
       {"[9007199254740993.0,0.1000000000000000055511151231257827,123456789012345678901234567890]",
        "[9007199254740992.0,0.1,1.2345678901234568e+29]"},
       {Nested(128, "[", "", "]"), Nested(128, "[", "", "]")},
-      {"[\"" + std::string(70'000, 'x') + "\\n\"]", "[\"" + std::string(70'000, 'x') + "\\n\"]"},
+      // a character of two units where the writer divides a long text
+      {"[\"" + std::string(16'383, 'x') + "\U0001F600" + std::string(70'000, 'x') + "\\n\"]",
+       "[\"" + std::string(16'383, 'x') + "\U0001F600" + std::string(70'000, 'x') + "\\n\"]"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text.substr(0, 60));
@@ -190,7 +195,7 @@ TEST(JsonText, GivesEachNumberTheSmallestExactType) {
       {"9223372036854775808", CVariant::FromUInt64(9223372036854775808U)},
       {"18446744073709551615", CVariant::FromUInt64(18446744073709551615U)},
       {"18446744073709551616", CVariant::FromDouble(18446744073709551616.0)},
-      {"20000000000000000000", CVariant::FromDouble(2e19)},
+      {"30000000000000000000", CVariant::FromDouble(3e19)},
       {"-9223372036854775809", CVariant::FromDouble(-9223372036854775809.0)},
       {"1.0", CVariant::FromDouble(1)},
       {"-0", CVariant::FromDouble(-0.0)},
@@ -332,6 +337,8 @@ TEST(JsonSerializer, DocumentsTravelThroughEveryKindOfSerializer) {
   own.WriteText(u"# ");
   document.Serialize(own);
   EXPECT_EQ(own.GetText(), u"# {\"a\":[\"\u20ac\"]}\n{}");
+  own.WriteText(u"!");
+  EXPECT_EQ(own.GetText(), u"# {\"a\":[\"\u20ac\"]}\n{}!");
   own.Clear();
   document.SerializeAsArray(own);
   EXPECT_EQ(own.GetText().ToUtf8(), own.GetUtf8());

@@ -87,12 +87,14 @@ TEST(JsonPatch, ChangesTheDocumentOrTellsWhyNot) {
       {R"({"a":{"b":1}})", R"({"op":"move","from":"/a/b","path":""})", "1"},
       {R"({"a":[1]})", R"({"op":"copy","from":"/a","path":"/b"},{"op":"add","path":"/b/-","value":2})",
        R"({"a":[1],"b":[1,2]})"},
-      {R"({"a":1})", R"({"op":"move","from":"/a","path":"/a"},{"op":"copy","from":"","path":"/b"})",
-       R"({"a":1,"b":{"a":1}})"},
+      {R"({"a":1,"c":2})", R"({"op":"move","from":"/a","path":"/a"},{"op":"copy","from":"","path":"/b"})",
+       R"({"a":1,"c":2,"b":{"a":1,"c":2}})"},
       {R"({"a":{"x":1,"y":[1.0,"t"]}})", R"({"op":"test","path":"/a","value":{"y":[1,"t"],"x":1e0}})",
        R"({"a":{"x":1,"y":[1.0,"t"]}})"},
       {"[9007199254740993]", R"({"op":"test","path":"/0","value":9007199254740992.0})", "[9007199254740993]",
        "operation 1, /0: the value is another one"},
+      {"[1]", R"({"op":"test","path":"/0","value":1.5})", "[1]", "operation 1, /0: the value is another one"},
+      {"[-1]", R"({"op":"test","path":"/0","value":1.0})", "[-1]", "operation 1, /0: the value is another one"},
       {"[\"a\"]", R"({"op":"test","path":"/0","value":"A"})", "[\"a\"]", "operation 1, /0: the value is another one"},
       // Whatever was done before the failure is taken back, in place.
       {R"({"a":1,"b":[1,2,3],"c":{"d":4}})",
@@ -149,7 +151,9 @@ TEST(JsonPatch, AnObjectStaysAnObjectAndADocumentHasOne) {
   ASSERT_FALSE(ReadText(R"({"a":{"b":1}})", root));
   EXPECT_EQ(ApplyPatch(*Value(R"([{"op":"remove","path":"/a"},{"op":"add","path":"","value":1}])"), root).ToString(),
             "operation 2: the document must stay an object");
+  const auto shared = root.objects.front().FindMember(u"a").value;
   EXPECT_FALSE(ApplyPatch(*Value(R"([{"op":"move","from":"/a","path":""}])"), root));
   EXPECT_EQ(WriteText(root, {.indent = 0}), R"({"b":1})");
+  EXPECT_EQ(Text(shared), R"({"b":1})");
   EXPECT_EQ(ApplyPatch(*Value("{}"), root).ToString(), "a patch must be an array of operations");
 }
