@@ -38,6 +38,9 @@ bool Matches(std::u16string_view name, std::u16string_view pattern) {
   return pattern.find_first_not_of(u'*', next) == std::u16string_view::npos;
 }
 
+// The system takes a "\" in a name, but a path text with it leads to a file in a folder.
+bool IsName(const CString& name) { return name.Find(u'\\') < 0; }
+
 bool IsFolder(const fs::path& path) {
   std::error_code error;
   return fs::is_directory(path, error);
@@ -57,7 +60,8 @@ bool CFileSearch::FindFile(const CString& mask, ICallback& callback) {
   fs::directory_iterator entry(folder.IsEmpty() ? fs::path(".") : ToNativePath(folder), error);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
     CString name = FromNativePath(entry->path().filename());
-    if (Matches(name, pattern) && entry->is_regular_file(unknown)) names.push_back(std::move(name));
+    if (!IsName(name) || !Matches(name, pattern) || !entry->is_regular_file(unknown)) continue;
+    names.push_back(std::move(name));
   }
   std::sort(names.begin(), names.end());
   for (const CString& name : names) {

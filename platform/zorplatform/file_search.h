@@ -30,7 +30,8 @@ class ZORPLATFORM_API CFileSearch {
 
   /// Calls for each file, in the order of their names (by code units), so that one folder always gives one order. What
   /// stands behind the last "\" of `mask` is the pattern: "*" is any run of units, "?" one unit, letter case counts.
-  /// Folders, pipes and devices are left out. False when there is no such file, or the folder cannot be read.
+  /// Folders, pipes and devices are left out, and files with a "\" in their name, which no path text names. False when
+  /// there is no such file, or the folder cannot be read.
   static bool FindFile(const CString& mask, ICallback& callback);
 };
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <fstream>
 #include <string>
 #include <utility>
 
@@ -28,6 +29,7 @@ TEST(FileSearch, FindsTheFilesOfAFolderByPattern) {
   for (const char* name : {"b.prop", "a.prop", "c.propx", "A.PROP", ".prop", "aXbXb.txt"}) {
     CFile(folder + name, CFile::modeCreate | CFile::modeWrite);
   }
+  std::ofstream(zorplatform::ToNativePath(folder) / "a\\b.prop");
   EXPECT_FALSE(zorplatform::CreatePath(folder + u"b.prop\\below"));
   // The search ends with b.prop.
   for (const auto& [mask, names] : {std::pair("*.prop", ".prop;a.prop;b.prop;"),
