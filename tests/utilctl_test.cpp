@@ -71,6 +71,23 @@ TEST_F(Utilctl, CompilesWhatValidationThenSpeaksOfInTheUsersLanguage) {
   EXPECT_EQ(Run("defs validate good.json --definitions defs"), 1) << "nothing would be checked";
 }
 
+TEST_F(Utilctl, ReplacesTheLanguageFilesThatItMadeAndNoOthers) {
+  const std::string begin =
+      R"({"namespace": "A", "number": 5, "properties": [{"name": "a", "number": 1, "type": "Date")";
+  const std::string withTexts = begin + R"(, "text": {"en": "day", "de": "Tag"}}]})";
+  Write("a.json", withTexts);
+  EXPECT_EQ(Run("defs compile a.json --out defs"), 0) << messages_;
+  EXPECT_TRUE(Holds(FileText(folder_ / "defs/a.de.lang"), "\n1=Tag"));
+  Write("a.json", begin + "}]}");
+  EXPECT_EQ(Run("defs compile a.json --out defs"), 0) << messages_;
+  EXPECT_FALSE(fs::exists(folder_ / "defs/a.de.lang")) << "its numbers may mean other texts now";
+  Write("defs/a.de.lang", "[Texts]\n1 = Datum\n");
+  EXPECT_EQ(Run("defs compile a.json --out defs"), 0) << messages_;
+  Write("a.json", withTexts);
+  EXPECT_EQ(Run("defs compile a.json --out defs"), 1);
+  EXPECT_EQ(FileText(folder_ / "defs/a.de.lang"), "[Texts]\n1 = Datum\n");
+}
+
 TEST_F(Utilctl, TellsEveryFaultOfAllSourcesAndWritesNothing) {
   Write("a.json", R"({"namespace": "A", "number": 5, "colour": 1, "properties": [
     {"name": "One", "number": 1, "type": "Intger"},

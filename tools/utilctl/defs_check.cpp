@@ -103,9 +103,10 @@ class CFolderCheck {
       }
     }
     for (const auto& [number, entry] : entries) {
-      const bool isThere = std::any_of(files_.begin(), files_.end(), [&, wanted = number](const auto& file) {
-        return file.number == wanted && entry.fileName == file.stem;
-      });
+      const bool isThere =
+          std::any_of(files_.begin(), files_.end(), [wanted = number, &named = entry.fileName](const auto& file) {
+            return file.number == wanted && named == file.stem;
+          });
       if (!isThere) {
         report("namespace " + std::to_string(number) + " is to be in \"" + entry.fileName.ToUtf8() +
                ".prop\", which does not hold it");

@@ -5,6 +5,7 @@
 #include <set>
 #include <vector>
 
+#include "platform/zorplatform/file_search.h"
 #include "tools/utilctl/command_functions.h"
 #include "tools/utilctl/definition_checks.h"
 #include "tools/utilctl/definition_folder.h"
@@ -33,6 +34,11 @@ class CCompiler {
   bool Check() {
     FindDoubles();
     for (const auto& source : sources_) {
+      for (const std::string& tag : FindLanguageFiles(folder_, source->GetStem(), false)) {
+        if (!source->GetTexts().contains(tag)) continue;
+        source->Remark({}, "the language file \"" + GetLanguageFile(*source, tag) +
+                               "\" was not made by this command, and is not replaced");
+      }
       source->ResolveConditions([this](const CString& name) { return FindQualified(name); });
       for (const auto& property : source->GetProperties())
         byId_.emplace(property.definition->GetId(), property.definition);
@@ -56,7 +62,11 @@ class CCompiler {
       const std::string path = JoinPath(folder_, source->GetStem() + ".prop");
       WriteDefinitionFile(FileText(path), source->GetContent());
       for (const auto& [tag, texts] : source->GetTexts()) {
-        ReplaceWholeFile(JoinPath(folder_, source->GetStem() + "." + tag + ".lang"), LanguageFileText(tag, texts));
+        ReplaceWholeFile(GetLanguageFile(*source, tag), LanguageFileText(tag, texts));
+      }
+      // Those of languages that the source no longer has would speak of other numbers.
+      for (const std::string& tag : FindLanguageFiles(folder_, source->GetStem(), true)) {
+        if (!source->GetTexts().contains(tag)) zorplatform::RemoveFile(FileText(GetLanguageFile(*source, tag)));
       }
       Tell(*source, path, files);
     }
@@ -99,6 +109,10 @@ class CCompiler {
   }
 
   bool IsReplaced(int namespaceNumber) const { return replaced_.contains(namespaceNumber); }
+
+  std::string GetLanguageFile(const CDefinitionSource& source, const std::string& tag) const {
+    return JoinPath(folder_, source.GetStem() + "." + tag + ".lang");
+  }
 
   definition_ptr_t FindById(int id) {
     const auto found = byId_.find(id);

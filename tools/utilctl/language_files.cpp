@@ -15,6 +15,19 @@ namespace utilctl {
 namespace {
 
 constexpr char kExtension[] = ".lang";
+constexpr char kRemark[] = "; Made by utilctl defs compile: changes here are lost.\n";
+
+// The tag in the name of each language file.
+std::map<std::string, std::string> FindTags(const std::string& folder, const std::string& stem) {
+  std::map<std::string, std::string> files;
+  const std::size_t first = stem.size() + 1;
+  for (const std::string& name : FindFiles(folder, stem + ".*" + kExtension)) {
+    if (name.size() < first + sizeof kExtension) continue;
+    const std::string tag = name.substr(first, name.size() - first - (sizeof kExtension - 1));
+    if (i18n::LanguageIdFromTag(tag) != 0) files.emplace(tag, JoinPath(folder, name));
+  }
+  return files;
+}
 
 std::string NameOfLanguage(const std::string& tag) {
   for (const i18n::language_t& language : i18n::GetAvailableLanguages()) {
@@ -27,6 +40,7 @@ std::string NameOfLanguage(const std::string& tag) {
 
 std::string LanguageFileText(const std::string& tag, const std::map<unsigned, CString>& texts) {
   zorplatform::CIniFile file;
+  file.FromText(kRemark);
   file.WriteValue(u"Language", u"Name", CString(NameOfLanguage(tag)));
   file.WriteValue(u"Language", u"Tag", CString(tag));
   for (const auto& [number, text] : texts) file.WriteValue(u"Texts", CString(std::to_string(number)), text);
@@ -37,13 +51,9 @@ std::string LanguageFileText(const std::string& tag, const std::map<unsigned, CS
 
 text_table_t ReadLanguageFiles(const std::string& folder, const std::string& stem) {
   text_table_t table;
-  for (const std::string& name : FindFiles(folder, stem + ".*" + kExtension)) {
-    const std::size_t first = stem.size() + 1;
-    if (name.size() < first + sizeof kExtension) continue;
-    const std::string tag = name.substr(first, name.size() - first - (sizeof kExtension - 1));
-    if (i18n::LanguageIdFromTag(tag) == 0) continue;
+  for (const auto& [tag, path] : FindTags(folder, stem)) {
     zorplatform::CIniFile file;
-    file.Load(FileText(JoinPath(folder, name)));
+    file.Load(FileText(path));
     CStringArray keys;
     file.QueryKeys(u"Texts", keys);
     for (int i = 0; i < keys.GetSize(); ++i) {
@@ -54,6 +64,14 @@ text_table_t ReadLanguageFiles(const std::string& folder, const std::string& ste
     }
   }
   return table;
+}
+
+std::vector<std::string> FindLanguageFiles(const std::string& folder, const std::string& stem, bool isMade) {
+  std::vector<std::string> tags;
+  for (const auto& [tag, path] : FindTags(folder, stem)) {
+    if (ReadWholeFile(path).starts_with(kRemark) == isMade) tags.push_back(tag);
+  }
+  return tags;
 }
 
 CString FindText(const text_table_t& texts, unsigned number, unsigned short language) {
