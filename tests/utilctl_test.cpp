@@ -28,8 +28,9 @@ class Utilctl : public testing::Test {
   }
   // The exit code; what the program wrote is in out_ and messages_.
   int Run(const std::string& arguments, const std::string& after = "> out") {
-    const std::string command =
-        "cd '" + folder_.string() + "' && '" UTILCTL_PROGRAM "' " + arguments + " " + after + " 2> messages";
+    const std::string command = "cd '" + folder_.string() +
+                                "' && ZORUTIL_LANG_DIR='" ZORUTIL_SOURCE_DIR "/util/i18n/lang' '" UTILCTL_PROGRAM "' " +
+                                arguments + " " + after + " 2> messages";
     const int status = std::system(command.c_str());
     out_ = FileText(folder_ / "out");
     messages_ = FileText(folder_ / "messages");
