@@ -211,11 +211,16 @@ TEST_F(Utilctl, ExitsByWhatItFoundAndDescribesItself) {
   EXPECT_TRUE(out_.starts_with("utilctl ")) << out_;
   EXPECT_EQ(Run("defs validate --help"), 0);
   EXPECT_TRUE(out_.starts_with("Example: utilctl defs validate ")) << out_;
-  EXPECT_EQ(Run("--generate bash"), 0);
-  EXPECT_EQ(Run("--generate bash | bash -c '. /dev/stdin; COMP_WORDS=(utilctl defs v); COMP_CWORD=2; _utilctl; "
-                "echo $COMPREPLY; COMP_WORDS=(utilctl defs list --pr); COMP_CWORD=3; _utilctl; echo $COMPREPLY'"),
+  EXPECT_EQ(Run("--generate man"), 0);
+  EXPECT_TRUE(Holds(out_, ".B utilctl json patch project.json")) << out_;
+  // A folder is offered where one is wanted, and a file where a file is: both options are called --out.
+  fs::create_directory(folder_ / "folder");
+  Write("form", "");
+  EXPECT_EQ(Run("--generate bash | bash -c '. /dev/stdin; t() { COMP_WORDS=(utilctl \"$@\"); COMP_CWORD=$#; _utilctl; "
+                "echo ${COMPREPLY[@]}; }; t defs v; t defs list --pr; t value convert --to Floa; t --generate z; "
+                "t defs compile --out fo; t defs decompile --out for'"),
             0);
-  EXPECT_EQ(out_, "validate\n--properties\n") << messages_;
+  EXPECT_EQ(out_, "validate\n--properties\nFloat\nzsh\nfolder\nform\n") << messages_;
 }
 
 TEST_F(Utilctl, FindsWhatIsWrongInAFolder) {

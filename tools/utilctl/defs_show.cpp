@@ -13,6 +13,7 @@
 #include "tools/utilctl/language_files.h"
 #include "tools/utilctl/source_writer.h"
 #include "util/json/json_text.h"
+#include "util/json/value_conversions.h"
 #include "util/properties/definition_store.h"
 #include "util/properties/property_types.h"
 
@@ -79,9 +80,8 @@ class COthers {
   CDefinitionStore store_;
 };
 
-void ShowProperty(CCall& call, const definition_file_content_t& file, const text_table_t& texts,
-                  const find_by_id_t& find, const IPropertyDefinition& definition, json::array_t& shown) {
-  json::object_t source = MakePropertySource(file, texts, find, definition);
+void ShowProperty(CCall& call, const text_table_t& texts, const IPropertyDefinition& definition, json::object_t source,
+                  json::array_t& shown) {
   std::string& text = call.report.text;
   text += definition.GetQualifiedName().ToUtf8() + '\n';
   text += "  " + Padded("id", kLabelWidth) + std::to_string(definition.GetId()) + "\n";
@@ -155,11 +155,16 @@ exit_t ShowDefinition(CCall& call) {
   for (const auto& file : ReadDefinitionFolder(folder)) {
     const text_table_t texts = ReadLanguageFiles(folder, file.stem);
     const bool isNamespace = FoldedName(file.namespaceName) == name;
-    for (const definition_ptr_t& each : file.definitions) {
+    json::object_t source;
+    for (std::size_t i = 0; i < file.definitions.size(); ++i) {
+      const IPropertyDefinition& each = *file.definitions[i];
       const bool isSought =
-          id ? each->GetId() == *id
-             : isNamespace || FoldedName(each->GetQualifiedName()) == name || FoldedName(each->GetName()) == name;
-      if (isSought) ShowProperty(call, file, texts, find, *each, shown);
+          id ? each.GetId() == *id
+             : isNamespace || FoldedName(each.GetQualifiedName()) == name || FoldedName(each.GetName()) == name;
+      if (!isSought) continue;
+      if (source.members.empty()) source = MakeSource(file, texts, find);
+      const auto& properties = json::ValueAsArray(source.members.back().value).elements;
+      ShowProperty(call, texts, each, json::ValueAsObject(properties[i]), shown);
     }
   }
   if (shown.elements.empty()) {

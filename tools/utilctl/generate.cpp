@@ -95,18 +95,14 @@ std::string MakeBashCompletion() {
   std::string commands;
   std::string options;
   std::string values;
-  std::string known;  // options whose values stand in `values` already
-  const auto addValues = [&](const option_t& option) {
-    const std::string name = std::string(" ") + option.name + " ";
-    if (option.value == nullptr || known.find(name) != std::string::npos) return;
-    known += name;
+  const auto addValues = [&](const std::string& pattern, const option_t& option) {
+    if (option.value == nullptr) return;
     const std::string words = WordsOf(option);
     std::string reply = "-f -- \"$cur\"";
     if (option.kind == value_kind_t::folder) reply = "-d -- \"$cur\"";
     if (option.kind == value_kind_t::text) reply.clear();
     if (!words.empty()) reply = "-W \"" + words + "\" -- \"$cur\"";
-    values += "    " + std::string(option.name) + ") " +
-              (reply.empty() ? "" : "COMPREPLY=($(compgen " + reply + ")); ") + "return ;;\n";
+    values += "    " + pattern + ") " + (reply.empty() ? "" : "COMPREPLY=($(compgen " + reply + ")); ") + "return ;;\n";
   };
   for (const group_t& group : GetGroups()) {
     groups += std::string(group.name) + ' ';
@@ -117,7 +113,7 @@ std::string MakeBashCompletion() {
       std::string all = "--help";
       ForEachOption(command, [&](const option_t& option) {
         all += std::string(" ") + option.name;
-        addValues(option);
+        addValues("\"" + std::string(group.name) + " " + command.name + " " + option.name + "\"", option);
       });
       options += "    \"" + std::string(group.name) + " " + command.name + "\") options=\"" + all + "\" ;;\n";
     }
@@ -126,13 +122,13 @@ std::string MakeBashCompletion() {
   groups += "--help";
   for (const option_t& option : GetProgramOptions()) {
     groups += std::string(" ") + option.name;
-    addValues(option);
+    addValues(std::string(option.name) + "*", option);
   }
   return "# Completion of utilctl for bash; made by utilctl --generate bash.\n"
          "_utilctl() {\n"
          "  local cur=\"${COMP_WORDS[COMP_CWORD]}\" prev=\"${COMP_WORDS[COMP_CWORD-1]}\" words=\"\" options=\"\"\n"
          "  COMPREPLY=()\n"
-         "  case \"$prev\" in\n" +
+         "  case \"${COMP_WORDS[1]} ${COMP_WORDS[2]} $prev\" in\n" +
          values +
          "  esac\n"
          "  if ((COMP_CWORD == 1)); then\n"

@@ -142,9 +142,4 @@ json::object_t MakeSource(const definition_file_content_t& content, const text_t
   return source;
 }
 
-json::object_t MakePropertySource(const definition_file_content_t& content, const text_table_t& texts,
-                                  const find_by_id_t& find, const IPropertyDefinition& definition) {
-  return CSourceWriter(content, texts, find).Property(definition);
-}
-
 }  // namespace utilctl

@@ -8,12 +8,9 @@
 
 namespace utilctl {
 
-/// The source that compiles into the same definition file. `find` gives definitions of other namespaces.
+/// The source that compiles into the same definition file. Its properties stand in
+/// the order of the content; `find` gives definitions of other namespaces.
 zorutil::json::object_t MakeSource(const definition_file_content_t& content, const text_table_t& texts,
                                    const find_by_id_t& find);
-/// One property of it.
-zorutil::json::object_t MakePropertySource(const definition_file_content_t& content, const text_table_t& texts,
-                                           const find_by_id_t& find,
-                                           const zorutil::properties::IPropertyDefinition& definition);
 
 }  // namespace utilctl
