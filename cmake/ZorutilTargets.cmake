@@ -54,4 +54,8 @@ function(zorutil_folder_tests name)
   target_link_libraries(${name} PRIVATE zorutil GTest::gtest_main)
   target_compile_definitions(${name} PRIVATE ZORUTIL_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   add_test(NAME ${name} COMMAND ${name})
+  # A static library lies where its program lies, and no language files are there.
+  if(NOT BUILD_SHARED_LIBS)
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT "ZORUTIL_LANG_DIR=${PROJECT_SOURCE_DIR}/util/i18n/lang")
+  endif()
 endfunction()
