@@ -80,8 +80,8 @@ const std::vector<command_t>& GetCommands() {
        "validate",
        "Check settings against definitions",
        "utilctl defs validate settings.json --definitions build/Properties --language de",
-       "The settings are a JSON object: names and values, {\"Channels.Port\": 502}, or one object for each namespace, "
-       "{\"Channels\": {\"Port\": 502}}. Every failure is told.",
+       "The settings are a JSON object: names and values, {\"Channels.Port\": 4000}, or one object for each namespace, "
+       "{\"Channels\": {\"Port\": 4000}}. Every failure is told.",
        {{"FILE.json", kFile, count_t::one, "The settings; - is standard input"}},
        {kDefinitions,
         {"--namespace", "NAME", kText, "The namespace of names without one"},
@@ -147,7 +147,7 @@ const std::vector<command_t>& GetCommands() {
       {"message",
        "lint",
        "Check language files",
-       "utilctl message lint lang/modbus.de.lang",
+       "utilctl message lint lang/channel.de.lang",
        "Lines without meaning, numbers that English does not have, texts that ask for other arguments than the English "
        "one, and what is missing. The English file of the module lies in the same folder. For a module: all languages.",
        {{"FILE.lang|MODULE", kFile, count_t::one, "A language file, or the name of a module"}},

@@ -45,7 +45,7 @@ std::optional<unsigned> IdFromText(const std::string& text) {
   return got.ec == std::errc() && got.ptr == end ? std::optional(id) : std::nullopt;
 }
 
-// "modbus.de.lang" is the file of the module "modbus" in the language "de".
+// "channel.de.lang" is the file of the module "channel" in the language "de".
 struct file_name_t {
   std::string folder;
   std::string module;
