@@ -85,7 +85,7 @@ const std::vector<command_t>& GetCommands() {
        {{"FILE.json", kFile, count_t::one, "The settings; - is standard input"}},
        {kDefinitions,
         {"--namespace", "NAME", kText, "The namespace of names without one"},
-        {"--complete", nullptr, kNone, "Required properties must be there"},
+        {"--complete", nullptr, kNone, "Required properties must be there: of all namespaces, or of --namespace"},
         kLanguage},
        ValidateSettings},
       {"json",
