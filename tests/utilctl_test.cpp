@@ -68,6 +68,11 @@ TEST_F(Utilctl, CompilesWhatValidationThenSpeaksOfInTheUsersLanguage) {
   Write("part.json", R"({"Ramp": 1})");
   EXPECT_EQ(Run("defs validate part.json --definitions defs --complete"), 1);
   EXPECT_TRUE(Holds(messages_, "\"Motors.Speed\" is missing")) << messages_;
+  Write("empty.json", "{}");
+  for (const char* narrow : {"", " --namespace motors"}) {
+    EXPECT_EQ(Run("defs validate - --definitions defs --complete" + std::string(narrow) + " < empty.json"), 1);
+    EXPECT_EQ(messages_, "-:1:1: the required property \"Motors.Speed\" is missing\n");
+  }
   fs::remove(folder_ / "defs/namespace.idx");
   EXPECT_EQ(Run("defs validate good.json --definitions defs"), 1) << "nothing would be checked";
 }
@@ -171,6 +176,7 @@ TEST_F(Utilctl, ConvertsAndFormatsValues) {
               {"value convert --from \"Float Array\" --to \"Long Array\" '[1, 2.5]'", 0, "1\t2\n"},
               {"value convert --from \"Long Array\" --to \"Short Array\" '{}'", 1, ""},
               {"value convert --to Shrt 5", 2, ""},
+              {"value format --template '%2$d' 5", 2, ""},
               {"value format --type Double --full 0.1", 0, "0.100000000000000006\n"},
               {"value format --type Long --template '%08.3f|' 5", 0, "0005.000|\n"}};
   for (const auto& row : rows) {
@@ -189,6 +195,7 @@ TEST_F(Utilctl, ShowsAndLintsMessages) {
   EXPECT_EQ(Run("message show IDS_NO --language de-AT"), 0);
   EXPECT_EQ(out_, "Nein\n");
   EXPECT_EQ(Run("message show 1"), 1);
+  EXPECT_EQ(Run("message show 508 0"), 2) << "too few arguments";
   EXPECT_EQ(Run("message show 508 --language klingon"), 2);
   Write("pump.en.lang", "[Language]\nName = English\nTag = en\n[Texts]\n1 = Pump %s\n2 = Off\n");
   Write("pump.de.lang", "[Language]\nName = Deutsch\nTag = de\n[Texts]\n1 = Pumpe %d\nrubbish\n");

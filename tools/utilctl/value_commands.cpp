@@ -4,6 +4,7 @@
 
 #include "platform/framework/string_array.h"
 #include "tools/utilctl/command_functions.h"
+#include "tools/utilctl/fill.h"
 #include "tools/utilctl/vartype_names.h"
 #include "util/i18n/message_template.h"
 #include "util/json/json_text.h"
@@ -89,7 +90,7 @@ exit_t FormatValue(CCall& call) {
   if (!Read(call, GetType(call, "--type"), value)) return EXIT_FINDINGS;
   CString text;
   if (call.Has("--template")) {
-    text = i18n::ExpandTemplate(CString(call.Get("--template")), {&value, 1});
+    text = Fill([&] { return i18n::ExpandTemplate(CString(call.Get("--template")), {&value, 1}); });
   } else {
     value.Format(text, call.Has("--full") ? CVariant::FORMAT_FULL : CVariant::FORMAT_NORMAL);
   }
