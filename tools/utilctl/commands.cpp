@@ -81,7 +81,8 @@ const std::vector<command_t>& GetCommands() {
        "Check settings against definitions",
        "utilctl defs validate settings.json --definitions build/Properties --language de",
        "The settings are a JSON object: names and values, {\"Channels.Port\": 4000}, or one object for each namespace, "
-       "{\"Channels\": {\"Port\": 4000}}. Every failure is told.",
+       "{\"Channels\": {\"Port\": 4000}}. Every failure is told. A property that its conditions do not allow is not "
+       "checked.",
        {{"FILE.json", kFile, count_t::one, "The settings; - is standard input"}},
        {kDefinitions,
         {"--namespace", "NAME", kText, "The namespace of names without one"},
@@ -100,7 +101,8 @@ const std::vector<command_t>& GetCommands() {
        "format",
        "Write JSON anew",
        "utilctl json format project.json --indent 4",
-       "Members keep their order, numbers their value.",
+       "Members keep their order. Numbers are read as 64-bit integers or as doubles and written anew: 1.50 becomes 1.5,"
+       " and a number of more digits than these hold changes.",
        {{"FILE", kFile, count_t::one, "The file; - is standard input"}},
        {kIndent, {"--array", nullptr, kNone, "Several objects become one array of them"}, kInPlace},
        FormatJson},
