@@ -109,7 +109,8 @@ TEST_F(Utilctl, TellsEveryFaultOfAllSourcesAndWritesNothing) {
   Write("c.json", "{\"namespace\": \"C\",\n  \"number\": 6 \"properties\": []}");
   Write("d.json", R"({"namespace": "D\nE", "number": 7, "properties": [
     {"name": "x\u0000y", "number": 1, "type": "Integer", "text": {"en": "x", "de": "\ud83d\ude00\ude00"}},
-    {"name": "z", "number": 2, "type": "Integer", "text": "one\r\ntwo"}]})");
+    {"name": "z", "number": 2, "type": "Integer", "text": "one\r\ntwo"},
+    {"name": "w", "number": 3, "type": "Integer", "text": {"en": "5%% of %d", "de": "5 % von %d"}}]})");
   EXPECT_EQ(Run("defs compile a.json b.json c.json d.json --out defs"), 1);
   EXPECT_EQ(messages_, R"(a.json:1:33: /colour: unknown member "colour"
 a.json:2:42: /properties/0/type: unknown type "Intger"
@@ -131,6 +132,8 @@ d.json:1:15: /namespace: a line break cannot stand here
 d.json:2:14: /properties/0/name: a control character cannot stand here
 d.json:2:84: /properties/0/text/de: half of a surrogate pair cannot stand here
 d.json:3:59: /properties/1/text: a line break cannot stand here
+d.json:4:66: /properties/2/text/en: "%" begins a conversion, and there are no arguments; write "%%"
+d.json:4:85: /properties/2/text/de: "%" begins a conversion, and there are no arguments; write "%%"
 )");
   EXPECT_FALSE(fs::exists(folder_ / "defs"));
 }
@@ -167,6 +170,8 @@ TEST_F(Utilctl, ChecksFormatsAndPatchesJson) {
   EXPECT_EQ(Run("json patch one.json patch.json --in-place --indent 0"), 0) << messages_;
   EXPECT_EQ(FileText(folder_ / "one.json"), "{\"a\":1,\"c\":null}\n");
   EXPECT_EQ(Run("json patch bad.json patch.json"), 1);
+  EXPECT_EQ(Run("json patch two.json patch.json"), 1);
+  EXPECT_TRUE(messages_.starts_with("two.json: ")) << messages_;
   Write("one.json", "{\"a\": 2}");
   EXPECT_EQ(Run("json patch one.json patch.json"), 1);
   EXPECT_TRUE(messages_.starts_with("patch.json: operation 1, /a: ")) << messages_;
@@ -182,6 +187,8 @@ TEST_F(Utilctl, ConvertsAndFormatsValues) {
               {"value convert --to VT_UI1 -- -5", 1, ""},
               {"value convert --from \"Float Array\" --to \"Long Array\" '[1, 2.5]'", 0, "1\t2\n"},
               {"value convert --from \"Long Array\" --to \"Short Array\" '{}'", 1, ""},
+              {"value convert --to \"Float Array\" '[1,2.5]'", 0, "1\t2.5\n"},
+              {"value convert --to \"Byte Array\" --check-sign '[-1]'", 1, ""},
               {"value convert --to Shrt 5", 2, ""},
               {"value format --template '%2$d' 5", 2, ""},
               {"value format --type Double --full 0.1", 0, "0.100000000000000006\n"},

@@ -203,9 +203,6 @@ class CDefinitionSource::CReader {
         source_.Remark(languages.GetPath() / at, "\"" + tagText + "\" is no language", true);
       } else if (text) {
         AddText(tagText, number, *text, languages.GetPath() / at);
-        if (languages.Has(u"en") && i18n::GetTemplateArguments(*text) != i18n::GetTemplateArguments(english)) {
-          languages.Remark(tag.c_str(), "\"%\" begins a conversion here, but not in English; write \"%%\"");
-        }
       }
     }
     languages.Finish();
@@ -218,6 +215,10 @@ class CDefinitionSource::CReader {
       source_.Remark(path, "text number " + std::to_string(number) + " has another text already");
     }
     if (text.IsEmpty()) source_.Remark(path, "the text is empty");
+    // Nothing fills these texts in.
+    if (!i18n::GetTemplateArguments(text).empty()) {
+      source_.Remark(path, "\"%\" begins a conversion, and there are no arguments; write \"%%\"");
+    }
     if (std::string fault = FaultOfLetters(text.View(), u"\t"); !fault.empty()) source_.Remark(path, std::move(fault));
   }
 
