@@ -150,9 +150,9 @@ exit_t Generate(const std::string& what) {
 }
 
 // Null for the name of none.
-CLI::App* FindSubcommand(const CLI::App& app, std::string_view name) {
+const CLI::App* FindSubcommand(const CLI::App& app, std::string_view name) {
   const auto all = app.get_subcommands([name](const CLI::App* each) { return each->get_name() == name; });
-  return all.empty() ? nullptr : const_cast<CLI::App*>(all.front());
+  return all.empty() ? nullptr : all.front();
 }
 
 // The parser says of a word that is no command only that one is missing; this names the word and what there is.
