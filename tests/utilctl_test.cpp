@@ -68,6 +68,11 @@ TEST_F(Utilctl, CompilesWhatValidationThenSpeaksOfInTheUsersLanguage) {
   Write("part.json", R"({"Ramp": 1})");
   EXPECT_EQ(Run("defs validate part.json --definitions defs --complete"), 1);
   EXPECT_TRUE(Holds(messages_, "\"Motors.Speed\" is missing")) << messages_;
+  Write("empty.json", "{}");
+  for (const char* narrow : {"", " --namespace motors"}) {
+    EXPECT_EQ(Run("defs validate - --definitions defs --complete" + std::string(narrow) + " < empty.json"), 1);
+    EXPECT_EQ(messages_, "-:1:1: the required property \"Motors.Speed\" is missing\n");
+  }
   fs::remove(folder_ / "defs/namespace.idx");
   EXPECT_EQ(Run("defs validate good.json --definitions defs"), 1) << "nothing would be checked";
 }
@@ -102,7 +107,11 @@ TEST_F(Utilctl, TellsEveryFaultOfAllSourcesAndWritesNothing) {
   ]})");
   Write("b.json", R"({"namespace": "B", "number": 5, "properties": []})");
   Write("c.json", "{\"namespace\": \"C\",\n  \"number\": 6 \"properties\": []}");
-  EXPECT_EQ(Run("defs compile a.json b.json c.json --out defs"), 1);
+  Write("d.json", R"({"namespace": "D\nE", "number": 7, "properties": [
+    {"name": "x\u0000y", "number": 1, "type": "Integer", "text": {"en": "x", "de": "\ud83d\ude00\ude00"}},
+    {"name": "z", "number": 2, "type": "Integer", "text": "one\r\ntwo"},
+    {"name": "w", "number": 3, "type": "Integer", "text": {"en": "5%% of %d", "de": "5 % von %d"}}]})");
+  EXPECT_EQ(Run("defs compile a.json b.json c.json d.json --out defs"), 1);
   EXPECT_EQ(messages_, R"(a.json:1:33: /colour: unknown member "colour"
 a.json:2:42: /properties/0/type: unknown type "Intger"
 a.json:3:31: /properties/1/number: the number is that of "One" already
@@ -119,6 +128,12 @@ a.json:9:92: /properties/7/values: the value 1 is given twice
 a.json:9:114: /properties/7/values/0/text: "en" is missing
 b.json:1:30: /number: the number is taken by a.json
 c.json:2:15: a comma or } is missing
+d.json:1:15: /namespace: a line break cannot stand here
+d.json:2:14: /properties/0/name: a control character cannot stand here
+d.json:2:84: /properties/0/text/de: half of a surrogate pair cannot stand here
+d.json:3:59: /properties/1/text: a line break cannot stand here
+d.json:4:66: /properties/2/text/en: "%" begins a conversion, and there are no arguments; write "%%"
+d.json:4:85: /properties/2/text/de: "%" begins a conversion, and there are no arguments; write "%%"
 )");
   EXPECT_FALSE(fs::exists(folder_ / "defs"));
 }
@@ -131,7 +146,7 @@ TEST_F(Utilctl, DecompilesIntoASourceOfTheSameFile) {
     {"name": "c", "number": 3, "type": "StringArray", "default": ["x", "ü\n"], "max": 4, "serverOnly": true},
     {"name": "d", "number": 4, "type": "Real4", "default": 0.1, "min": -1e30, "number3": 1, "number4": 2147483647},
     {"name": "e", "number": 5, "type": "Hex", "default": "0xFF", "enable": [{"id": 0, "isNot": {"type": "CY", "value": "1.5"}}]},
-    {"name": "f", "number": 6, "type": "DateAndTime", "min": "2026-01-31 06:30:00", "text": " a % b\n"},
+    {"name": "f", "number": 6, "type": "DateAndTime", "min": "2026-01-31 06:30:00", "text": " a % b\t"},
     {"name": "g", "number": 512, "type": "Date", "default": "1899-12-29", "allow": [{"property": "h", "is": -1}]},
     {"name": "h", "number": 8, "type": "Enumeration", "values": [{"value": -1, "text": "minus one"}]},
     {"name": "i", "number": 9, "type": "Real4", "exempt": true, "default": {"binary": "BAAAAMB/"}}]})");
@@ -155,6 +170,8 @@ TEST_F(Utilctl, ChecksFormatsAndPatchesJson) {
   EXPECT_EQ(Run("json patch one.json patch.json --in-place --indent 0"), 0) << messages_;
   EXPECT_EQ(FileText(folder_ / "one.json"), "{\"a\":1,\"c\":null}\n");
   EXPECT_EQ(Run("json patch bad.json patch.json"), 1);
+  EXPECT_EQ(Run("json patch two.json patch.json"), 1);
+  EXPECT_TRUE(messages_.starts_with("two.json: ")) << messages_;
   Write("one.json", "{\"a\": 2}");
   EXPECT_EQ(Run("json patch one.json patch.json"), 1);
   EXPECT_TRUE(messages_.starts_with("patch.json: operation 1, /a: ")) << messages_;
@@ -170,7 +187,10 @@ TEST_F(Utilctl, ConvertsAndFormatsValues) {
               {"value convert --to VT_UI1 -- -5", 1, ""},
               {"value convert --from \"Float Array\" --to \"Long Array\" '[1, 2.5]'", 0, "1\t2\n"},
               {"value convert --from \"Long Array\" --to \"Short Array\" '{}'", 1, ""},
+              {"value convert --to \"Float Array\" '[1,2.5]'", 0, "1\t2.5\n"},
+              {"value convert --to \"Byte Array\" --check-sign '[-1]'", 1, ""},
               {"value convert --to Shrt 5", 2, ""},
+              {"value format --template '%2$d' 5", 2, ""},
               {"value format --type Double --full 0.1", 0, "0.100000000000000006\n"},
               {"value format --type Long --template '%08.3f|' 5", 0, "0005.000|\n"}};
   for (const auto& row : rows) {
@@ -189,6 +209,7 @@ TEST_F(Utilctl, ShowsAndLintsMessages) {
   EXPECT_EQ(Run("message show IDS_NO --language de-AT"), 0);
   EXPECT_EQ(out_, "Nein\n");
   EXPECT_EQ(Run("message show 1"), 1);
+  EXPECT_EQ(Run("message show 508 0"), 2) << "too few arguments";
   EXPECT_EQ(Run("message show 508 --language klingon"), 2);
   Write("pump.en.lang", "[Language]\nName = English\nTag = en\n[Texts]\n1 = Pump %s\n2 = Off\n");
   Write("pump.de.lang", "[Language]\nName = Deutsch\nTag = de\n[Texts]\n1 = Pumpe %d\nrubbish\n");
@@ -206,6 +227,10 @@ TEST_F(Utilctl, ExitsByWhatItFoundAndDescribesItself) {
   EXPECT_EQ(Run("defs compile none.json --out defs"), 3);
   EXPECT_EQ(Run("defs compile --out defs"), 2);
   EXPECT_EQ(Run("frobnicate"), 2);
+  EXPECT_EQ(Run("json bogus"), 2);
+  EXPECT_EQ(messages_, "utilctl json: unknown command \"bogus\"; there are check format patch\n");
+  EXPECT_EQ(Run("json"), 2);
+  EXPECT_TRUE(Holds(messages_, "Carry a JSON patch")) << messages_;
   EXPECT_EQ(Run("message show 508", "> /dev/full"), 3);
   EXPECT_EQ(Run("--version"), 0);
   EXPECT_TRUE(out_.starts_with("utilctl ")) << out_;
@@ -232,6 +257,9 @@ TEST_F(Utilctl, FindsWhatIsWrongInAFolder) {
   Write("new.json", R"({"namespace": "New", "number": 8, "properties": []})");
   EXPECT_EQ(Run("defs compile new.json --out defs"), 1) << "no index can be made beside a cut file";
   EXPECT_FALSE(fs::exists(folder_ / "defs/new.prop"));
+  fs::create_directories(folder_ / "fresh/namespace.idx");  // where the index is to be
+  EXPECT_EQ(Run("defs compile new.json --out fresh"), 3);
+  EXPECT_EQ(out_, "") << "no success is told";
   EXPECT_EQ(Run("defs check defs"), 1);
   for (const char* part : {"twin.prop: namespace number 3 is that of defs/tag.prop too", "cut.prop: end of data",
                            "namespace 1 is to be in \"channel.prop\"", "ConnectTimeout", "watches the unknown id"}) {

@@ -80,12 +80,13 @@ const std::vector<command_t>& GetCommands() {
        "validate",
        "Check settings against definitions",
        "utilctl defs validate settings.json --definitions build/Properties --language de",
-       "The settings are a JSON object: names and values, {\"Channels.Port\": 502}, or one object for each namespace, "
-       "{\"Channels\": {\"Port\": 502}}. Every failure is told.",
+       "The settings are a JSON object: names and values, {\"Channels.Port\": 4000}, or one object for each namespace, "
+       "{\"Channels\": {\"Port\": 4000}}. Every failure is told. A property that its conditions do not allow is not "
+       "checked.",
        {{"FILE.json", kFile, count_t::one, "The settings; - is standard input"}},
        {kDefinitions,
         {"--namespace", "NAME", kText, "The namespace of names without one"},
-        {"--complete", nullptr, kNone, "Required properties must be there"},
+        {"--complete", nullptr, kNone, "Required properties must be there: of all namespaces, or of --namespace"},
         kLanguage},
        ValidateSettings},
       {"json",
@@ -100,7 +101,8 @@ const std::vector<command_t>& GetCommands() {
        "format",
        "Write JSON anew",
        "utilctl json format project.json --indent 4",
-       "Members keep their order, numbers their value.",
+       "Members keep their order. Numbers are read as 64-bit integers or as doubles and written anew: 1.50 becomes 1.5,"
+       " and a number of more digits than these hold changes.",
        {{"FILE", kFile, count_t::one, "The file; - is standard input"}},
        {kIndent, {"--array", nullptr, kNone, "Several objects become one array of them"}, kInPlace},
        FormatJson},
@@ -147,7 +149,7 @@ const std::vector<command_t>& GetCommands() {
       {"message",
        "lint",
        "Check language files",
-       "utilctl message lint lang/modbus.de.lang",
+       "utilctl message lint lang/channel.de.lang",
        "Lines without meaning, numbers that English does not have, texts that ask for other arguments than the English "
        "one, and what is missing. The English file of the module lies in the same folder. For a module: all languages.",
        {{"FILE.lang|MODULE", kFile, count_t::one, "A language file, or the name of a module"}},

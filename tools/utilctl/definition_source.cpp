@@ -61,6 +61,26 @@ json_path_t property_source_t::PathOf(std::u16string_view member) const {
   return found == members.end() ? path : path / found->second;
 }
 
+namespace {
+
+// What keeps a text from being stored and shown as it is; empty when nothing does.
+std::string FaultOfLetters(std::u16string_view text, std::u16string_view allowed = {}) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char16_t unit = text[i];
+    if ((unit < 0x20 || unit == 0x7F) && allowed.find(unit) == std::u16string_view::npos) {
+      return unit == u'\n' || unit == u'\r' ? "a line break cannot stand here"
+                                            : "a control character cannot stand here";
+    }
+    if (unit < 0xD800 || unit > 0xDFFF) continue;
+    const bool isPair = unit < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF;
+    if (!isPair) return "half of a surrogate pair cannot stand here";
+    ++i;
+  }
+  return {};
+}
+
+}  // namespace
+
 // Reads the document once, in its order.
 class CDefinitionSource::CReader {
  public:
@@ -78,6 +98,8 @@ class CDefinitionSource::CReader {
     if (members.Has(u"namespace") && source_.content_.namespaceName.IsEmpty()) {
       members.Remark(u"namespace", "a namespace needs a name");
     }
+    std::string fault = FaultOfLetters(source_.content_.namespaceName.View());
+    if (!fault.empty()) members.Remark(u"namespace", std::move(fault));
     source_.content_.namespaceNumber = members.GetInt(u"number", 1, kMaxNamespace).value_or(0);
     const auto& properties = members.GetArray(u"properties");
     const json_path_t path = members.PathOf(u"properties");
@@ -101,6 +123,7 @@ class CDefinitionSource::CReader {
     if (!members.Has(u"id")) members.Require(u"number");
     const CString name = members.GetText(u"name").value_or(CString());
     if (members.Has(u"name") && name.IsEmpty()) members.Remark(u"name", "a property needs a name");
+    if (std::string fault = FaultOfLetters(name.View()); !fault.empty()) members.Remark(u"name", std::move(fault));
     const int id = GetId(members);
     property_type_t type = TYPE_NONE;
     if (const json_ptr_t typeValue = members.Get(u"type")) {
@@ -180,9 +203,6 @@ class CDefinitionSource::CReader {
         source_.Remark(languages.GetPath() / at, "\"" + tagText + "\" is no language", true);
       } else if (text) {
         AddText(tagText, number, *text, languages.GetPath() / at);
-        if (languages.Has(u"en") && i18n::GetTemplateArguments(*text) != i18n::GetTemplateArguments(english)) {
-          languages.Remark(tag.c_str(), "\"%\" begins a conversion here, but not in English; write \"%%\"");
-        }
       }
     }
     languages.Finish();
@@ -195,6 +215,11 @@ class CDefinitionSource::CReader {
       source_.Remark(path, "text number " + std::to_string(number) + " has another text already");
     }
     if (text.IsEmpty()) source_.Remark(path, "the text is empty");
+    // Nothing fills these texts in.
+    if (!i18n::GetTemplateArguments(text).empty()) {
+      source_.Remark(path, "\"%\" begins a conversion, and there are no arguments; write \"%%\"");
+    }
+    if (std::string fault = FaultOfLetters(text.View(), u"\t"); !fault.empty()) source_.Remark(path, std::move(fault));
   }
 
   enum_value_list_t EnumValues(CMemberReader& members, property_type_t type) {

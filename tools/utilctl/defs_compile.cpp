@@ -57,10 +57,8 @@ class CCompiler {
 
   void Write() {
     MakeFolder(folder_);
-    zorutil::json::array_t files;
     for (const auto& source : sources_) {
-      const std::string path = JoinPath(folder_, source->GetStem() + ".prop");
-      WriteDefinitionFile(FileText(path), source->GetContent());
+      WriteDefinitionFile(FileText(GetDefinitionFile(*source)), source->GetContent());
       for (const auto& [tag, texts] : source->GetTexts()) {
         ReplaceWholeFile(GetLanguageFile(*source, tag), LanguageFileText(tag, texts));
       }
@@ -68,9 +66,11 @@ class CCompiler {
       for (const std::string& tag : FindLanguageFiles(folder_, source->GetStem(), true)) {
         if (!source->GetTexts().contains(tag)) zorplatform::RemoveFile(FileText(GetLanguageFile(*source, tag)));
       }
-      Tell(*source, path, files);
     }
     CreateIndexFile(FolderText(folder_));
+    // Told only now: without the index nobody finds the files.
+    zorutil::json::array_t files;
+    for (const auto& source : sources_) Tell(*source, GetDefinitionFile(*source), files);
     AddMember(call_.report.result, u"files", std::move(files));
   }
 
@@ -109,6 +109,10 @@ class CCompiler {
   }
 
   bool IsReplaced(int namespaceNumber) const { return replaced_.contains(namespaceNumber); }
+
+  std::string GetDefinitionFile(const CDefinitionSource& source) const {
+    return JoinPath(folder_, source.GetStem() + ".prop");
+  }
 
   std::string GetLanguageFile(const CDefinitionSource& source, const std::string& tag) const {
     return JoinPath(folder_, source.GetStem() + "." + tag + ".lang");

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -65,7 +64,7 @@ class CSettings {
   explicit CSettings(CCall& call) : path_(call.Get("FILE.json")), text_(ReadWholeFile(path_)), call_(call) {
     for (auto& file : ReadDefinitionFolder(call.Get("--definitions", GetDefaultFolder()))) {
       if (!file.failure.empty()) call.report.Add({file.path, 0, 0, "", file.failure});
-      namespaces_.insert(FoldedName(file.namespaceName));
+      namespaces_.emplace(FoldedName(file.namespaceName), file.number);
       for (const definition_ptr_t& each : file.definitions) {
         definitions_.push_back(each);
         byName_.emplace(FoldedName(each->GetName()), each);
@@ -76,6 +75,10 @@ class CSettings {
   }
 
   void Validate() {
+    const std::string space = call_.Get("--namespace");
+    if (!space.empty() && !namespaces_.contains(FoldedName(CString(space)))) {
+      throw usage_error_t("--namespace: there is no namespace \"" + space + "\"");
+    }
     std::shared_ptr<json::IValue> document;
     if (const auto error = json::ReadText(text_, document)) {
       call_.report.Add({path_, error.line, error.column, "", error.cause});
@@ -141,14 +144,14 @@ class CSettings {
     list_.push_back(CProperty::Create(definition.GetId(), std::move(value)));
   }
 
-  // Of the namespaces that are spoken of.
+  // Of all namespaces, for settings that say nothing of one lack everything it requires; or of the one that is asked
+  // for.
   void FindMissing() {
-    std::set<int> spaces;
-    for (const auto& [id, path] : paths_) spaces.insert(GetNamespaceNumber(id));
+    const auto wanted = namespaces_.find(FoldedName(CString(call_.Get("--namespace"))));
     CValidationContext context;
     for (const definition_ptr_t& each : definitions_) {
       if (!each->IsRequired() || paths_.contains(each->GetId())) continue;
-      if (!spaces.contains(GetNamespaceNumber(each->GetId()))) continue;
+      if (wanted != namespaces_.end() && wanted->second != GetNamespaceNumber(each->GetId())) continue;
       if (!IsAllowed(CProperty::Create(each->GetId()), list_, context)) continue;
       remarks_.push_back({{}, "the required property \"" + each->GetQualifiedName().ToUtf8() + "\" is missing"});
     }
@@ -157,7 +160,7 @@ class CSettings {
   const std::string path_;
   const std::string text_;
   CCall& call_;
-  std::set<std::u16string> namespaces_;
+  std::map<std::u16string, int> namespaces_;
   std::vector<definition_ptr_t> definitions_;
   std::multimap<std::u16string, definition_ptr_t> byName_;
   std::vector<json_remark_t> remarks_;

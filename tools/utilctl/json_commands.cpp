@@ -90,9 +90,11 @@ exit_t PatchJson(CCall& call) {
     call.report.Add({patchPath, 0, 0, "", "a patch is one array of operations"});
     return EXIT_FINDINGS;
   }
-  const auto error = document.value != nullptr ? json::ApplyPatch(*patch.value, document.value)
-                                               : json::ApplyPatch(*patch.value, document.objects);
-  if (error) {
+  if (document.value == nullptr) {
+    call.report.Add({path, 0, 0, "", "there are several objects; a patch needs a document of exactly one value"});
+    return EXIT_FINDINGS;
+  }
+  if (const auto error = json::ApplyPatch(*patch.value, document.value)) {
     const std::string place = error.operation == 0 ? "" : "operation " + std::to_string(error.operation);
     const std::string at = error.path.IsEmpty() ? "" : (place.empty() ? "" : ", ") + error.path.ToUtf8();
     call.report.Add({patchPath, 0, 0, place + at, error.cause});

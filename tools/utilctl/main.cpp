@@ -149,6 +149,36 @@ exit_t Generate(const std::string& what) {
   return EXIT_USAGE;
 }
 
+// Null for the name of none.
+const CLI::App* FindSubcommand(const CLI::App& app, std::string_view name) {
+  const auto all = app.get_subcommands([name](const CLI::App* each) { return each->get_name() == name; });
+  return all.empty() ? nullptr : all.front();
+}
+
+// The parser says of a word that is no command only that one is missing; this names the word and what there is.
+bool KnowsWords(const CLI::App& app, int argc, char** argv) {
+  std::string way = "utilctl";
+  const CLI::App* at = &app;
+  for (int i = 1; i <= 2; ++i) {
+    if (i >= argc) {
+      std::cerr << at->help(i == 1 ? "" : "utilctl");
+      return false;
+    }
+    const std::string word = argv[i];
+    if (word.starts_with('-')) return true;
+    const CLI::App* const next = FindSubcommand(*at, word);
+    if (next == nullptr) {
+      std::cerr << way << ": unknown command \"" << word << "\"; there are";
+      for (const CLI::App* each : at->get_subcommands(nullptr)) std::cerr << ' ' << each->get_name();
+      std::cerr << '\n';
+      return false;
+    }
+    way += ' ' + word;
+    at = next;
+  }
+  return true;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -171,6 +201,7 @@ int main(int argc, char** argv) {
       formatter->Set(parsed.back().app, HelpOf(command));
     }
   }
+  if (!KnowsWords(app, argc, argv)) return EXIT_USAGE;
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

@@ -11,6 +11,7 @@
 #include "tools/utilctl/command_functions.h"
 #include "tools/utilctl/definition_folder.h"
 #include "tools/utilctl/files.h"
+#include "tools/utilctl/fill.h"
 #include "tools/utilctl/language_files.h"
 #include "util/i18n/language.h"
 #include "util/i18n/language_module.h"
@@ -45,7 +46,7 @@ std::optional<unsigned> IdFromText(const std::string& text) {
   return got.ec == std::errc() && got.ptr == end ? std::optional(id) : std::nullopt;
 }
 
-// "modbus.de.lang" is the file of the module "modbus" in the language "de".
+// "channel.de.lang" is the file of the module "channel" in the language "de".
 struct file_name_t {
   std::string folder;
   std::string module;
@@ -99,8 +100,8 @@ exit_t ShowMessage(CCall& call) {
   if (call.Has("ARGUMENT")) {
     std::vector<CVariant> arguments;
     for (const std::string& each : call.GetAll("ARGUMENT")) arguments.emplace_back(each);
-    text = i18n::CLocalizedMessage(i18n::CLocalizedResource(module, *id), std::move(arguments))
-               .GetMessageText(call.GetLanguage());
+    i18n::CLocalizedMessage message(i18n::CLocalizedResource(module, *id), std::move(arguments));
+    text = Fill([&] { return message.GetMessageText(call.GetLanguage()); });
   }
   AddMember(call.report.result, u"text", CVariant(text));
   call.report.text = text.ToUtf8() + '\n';

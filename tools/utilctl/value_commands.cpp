@@ -4,6 +4,7 @@
 
 #include "platform/framework/string_array.h"
 #include "tools/utilctl/command_functions.h"
+#include "tools/utilctl/fill.h"
 #include "tools/utilctl/vartype_names.h"
 #include "util/i18n/message_template.h"
 #include "util/json/json_text.h"
@@ -76,8 +77,13 @@ void Show(CCall& call, const CVariant& value, const CString& text) {
 }  // namespace
 
 exit_t ConvertValue(CCall& call) {
-  const VARTYPE from = GetType(call, "--from");
+  VARTYPE from = GetType(call, "--from");
   const VARTYPE to = GetType(call, "--to");
+  const std::string text = call.Get("TEXT");
+  const std::size_t first = text.find_first_not_of(" \t\r\n");
+  const bool isArray = first != std::string::npos && text[first] == '[';
+  // Text becomes an array as the array of texts that it shows.
+  if (!call.Has("--from") && (to & VT_ARRAY) != 0 && isArray) from = VT_ARRAY | VT_BSTR;
   CVariant value;
   if (!Read(call, from, value) || !Convert(call, value, to, call.Has("--check-sign"))) return EXIT_FINDINGS;
   Show(call, value, value.ToString());
@@ -89,7 +95,7 @@ exit_t FormatValue(CCall& call) {
   if (!Read(call, GetType(call, "--type"), value)) return EXIT_FINDINGS;
   CString text;
   if (call.Has("--template")) {
-    text = i18n::ExpandTemplate(CString(call.Get("--template")), {&value, 1});
+    text = Fill([&] { return i18n::ExpandTemplate(CString(call.Get("--template")), {&value, 1}); });
   } else {
     value.Format(text, call.Has("--full") ? CVariant::FORMAT_FULL : CVariant::FORMAT_NORMAL);
   }

@@ -2,13 +2,13 @@
 //
 //   // In a plug-in, once, when it is loaded; it keeps the reference for as long as it is there.
 //   static const char kEnglish[] = "[Texts]\n1 = The device %s does not answer.\n2 = Waiting\n";
-//   std::shared_ptr<const i18n::CLanguageModule> texts = i18n::CLanguageModule::Register(u"modbus", kEnglish,
+//   std::shared_ptr<const i18n::CLanguageModule> texts = i18n::CLanguageModule::Register(u"motors", kEnglish,
 //   kEnglish);
 //
 //   auto message = std::make_unique<i18n::CLocalizedMessage>(i18n::CLocalizedResource(texts, 1),
 //                                                            std::vector<CVariant>{u"PLC 4"});
 //
-// A module's language file is named after it and the language's tag: modbus.de.lang, modbus.de-AT.lang. It is looked
+// A module's language file is named after it and the language's tag: motors.de.lang, motors.de-AT.lang. It is looked
 // for in the folders of the environment variable ZORUTIL_LANG_DIR, beside the library, and in the data folder of the
 // installation; the first that is found counts. A text is taken from the file of the region, else from that of the
 // language, else it is English: from the English file, else built in. So nothing is ever missing that is built in.
@@ -35,7 +35,7 @@ namespace i18n {
 
 /// What is wrong with a line of a language file. `what` is in English.
 struct language_problem_t {
-  CString file;        ///< the path; "modbus.en.lang" for what is built in
+  CString file;        ///< the path; "motors.en.lang" for what is built in
   std::uint32_t line;  ///< from 1; 0 for the file as a whole
   std::string what;
 };
