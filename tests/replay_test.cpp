@@ -1,27 +1,11 @@
 // The program replay as its users run it: files, standard input, exit codes.
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
+#include "tests/program_testing.h"
 
 namespace {
 
-namespace fs = std::filesystem;
-
-std::string FileText(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
-class ReplayProgram : public testing::Test {
+class ReplayProgram : public ProgramTest {
  protected:
-  void SetUp() override {
-    fs::create_directories(folder_);
+  ReplayProgram() : ProgramTest("'" REPLAY_PROGRAM "'") {
     Write("tags.csv",
           "name,raw type,scaling type,raw low,raw high,scaled type,scaled low,scaled high,deadband\n"
           "P1,Short,Linear,0,100,Double,0,10,0.5\n");
@@ -30,26 +14,8 @@ class ReplayProgram : public testing::Test {
           "2026-01-01T00:00:02.000,P1,15\n");
     Write("bad.csv", "time,tag,value\n2026-01-01T00:00:00.000,P2,10\n2026-01-01T00:00:01.000,P1,14\n");
   }
-  void TearDown() override { fs::remove_all(folder_); }
 
-  void Write(const std::string& name, const std::string& text) {
-    std::ofstream(folder_ / name, std::ios::binary) << text;
-  }
-
-  // The exit code; what the program wrote is in out_ and messages_. `before` and `after` stand around the call.
-  int Run(const std::string& arguments, const std::string& before = "", const std::string& after = "> out") {
-    const std::string command = "cd '" + folder_.string() + "' && " + before + " '" REPLAY_PROGRAM "' " + arguments +
-                                " " + after + " 2> messages";
-    const int status = std::system(command.c_str());
-    out_ = FileText(folder_ / "out");
-    messages_ = FileText(folder_ / "messages");
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
-  const fs::path folder_ = fs::temp_directory_path() / ("replay_test." + std::to_string(getpid()));
   const std::string changes_ = "time,tag,value\n2026-01-01T00:00:00.000,P1,1\n2026-01-01T00:00:02.000,P1,1.5\n";
-  std::string out_;
-  std::string messages_;
 };
 
 TEST_F(ReplayProgram, WritesTheChangesOfAFileAndOfStandardInput) {

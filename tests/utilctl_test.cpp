@@ -1,47 +1,19 @@
 // The program utilctl as its users run it: sources, definition files, messages, exit codes.
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
+#include "tests/program_testing.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string FileText(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(in), {}};
-}
-
-class Utilctl : public testing::Test {
+class Utilctl : public ProgramTest {
  protected:
-  void SetUp() override { fs::create_directories(folder_); }
-  void TearDown() override { fs::remove_all(folder_); }
+  Utilctl() : ProgramTest("ZORUTIL_LANG_DIR='" ZORUTIL_SOURCE_DIR "/util/i18n/lang' '" UTILCTL_PROGRAM "'") {}
 
-  void Write(const std::string& name, const std::string& text) {
-    std::ofstream(folder_ / name, std::ios::binary) << text;
-  }
-  // The exit code; what the program wrote is in out_ and messages_.
   int Run(const std::string& arguments, const std::string& after = "> out") {
-    const std::string command = "cd '" + folder_.string() +
-                                "' && ZORUTIL_LANG_DIR='" ZORUTIL_SOURCE_DIR "/util/i18n/lang' '" UTILCTL_PROGRAM "' " +
-                                arguments + " " + after + " 2> messages";
-    const int status = std::system(command.c_str());
-    out_ = FileText(folder_ / "out");
-    messages_ = FileText(folder_ / "messages");
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return ProgramTest::Run(arguments, "", after);
   }
   int RunExamples(const std::string& arguments) { return Run(arguments + " --definitions '" EXAMPLE_DEFINITIONS "'"); }
   static bool Holds(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
-
-  const fs::path folder_ = fs::temp_directory_path() / ("utilctl_test." + std::to_string(getpid()));
-  std::string out_;
-  std::string messages_;
 };
 
 TEST_F(Utilctl, CompilesWhatValidationThenSpeaksOfInTheUsersLanguage) {

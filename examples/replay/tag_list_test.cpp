@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <sstream>
 #include <string>
 
 #include "examples/replay/test_source.h"
+#include "platform/framework/temp_folder_testing.h"
 
 namespace replay {
 namespace {
@@ -124,7 +124,8 @@ TEST(TagList, GoesThroughADocumentAndBack) {
   const read_t csv = Read(
       "name,unit,raw type,scaling type,raw high,scaled type,negate,deadband type,deadband\n"
       "A,m\xC2\xB3,short,linear,4000,float,1,percent,2\nB,bar,,,,,,,\nC,,,,,,1,,\n");
-  const std::string path = testing::TempDir() + "tag_list_test.xml";
+  const CTempFolder folder;
+  const std::string path = folder.Native("tags.xml").string();
   std::ostringstream messages;
   CProblemLog log(messages, 100);
   csv.tags.WriteXml(path, log);
@@ -142,7 +143,8 @@ TEST(TagList, GoesThroughADocumentAndBack) {
 }
 
 TEST(TagList, TellsTheLineOfAFaultInADocument) {
-  const std::string path = testing::TempDir() + "tag_list_test.xml";
+  const CTempFolder folder;
+  const std::string path = folder.Native("tags.xml").string();
   const struct {
     const char* content;
     const char* message;
@@ -162,7 +164,7 @@ TEST(TagList, TellsTheLineOfAFaultInADocument) {
       {"<Tag>", ", line 2, column "},
   };
   for (const auto& c : cases) {
-    std::ofstream(path) << "<Tags>\n" << c.content << "</Tags>";
+    folder.Put("tags.xml", std::string("<Tags>\n") + c.content + "</Tags>");
     std::ostringstream messages;
     CProblemLog log(messages, 100);
     CTagList tags;

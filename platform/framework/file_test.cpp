@@ -14,21 +14,15 @@
 #include <utility>
 
 #include "platform/framework/mem_file.h"
-#include "platform/framework/native_path.h"
+#include "platform/framework/temp_folder_testing.h"
 
 namespace {
 
 class FileTest : public testing::Test {
  protected:
-  FileTest() {
-    std::string name = (std::filesystem::temp_directory_path() / "file_test_XXXXXX").string();
-    folder_ = ::mkdtemp(name.data());
-  }
-  ~FileTest() override { std::filesystem::remove_all(folder_); }
+  CString PathOf(const char* name) const { return folder_.PathOf(name); }
 
-  CString PathOf(const char* name) const { return zorplatform::FromNativePath(folder_ / name); }
-
-  std::filesystem::path folder_;
+  const CTempFolder folder_;
 };
 
 constexpr unsigned kNewFile = CFile::modeCreate | CFile::modeReadWrite;

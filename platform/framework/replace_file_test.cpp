@@ -12,7 +12,7 @@
 #include <string>
 
 #include "platform/framework/file.h"
-#include "platform/framework/native_path.h"
+#include "platform/framework/temp_folder_testing.h"
 
 namespace {
 
@@ -21,18 +21,9 @@ using zorplatform::CReplaceFile;
 
 class ReplaceFileTest : public testing::Test {
  protected:
-  ReplaceFileTest() {
-    std::string name = (fs::temp_directory_path() / "replace_file_test_XXXXXX").string();
-    folder_ = ::mkdtemp(name.data());
-  }
-  ~ReplaceFileTest() override { fs::remove_all(folder_); }
-
-  CString PathOf(const std::string& name) const { return zorplatform::FromNativePath(folder_ / name); }
-  void Put(const std::string& name, const std::string& text) const { std::ofstream(folder_ / name) << text; }
-  std::string Get(const std::string& name) const {
-    std::ifstream file(folder_ / name);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  CString PathOf(const std::string& name) const { return temp_.PathOf(name); }
+  void Put(const std::string& name, const std::string& text) const { temp_.Put(name, text); }
+  std::string Get(const std::string& name) const { return temp_.Get(name); }
   void Replace(const std::string& name, const std::string& text) const {
     CReplaceFile file(PathOf(name));
     file.GetFile().Write(text.data(), static_cast<unsigned>(text.size()));
@@ -40,7 +31,8 @@ class ReplaceFileTest : public testing::Test {
   }
   std::ptrdiff_t CountFiles() const { return std::distance(fs::directory_iterator(folder_), {}); }
 
-  fs::path folder_;
+  const CTempFolder temp_;
+  const fs::path& folder_ = temp_.Native();
 };
 
 TEST_F(ReplaceFileTest, TheOldFileStandsUntilCommitAndForeverWithoutIt) {

@@ -9,6 +9,7 @@
 
 #include "platform/framework/file.h"
 #include "platform/framework/native_path.h"
+#include "platform/framework/temp_folder_testing.h"
 #include "platform/zorplatform/app_dir.h"
 
 namespace {
@@ -24,7 +25,8 @@ struct names_t : CFileSearch::ICallback {
 };
 
 TEST(FileSearch, FindsTheFilesOfAFolderByPattern) {
-  const CString folder = CString(testing::TempDir()) + u"\\file_search_test\\a\\";
+  const CTempFolder temp;
+  const CString folder = temp.GetPath() + u"a\\b\\";
   ASSERT_TRUE(zorplatform::CreatePath(folder + u"x.prop\\") && zorplatform::CreatePath(folder));
   for (const char* name : {"b.prop", "a.prop", "c.propx", "A.PROP", ".prop", "aXbXb.txt"}) {
     CFile(folder + name, CFile::modeCreate | CFile::modeWrite);

@@ -14,6 +14,7 @@
 #include "platform/framework/file.h"
 #include "platform/framework/mem_file.h"
 #include "platform/framework/string_array.h"
+#include "platform/framework/temp_folder_testing.h"
 #include "platform/text/utf.h"
 
 namespace {
@@ -307,7 +308,8 @@ TEST(IniFile, HostileSizesTakeLinearTime) {
 }
 
 TEST(IniFile, IsReplacedWholeOrStaysAsItWas) {
-  const CString path = CString(testing::TempDir() + "ini_file_test.ini");
+  const CTempFolder folder;
+  const CString path = folder.PathOf("a.ini");
   CIniFile ini;
   ini.WriteValue(u"A", u"k", u"v");
   ini.Save(path);
@@ -329,7 +331,6 @@ TEST(IniFile, IsReplacedWholeOrStaysAsItWas) {
   EXPECT_EQ(Value(ini, u"A", u"k"), u"v");
   ini.Reset();
   EXPECT_TRUE(ini.IsEmpty() && ini.GetProblems().empty());
-  std::remove((testing::TempDir() + "ini_file_test.ini").c_str());
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include "platform/framework/file.h"
 #include "platform/framework/mem_file.h"
 #include "platform/framework/native_path.h"
+#include "platform/framework/temp_folder_testing.h"
 #include "util/i18n/localized_message.h"
 
 namespace {
@@ -272,10 +273,8 @@ TEST(XmlDocument, LoadsOtherEncodings) {
 }
 
 TEST(XmlDocument, SavesAndLoadsByPath) {
-  const std::filesystem::path folder = std::filesystem::path(testing::TempDir()) / "xml_document_test";
-  std::filesystem::remove_all(folder);
-  std::filesystem::create_directories(folder);
-  const CString path = zorplatform::FromNativePath(folder / "plant.xml");
+  const CTempFolder folder;
+  const CString path = folder.PathOf("plant.xml");
   CXmlDocument document;
   EXPECT_EQ(document.Save(path), 0);
   EXPECT_NE(Error(document).Find(u"plant.xml: The document is empty"), -1);
@@ -284,7 +283,7 @@ TEST(XmlDocument, SavesAndLoadsByPath) {
   void* const top = document.WriteElement(nullptr, u"urn:p", u"Plant", false, u"");
   for (int i = 0; i < 50'000; ++i) document.WriteElement(top, u"urn:p", u"Value", true, i);
   ASSERT_EQ(document.Save(path), 1) << Error(document);
-  EXPECT_EQ(document.Save(zorplatform::FromNativePath(folder / "none" / "plant.xml")), 0);
+  EXPECT_EQ(document.Save(folder.PathOf("none/plant.xml")), 0);
   EXPECT_NE(Error(document).Find(u"plant.xml"), -1);
   CXmlDocument again;
   ASSERT_EQ(again.Load(path), 1) << Error(again);
@@ -293,7 +292,6 @@ TEST(XmlDocument, SavesAndLoadsByPath) {
   const std::uint64_t length = reader.GetLength();
   ASSERT_EQ(again.SetXml(u"<short/>") + again.Save(path), 2);
   EXPECT_EQ(reader.GetLength(), length);  // has the old file still, whole
-  std::filesystem::remove_all(folder);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/framework/native_path.h"
+#include "platform/framework/temp_folder_testing.h"
 #include "util/docs/xml_document.h"
 #include "util/i18n/localized_message.h"
 
@@ -16,14 +17,10 @@ namespace {
 
 class XmlSchemaCollection : public testing::Test {
  protected:
-  XmlSchemaCollection() { std::filesystem::create_directories(folder_); }
-  ~XmlSchemaCollection() override { std::filesystem::remove_all(folder_); }
-
   CString Write(const std::string& name, const std::string& attributes, const std::string& content) {
-    std::ofstream(folder_ / name) << "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' " << attributes
-                                  << " elementFormDefault='qualified'>\n"
-                                  << content << "</xs:schema>\n";
-    return zorplatform::FromNativePath(folder_ / name);
+    folder_.Put(name, "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' " + attributes +
+                          " elementFormDefault='qualified'>\n" + content + "</xs:schema>\n");
+    return folder_.PathOf(name);
   }
 
   // Each fault as "line path", a line each.
@@ -41,7 +38,7 @@ class XmlSchemaCollection : public testing::Test {
     return text;
   }
 
-  std::filesystem::path folder_ = std::filesystem::path(testing::TempDir()) / "xml schemas & more";
+  const CTempFolder folder_;  // with blanks in its name
   CXmlSchemaCollection schemas_;
 };
 
@@ -54,7 +51,7 @@ constexpr const char* kPlant =
     "</xs:sequence><xs:attribute name='id' type='xs:int'/></xs:complexType></xs:element>\n";
 
 TEST_F(XmlSchemaCollection, ChecksDocumentsAgainstSchemasThatNameEachOther) {
-  std::filesystem::create_directories(folder_ / "parts");
+  std::filesystem::create_directories(folder_.Native("parts"));
   Write("parts/common types.xsd", "targetNamespace='urn:plant'",
         "<xs:simpleType name='speed'><xs:restriction base='xs:int'><xs:maxInclusive value='3000'/>"
         "</xs:restriction></xs:simpleType>");

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/framework/invalid_arg.h"
+#include "platform/framework/temp_folder_testing.h"
 #include "util/i18n/language_module.h"
 #include "util/i18n/message_ids.h"
 #include "util/i18n/message_template.h"
@@ -31,26 +32,22 @@ const fs::path kLanguageFolder = fs::path(ZORUTIL_SOURCE_DIR) / "util/i18n/lang"
 // Two folders of the environment, which go at the end; then it lists again that of this library's own files.
 class LanguageFiles : public testing::Test {
  protected:
-  LanguageFiles() : folder_(fs::path(testing::TempDir()) / ("languages" + std::to_string(getpid()))) {
+  LanguageFiles() {
     fs::create_directories(folder_ / "first");
     fs::create_directories(folder_ / "second");
     SetFolders("::" + (folder_ / "first").string() + ":" + (folder_ / "second").string() + ":/no/such/folder");
   }
-  ~LanguageFiles() override {
-    SetFolders(kLanguageFolder.string());
-    fs::remove_all(folder_);
-  }
+  ~LanguageFiles() override { SetFolders(kLanguageFolder.string()); }
   static void SetFolders(const std::string& list) { setenv("ZORUTIL_LANG_DIR", list.c_str(), 1); }
-  void Write(const fs::path& name, std::string_view content) const {
-    std::ofstream(folder_ / name, std::ios::binary) << content;
-  }
+  void Write(const std::string& name, std::string_view content) const { temp_.Put(name, content); }
   static std::string Texts(const CLanguageModule& module, unsigned short language) {
     std::string texts;
     for (const unsigned id : {1U, 2U, 3U, 4U}) texts += (id > 1 ? "|" : "") + module.GetText(id, language).ToUtf8();
     return texts;
   }
 
-  fs::path folder_;
+  const CTempFolder temp_;
+  const fs::path& folder_ = temp_.Native();
 };
 
 TEST(Language, HasAnIdentifierAndATag) {

@@ -68,12 +68,6 @@ class ZORUTIL_API object_t final : public IValue {
   void AdjustLineNumbers(int delta);
 
   bool IsObject() const override { return true; }
-  bool IsArray() const override { return false; }
-  bool IsBool() const override { return false; }
-  bool IsNumber() const override { return false; }
-  bool IsString() const override { return false; }
-  bool IsNull() const override { return false; }
-  bool IsScalar() const override { return false; }
   void Serialize(ISerializer& out) const override;
 
   member_list_t members;  ///< in the order of text or insertion; names may repeat
@@ -101,13 +95,7 @@ class ZORUTIL_API array_t final : public IValue {
   /// Appends the object, moved into a shared node.
   void AddObject(object_t&& object);
 
-  bool IsObject() const override { return false; }
   bool IsArray() const override { return true; }
-  bool IsBool() const override { return false; }
-  bool IsNumber() const override { return false; }
-  bool IsString() const override { return false; }
-  bool IsNull() const override { return false; }
-  bool IsScalar() const override { return false; }
   void Serialize(ISerializer& out) const override;
 
   std::vector<std::shared_ptr<IValue>> elements;  ///< an empty pointer is written as null

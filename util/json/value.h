@@ -21,13 +21,14 @@ class ZORUTIL_API IValue {
  public:
   virtual ~IValue();
 
-  virtual bool IsObject() const = 0;
-  virtual bool IsArray() const = 0;
-  virtual bool IsBool() const = 0;
-  virtual bool IsNumber() const = 0;
-  virtual bool IsString() const = 0;
-  virtual bool IsNull() const = 0;
-  virtual bool IsScalar() const = 0;
+  // Each kind of node says what it is; it is nothing else.
+  virtual bool IsObject() const { return false; }
+  virtual bool IsArray() const { return false; }
+  virtual bool IsBool() const { return false; }
+  virtual bool IsNumber() const { return false; }
+  virtual bool IsString() const { return false; }
+  virtual bool IsNull() const { return false; }
+  virtual bool IsScalar() const { return false; }
   /// Writes the node as JSON text, as json_text.h tells: to a text serializer at its depth and with its indentation,
   /// to a binary one as one text record (string_serialization.h). CException -1 for a node nested too deep; then
   /// nothing was written.
@@ -46,8 +47,6 @@ class ZORUTIL_API scalar_t final : public IValue {
   explicit scalar_t(CVariant content) noexcept : value(std::move(content)) {}
   ~scalar_t() override;
 
-  bool IsObject() const override { return false; }
-  bool IsArray() const override { return false; }
   bool IsBool() const override { return value.vt == VT_BOOL; }
   /// Every type that is neither bool nor string nor VT_EMPTY, dates and arrays among them.
   bool IsNumber() const override { return !IsBool() && !IsNull() && !IsString(); }

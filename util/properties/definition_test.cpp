@@ -20,7 +20,6 @@
 namespace zorutil::properties {
 namespace {
 
-using definition_testing::CTempFolder;
 using definition_testing::Define;
 using definition_testing::ReadText;
 using definition_testing::When;
@@ -116,7 +115,7 @@ TEST(DefinitionFile, CountsThatLieAreCorruptAndCostNoMemory) {
 }
 
 TEST(DefinitionFile, ThatCouldNotBeReadBackIsNotWritten) {
-  const CTempFolder folder("definition_writer");
+  const CTempFolder folder;
   const int id = MakePropertyId(3, 1);
   const auto fine = Define(id, u"", TYPE_NONE), crowded = Define(id, u"", TYPE_NONE),
              hollow = Define(id, u"", TYPE_NONE);
@@ -142,7 +141,7 @@ TEST(DefinitionFile, ThatCouldNotBeReadBackIsNotWritten) {
 }
 
 TEST(NamespaceIndex, NamesTheFilesThatAreDefinitionFiles) {
-  const CTempFolder folder("definition_index");
+  const CTempFolder folder;
   const CString at = folder.GetPath();
   WriteDefinitionFile(at + u"Motors.prop", {1, u"motors", {}});
   WriteDefinitionFile(at + u"a.b.prop", {1023, u"Größe, Gewicht", {}});
@@ -184,7 +183,7 @@ TEST(NamespaceIndex, TakesAnyLines) {
 }
 
 TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
-  const CTempFolder folder("definition_store");
+  const CTempFolder folder;
   const CString at = folder.GetPath();
   const int speed = MakePropertyId(4, 1), power = MakePropertyId(4, 0x1FFFFF);
   const auto all = {Define(speed, u"Speed", TYPE_INTEGER), Define(power, u"power", TYPE_REAL8),
@@ -239,7 +238,7 @@ TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
 }
 
 TEST(DefinitionStore, GivesThreadsThatAskFirstTheSameDefinitions) {
-  const CTempFolder folder("definition_threads");
+  const CTempFolder folder;
   const int id = MakePropertyId(9, 37);
   WriteDefinitionFile(folder.GetPath() + u"a.prop", {9, u"", {Define(id, u"", TYPE_STRING)}});
   CreateIndexFile(folder.GetPath());

@@ -1,7 +1,6 @@
-// For the tests and benchmarks of definitions: a directory of their own, and definitions in few words.
+// For the tests and benchmarks of definitions: files, and definitions in few words.
 #pragma once
 
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -9,7 +8,7 @@
 
 #include "platform/framework/cstring.h"
 #include "platform/framework/file.h"
-#include "platform/framework/native_path.h"
+#include "platform/framework/temp_folder_testing.h"
 #include "platform/zorplatform/file_search.h"
 #include "util/properties/definition_writer.h"
 #include "util/properties/property_definition.h"
@@ -19,28 +18,6 @@ namespace definition_testing {
 using zorutil::properties::property_condition_t;
 using zorutil::properties::property_def_t;
 using zorutil::properties::property_type_t;
-
-/// An empty folder, removed in the end.
-class CTempFolder {
- public:
-  explicit CTempFolder(const std::string& name)
-      : path_(std::filesystem::temp_directory_path() /
-              (name + "." + std::to_string(reinterpret_cast<std::uintptr_t>(this)))) {
-    std::filesystem::remove_all(path_);
-    std::filesystem::create_directories(path_);
-  }
-  CTempFolder(const CTempFolder&) = delete;
-  CTempFolder& operator=(const CTempFolder&) = delete;
-  ~CTempFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  /// Ends in "\".
-  CString GetPath() const { return zorplatform::FromNativePath(path_) + u'\\'; }
-
- private:
-  std::filesystem::path path_;
-};
 
 inline void WriteText(const CString& path, std::string_view bytes) {
   CFile file(path, CFile::modeCreate | CFile::modeWrite);

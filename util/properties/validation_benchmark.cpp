@@ -75,8 +75,8 @@ CVariant ValueOf(int i) {
 }
 
 // The program's definitions: one namespace of the object above, and others of 10,000 each.
-const definition_testing::CTempFolder& Definitions() {
-  static const definition_testing::CTempFolder folder("validation_benchmark");
+const CTempFolder& Definitions() {
+  static const CTempFolder folder;
   static const bool isWritten = [] {
     zorplatform::SetAppDir(folder.GetPath());
     const CString directory = GetPropertiesDir();

@@ -25,7 +25,6 @@
 namespace zorutil::properties {
 namespace {
 
-using definition_testing::CTempFolder;
 using definition_testing::Define;
 using definition_testing::When;
 
@@ -87,7 +86,7 @@ class CDefinitions : public testing::Environment {
   }
 
  private:
-  CTempFolder folder_{"validation_test"};
+  CTempFolder folder_;
 };
 [[maybe_unused]] const auto* const kDefinitions = testing::AddGlobalTestEnvironment(new CDefinitions);
 
