@@ -9,29 +9,14 @@
 #include <utility>
 #include <vector>
 
+#include "platform/framework/allocation_testing.h"
 #include "platform/framework/mem_file.h"
 #include "platform/zorplatform/exception.h"
 #include "util/serialization/serialization_buffer.h"
 
-thread_local int allocationsLeft = -1;  // that still succeed; fewer than 0: all do
-#if defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define OWN_ALLOCATOR 0  // that sanitizer's cannot be replaced: nothing fails
-#endif
-#endif
-#if !defined(OWN_ALLOCATOR) && !defined(__SANITIZE_THREAD__)
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  void* const memory = allocationsLeft == 0 ? nullptr : std::malloc(size == 0 ? 1 : size);
-  if (allocationsLeft > 0) --allocationsLeft;
-  return memory != nullptr ? memory : throw std::bad_alloc();
-}
-[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size + 1); }
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-#endif
-
 namespace {
 
+using allocation_testing::allocationsLeft;
 using zorutil::buffers_t, zorutil::buffer_t, zorutil::CSerializationBuffer;
 using bytes_t = std::vector<unsigned char>;
 

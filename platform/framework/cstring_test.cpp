@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 #include <new>
 #include <stdexcept>
@@ -11,31 +10,11 @@
 #include <utility>
 #include <vector>
 
-namespace {
-
-// This program's allocations: counted, and refused while `failing` is set. The thread sanitizer brings an allocator
-// that cannot be replaced; what would fail then succeeds, and nothing is counted.
-thread_local int allocations = 0;
-thread_local bool failing = false;
-
-}  // namespace
-
-#if defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define OWN_ALLOCATOR 0
-#endif
-#endif
-#if !defined(OWN_ALLOCATOR) && !defined(__SANITIZE_THREAD__)
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  ++allocations;
-  void* const memory = failing ? nullptr : std::malloc(size == 0 ? 1 : size);
-  return memory != nullptr ? memory : throw std::bad_alloc();
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-#endif
+#include "platform/framework/allocation_testing.h"
 
 namespace {
+
+using allocation_testing::allocations, allocation_testing::allocationsLeft;
 
 struct change_t {
   const char* name;
@@ -99,14 +78,14 @@ TEST(CStringChange, ThatFindsNoMemoryLeavesTheTextAsItWas) {
     SCOPED_TRACE(change.name);
     const CString original = u"abcabc";
     CString copy = original;
-    failing = true;
+    allocationsLeft = 0;
     bool failed = false;
     try {
       change.apply(copy);
     } catch (const std::bad_alloc&) {
       failed = true;
     }
-    failing = false;
+    allocationsLeft = -1;
     EXPECT_EQ(copy, failed ? std::u16string(u"abcabc") : change.after);
     EXPECT_EQ(original, u"abcabc");
   }

@@ -4,42 +4,15 @@
 
 #include <cfloat>
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
-#include <new>
 
+#include "platform/framework/allocation_testing.h"
 #include "util/docs/xml_document.h"
 #include "util/i18n/localized_message.h"
 
 namespace {
 
-thread_local std::size_t allocations = 0;
-
-}  // namespace
-
-// Counts what the reads allocate. The thread sanitizer brings an allocator that cannot be replaced; nothing is counted
-// then.
-#if defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define OWN_ALLOCATOR 0
-#endif
-#endif
-#if !defined(OWN_ALLOCATOR) && !defined(__SANITIZE_THREAD__)
-void* operator new(std::size_t size) {
-  ++allocations;
-  void* const memory = std::malloc(size == 0 ? 1 : size);
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  ++allocations;
-  return std::malloc(size == 0 ? 1 : size);
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-#endif
-
-namespace {
+using allocation_testing::allocations;
 
 template <class T>
 T ReadAs(const char16_t* text, bool asAttribute, T preset) {
@@ -155,7 +128,7 @@ TEST(StructuredDoc, ReadsNumbersWithoutAllocating) {
   int i = 0, a = 0;
   double d = 0, b = 0;
   bool truth = false;
-  const std::size_t before = allocations;
+  const int before = allocations;
   document.ReadElement(top, nullptr, u"i", true, i);
   document.ReadElement(top, nullptr, u"d", true, d);
   document.ReadElement(top, nullptr, u"b", true, truth);
