@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
 #include "platform/framework/native_path.h"
@@ -38,27 +39,6 @@ std::vector<CString> GetEnvironmentFolders(const char* variable) {
     rest.remove_prefix(std::min(end + 1, rest.size()));
   }
   return folders;
-}
-
-std::vector<CString> FindFileNames(const CString& folder, std::u16string_view begin, std::u16string_view end) {
-  std::vector<CString> names;
-  std::error_code error;
-  std::filesystem::directory_iterator entry(ToNativePath(folder), error);
-  for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    const CString name = FromNativePath(entry->path().filename());
-    std::error_code isUnknown;
-    if (name.View().size() >= begin.size() + end.size() && name.View().starts_with(begin) &&
-        name.View().ends_with(end) && entry->is_regular_file(isUnknown)) {
-      names.push_back(name);
-    }
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
-bool FileIsThere(const CString& path) {
-  std::error_code error;
-  return std::filesystem::is_regular_file(ToNativePath(path), error);
 }
 
 }  // namespace zorplatform

@@ -72,8 +72,7 @@ bool CFileSearch::FindFile(const CString& mask, ICallback& callback) {
 
 bool FileExists(const CString& path) {
   std::error_code error;
-  const fs::file_status status = fs::status(ToNativePath(path), error);
-  return fs::exists(status) && !fs::is_directory(status);
+  return fs::is_regular_file(ToNativePath(path), error);
 }
 
 bool CreatePath(const CString& path) {

@@ -35,7 +35,7 @@ class ZORPLATFORM_API CFileSearch {
   static bool FindFile(const CString& mask, ICallback& callback);
 };
 
-/// Whether something other than a folder lies there.
+/// Whether a file lies there, or a link to one: a folder is none, nor is a pipe, which would make its reader wait.
 ZORPLATFORM_API bool FileExists(const CString& path);
 /// Makes a folder and those above it. True when it is there in the end.
 ZORPLATFORM_API bool CreatePath(const CString& path);

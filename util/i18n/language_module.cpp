@@ -10,6 +10,7 @@
 
 #include "platform/framework/invalid_arg.h"
 #include "platform/framework/module_path.h"
+#include "platform/zorplatform/file_search.h"
 #include "util/i18n/english_texts_internal.h"
 #include "util/i18n/language_file_internal.h"
 #include "util/i18n/language_internal.h"
@@ -57,7 +58,7 @@ std::optional<language_file_t> ReadFirst(const CString& module, std::string_view
                                          const std::vector<CString>& folders) {
   for (const CString& folder : folders) {
     const CString path = folder + u"\\" + module + u"." + CString(tag) + kExtension;
-    if (!zorplatform::FileIsThere(path)) continue;
+    if (!zorplatform::FileExists(path)) continue;
     language_file_t file = ReadLanguageFile(path);
     if (!file.tag.IsEmpty() && file.tag != tag) file.Report(0, "the file's name and its Tag differ");
     return file;
@@ -225,12 +226,26 @@ CString CLanguageModule::GetText(unsigned id, unsigned short languageId) const {
 
 std::vector<unsigned> CLanguageModule::GetIds() const { return GetTable(kLanguageEnglish).ids; }
 
+namespace {
+
+struct file_names_t : zorplatform::CFileSearch::ICallback {
+  bool OnFile(const zorplatform::found_file_t& file) override {
+    names.push_back(file.name);
+    return true;
+  }
+  std::vector<CString> names;
+};
+
+}  // namespace
+
 std::vector<language_t> CLanguageModule::GetLanguages() const {
   std::map<std::string, language_t> languages;
   const CString begin = name_ + u".";
   languages[kEnglishTag] = {kLanguageEnglish, kEnglishTag, u"English"};
   for (const CString& folder : GetFolders(state_->folders)) {
-    for (const CString& file : zorplatform::FindFileNames(folder, begin, kExtension)) {
+    file_names_t files;
+    zorplatform::CFileSearch::FindFile(folder + u"\\" + begin + u"*" + kExtension, files);
+    for (const CString& file : files.names) {
       const int length = file.GetLength() - begin.GetLength() - (static_cast<int>(std::size(kExtension)) - 1);
       const std::string tag = file.Mid(begin.GetLength(), length).ToUtf8();
       const unsigned short id = LanguageIdFromTag(tag);

@@ -4,6 +4,7 @@
 
 #include "platform/framework/file.h"
 #include "platform/zorplatform/exception.h"
+#include "platform/zorplatform/file_search.h"
 #include "util/serialization/primitives_internal.h"
 #include "util/serialization/stream_serializers.h"
 
@@ -51,7 +52,7 @@ IDefinitionFileClient::~IDefinitionFileClient() = default;
 
 bool ReadDefinitionFile(const CString& path, IDefinitionFileClient& client) {
   CFile file;
-  if (!file.Open(path, CFile::modeRead)) return false;
+  if (!zorplatform::FileExists(path) || !file.Open(path, CFile::modeRead)) return false;
   file_serializer_t in(&file);
   return ReadDefinitionStream(in, GetDefinitionFileName(path), client);
 }

@@ -150,6 +150,7 @@ struct CDefinitionStore::state_t {
   namespace_map_t ReadIndex() const {
     const CString path = GetIndexPath();
     try {
+      if (!zorplatform::FileExists(path)) throw CFileException(path, "there is no such file", 0);
       CFile file(path, CFile::modeRead);
       std::string text;
       char chunk[4096];

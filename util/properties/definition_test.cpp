@@ -1,5 +1,6 @@
 // The records of definitions, their files, the index, and the store over a directory of them.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <future>
 #include <string>
@@ -158,6 +159,9 @@ TEST(NamespaceIndex, NamesTheFilesThatAreDefinitionFiles) {
   WriteText(at + u"short.prop", head);
   EXPECT_EQ(stream_testing::CodeOf({}, [&](ISerializer&) { CreateIndexFile(at); }), -3);
   EXPECT_EQ(ReadText(at + kIndexFileName), index);
+  ASSERT_EQ(::mkfifo(folder.Native("pipe.prop").c_str(), 0600), 0);  // who read it would wait
+  WriteText(at + kIndexFileName, "5=pipe\n");
+  EXPECT_EQ(CDefinitionStore(at).GetDefinition(MakePropertyId(5, 1)), nullptr);
   RemoveIndexFile(at);
   RemoveIndexFile(at);
   EXPECT_FALSE(zorplatform::FileExists(at + kIndexFileName));
