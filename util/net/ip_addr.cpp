@@ -59,9 +59,8 @@ constexpr bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 
 enum class reading_t { good, octetTooLarge, other };
 
-// `address` is written when the text is good.
-reading_t ReadQuad(std::u16string_view text, std::uint32_t& address) noexcept {
-  if (text.empty() || !IsDigit(text.front())) return reading_t::other;
+// Any text that begins with a digit. `address` is written when it is good.
+reading_t ReadQuadWithBlanks(std::u16string_view text, std::uint32_t& address) noexcept {
   unsigned values[4] = {};
   unsigned octet = 0, digits = 0;
   bool hasEnded = false;  // a blank behind the last octet
@@ -86,6 +85,33 @@ reading_t ReadQuad(std::u16string_view text, std::uint32_t& address) noexcept {
     if (values[i] > 255) return reading_t::octetTooLarge;
     octets[i] = static_cast<std::uint8_t>(values[i]);
   }
+  address = std::bit_cast<std::uint32_t>(octets);
+  return reading_t::good;
+}
+
+// The same for any text. Texts without blanks, and most that are none, are decided here, in half the time.
+reading_t ReadQuad(std::u16string_view text, std::uint32_t& address) noexcept {
+  const char16_t* at = text.data();
+  const char16_t* const end = at + text.size();
+  const auto isDigit = [&] { return at != end && IsDigit(*at); };
+  const auto atStop = [&] {
+    return at != end && at != text.data() && collation::IsSpace(*at) ? ReadQuadWithBlanks(text, address)
+                                                                     : reading_t::other;
+  };
+  octets_t octets;
+  for (unsigned i = 0; i != octets.size(); ++i) {
+    if (i != 0) {
+      if (at == end || *at != u'.') return atStop();
+      ++at;
+    }
+    if (!isDigit()) return atStop();
+    unsigned value = *at++ - u'0';
+    if (isDigit()) value = value * 10 + (*at++ - u'0');
+    if (isDigit()) value = value * 10 + (*at++ - u'0');
+    if (value > 255) return ReadQuadWithBlanks(text, address);
+    octets[i] = static_cast<std::uint8_t>(value);
+  }
+  if (at != end) return atStop();
   address = std::bit_cast<std::uint32_t>(octets);
   return reading_t::good;
 }
