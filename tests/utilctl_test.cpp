@@ -1,4 +1,6 @@
 // The program utilctl as its users run it: sources, definition files, messages, exit codes.
+#include <algorithm>
+
 #include "tests/program_testing.h"
 
 namespace {
@@ -173,6 +175,33 @@ TEST_F(Utilctl, ConvertsAndFormatsValues) {
   EXPECT_EQ(Run("value convert --json --from Double --to Short 40000"), 1);
   EXPECT_TRUE(Holds(out_, "\"cause\": \"R8 to I2: the value does not fit into the type\"")) << out_;
   EXPECT_EQ(messages_, "");
+}
+
+TEST_F(Utilctl, ChecksAddresses) {
+  const struct {
+    const char* arguments;
+    int exit;
+    const char* out;
+    const char* messages;
+  } cases[] = {{"'10.0. 0.05:502'", 0, "kind IPv4 address\naddress 10.0.0.5\nport 502\nloopback no\nvalid yes\n", ""},
+               {"127.0.0.1 --resolve", 0, "kind IPv4 address\naddress 127.0.0.1\nloopback yes\nvalid yes\n", ""},
+               {"plc-4:80", 0, "kind host name\nhost plc-4\nport 80\nvalid yes\n", ""},
+               {"10.1 --resolve", 0,
+                "kind host name\nhost 10.1\nresolved 10.0.0.1\naddress 10.0.0.1\nloopback no\nvalid yes\n", ""},
+               {"'plc 4'", 1, "kind host name\nhost plc 4\nvalid no\n", "\"plc 4\" has not the form of a host name\n"},
+               {"256.1.1.1", 1, "valid no\n", "\"256.1.1.1\" is no IPv4 address: an octet is above 255\n"},
+               {"0.0.0.0", 1, "kind IPv4 address\naddress 0.0.0.0\nloopback no\nvalid no\n",
+                "0.0.0.0 is the address of no single host\n"},
+               {"plc-4:65536", 1, "valid no\n", "\"plc-4:65536\": the port is above 65535\n"}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(Run(std::string("address check ") + c.arguments), c.exit);
+    const auto isBlank = [](char before, char each) { return before == ' ' && each == ' '; };
+    out_.erase(std::unique(out_.begin(), out_.end(), isBlank), out_.end());
+    EXPECT_EQ(out_, c.out);
+    EXPECT_EQ(messages_, c.messages);
+    EXPECT_EQ(Run(std::string("address check --json ") + c.arguments), c.exit);
+    EXPECT_TRUE(Holds(out_, c.exit == 0 ? "\"valid\": true" : "\"cause\": ")) << out_;
+  }
 }
 
 TEST_F(Utilctl, ShowsAndLintsMessages) {
