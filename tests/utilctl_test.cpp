@@ -1,6 +1,7 @@
 // The program utilctl as its users run it: sources, definition files, messages, exit codes.
-#include <algorithm>
+#include <regex>
 
+#include "platform/framework/rows_testing.h"
 #include "tests/program_testing.h"
 
 namespace {
@@ -178,29 +179,20 @@ TEST_F(Utilctl, ConvertsAndFormatsValues) {
 }
 
 TEST_F(Utilctl, ChecksAddresses) {
-  const struct {
-    const char* arguments;
-    int exit;
-    const char* out;
-    const char* messages;
-  } cases[] = {{"'10.0. 0.05:502'", 0, "kind IPv4 address\naddress 10.0.0.5\nport 502\nloopback no\nvalid yes\n", ""},
-               {"127.0.0.1 --resolve", 0, "kind IPv4 address\naddress 127.0.0.1\nloopback yes\nvalid yes\n", ""},
-               {"plc-4:80", 0, "kind host name\nhost plc-4\nport 80\nvalid yes\n", ""},
-               {"10.1 --resolve", 0,
-                "kind host name\nhost 10.1\nresolved 10.0.0.1\naddress 10.0.0.1\nloopback no\nvalid yes\n", ""},
-               {"'plc 4'", 1, "kind host name\nhost plc 4\nvalid no\n", "\"plc 4\" has not the form of a host name\n"},
-               {"256.1.1.1", 1, "valid no\n", "\"256.1.1.1\" is no IPv4 address: an octet is above 255\n"},
-               {"0.0.0.0", 1, "kind IPv4 address\naddress 0.0.0.0\nloopback no\nvalid no\n",
-                "0.0.0.0 is the address of no single host\n"},
-               {"plc-4:65536", 1, "valid no\n", "\"plc-4:65536\": the port is above 65535\n"}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(Run(std::string("address check ") + c.arguments), c.exit);
-    const auto isBlank = [](char before, char each) { return before == ' ' && each == ' '; };
-    out_.erase(std::unique(out_.begin(), out_.end(), isBlank), out_.end());
-    EXPECT_EQ(out_, c.out);
-    EXPECT_EQ(messages_, c.messages);
-    EXPECT_EQ(Run(std::string("address check --json ") + c.arguments), c.exit);
-    EXPECT_TRUE(Holds(out_, c.exit == 0 ? "\"valid\": true" : "\"cause\": ")) << out_;
+  // The arguments, the exit code, and what is told, with single blanks for white space.
+  for (const auto& c : rows_testing::Rows(R"(
+      '10.0. 0.05:502'|0|kind IPv4 address address 10.0.0.5 port 502 loopback no valid yes ;
+      127.0.0.1 --resolve|0|kind IPv4 address address 127.0.0.1 loopback yes valid yes ;
+      plc-4:80|0|kind host name host plc-4 port 80 valid yes ;
+      10.1 --resolve|0|kind host name host 10.1 resolved 10.0.0.1 address 10.0.0.1 loopback no valid yes ;
+      'plc 4'|1|kind host name host plc 4 valid no "plc 4" has not the form of a host name ;
+      256.1.1.1|1|valid no "256.1.1.1" is no IPv4 address: an octet is above 255 ;
+      0.0.0.0|1|kind IPv4 address address 0.0.0.0 loopback no valid no 0.0.0.0 is the address of no single host ;
+      plc-4:65536|1|valid no "plc-4:65536": the port is above 65535 )")) {
+    EXPECT_EQ(std::to_string(Run("address check " + c[0])), c[1]);
+    EXPECT_EQ(std::regex_replace(out_ + messages_, std::regex("\\s+"), " "), c[2]);
+    Run("address check --json " + c[0]);
+    EXPECT_TRUE(Holds(out_, c[1] == "0" ? "\"valid\": true" : "\"cause\": ")) << out_;
   }
 }
 
