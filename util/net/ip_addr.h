@@ -2,7 +2,7 @@
 //
 //   std::uint32_t raw = 0;
 //   if (CIpAddr::FromDottedQuad(u"10.0.0.5", raw)) Show(CIpAddr(raw).ToString());       // never waits
-//   CIpAddr device(CString(u"plc-4"));                                                  // may ask the resolver, and
+//   CIpAddr device(u"plc-4");                                                          // may ask the resolver, and
 //   wait
 //
 // The raw value is in network byte order: its bytes in memory are the octets, first octet first. 0 is no address.
