@@ -143,6 +143,10 @@ class ZORPLATFORM_API CKey {
   status_t DeleteTree(std::u16string_view path);
 
  private:
+  void Take(hive_t hive, CString path, access_t access) noexcept;
+  status_t CheckAccess(access_t wanted) const;
+  status_t Delete(std::u16string_view path, bool withSubkeys);
+
   hive_t hive_ = HKEY_LOCAL_MACHINE;
   std::uint32_t access_ = 0;  // 0 while it is closed
   CString path_;
