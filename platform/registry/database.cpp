@@ -282,6 +282,8 @@ std::int64_t CDatabase::ReadNumber(const char* sql) {
 void CDatabase::Begin(purpose_t purpose) {
   const bool forWriting = purpose != purpose_t::read;
   if (database_ == nullptr) return;
+  mayBegin_ = !forWriting && isChecked_;
+  if (mayBegin_) return;
   if (!isChecked_) {
     // Outside of a transaction, where they count. The encoding is that of a file that is yet to be made.
     Execute(
@@ -314,10 +316,17 @@ void CDatabase::MakeTables() {
 }
 
 void CDatabase::Commit() {
-  if (database_ != nullptr) CQuery(*this, kCommit, "write").Step();
+  mayBegin_ = false;
+  if (IsInTransaction()) CQuery(*this, kCommit, "write").Step();
+}
+
+void CDatabase::BeginNow() {
+  if (mayBegin_) CQuery(*this, kBeginRead, "read").Step();
+  mayBegin_ = false;
 }
 
 void CDatabase::Rollback() noexcept {
+  mayBegin_ = false;
   if (!IsInTransaction()) return;
   sqlite3_exec(database_, "ROLLBACK", nullptr, nullptr, nullptr);
   isChecked_ = false;  // the tables may have been of this transaction
@@ -333,6 +342,7 @@ std::optional<CDatabase::key_id_t> CDatabase::FindSubkey(key_id_t parent, std::u
 }
 
 std::optional<CDatabase::key_id_t> CDatabase::FindKey(hive_t hive, std::u16string_view path) {
+  BeginNow();
   key_id_t key = IdOf(hive);
   const bool isThere = ForEachName(path, [&](std::u16string_view name) {
     if (isEmpty_) return false;
@@ -376,12 +386,42 @@ void CDatabase::DeleteKey(key_id_t key) {
   CQuery(*this, kDeleteKeysOfTree, "write").Bind(1, key).Step();
 }
 
-bool CDatabase::ReadValue(key_id_t key, std::u16string_view name, const take_value_t& take) {
-  if (isEmpty_) return false;
-  CQuery query(*this, kReadValue, "read");
-  if (!query.Bind(1, key).Bind(2, name).Step()) return false;
-  take(static_cast<std::uint32_t>(query.Number(0)), query.Bytes(1));
-  return true;
+unsigned CDatabase::GetVersion() {
+  unsigned version = 0;
+  sqlite3_file_control(database_, "main", SQLITE_FCNTL_DATA_VERSION, &version);
+  return version;
+}
+
+CDatabase::found_t CDatabase::ReadValue(hive_t hive, std::u16string_view path, std::u16string_view name,
+                                        const take_value_t& take) {
+  if (isEmpty_) return path.empty() ? noValue : noKey;
+  auto& places = places_[hive & 1];
+  const auto read = [&](key_id_t key, bool isRemembered) -> std::optional<found_t> {
+    CQuery query(*this, kReadValue, "read");
+    const bool isThere = query.Bind(1, key).Bind(2, name).Step();
+    // The statement has locked the file: what is remembered is right now, or it is not.
+    if (isRemembered && GetVersion() != placesVersion_) return std::nullopt;
+    if (isThere) take(static_cast<std::uint32_t>(query.Number(0)), query.Bytes(1));
+    return isThere ? value : noValue;
+  };
+  const bool isAlone = mayBegin_;  // the only call of its transaction, which writes nothing
+  if (isAlone) {
+    if (const auto place = places.find(path); place != places.end()) {
+      if (const std::optional<found_t> found = read(place->second, true)) return *found;
+    }
+  }
+  const std::optional<key_id_t> key = FindKey(hive, path);
+  if (!key) return noKey;
+  const found_t found = *read(*key, false);
+  if (isAlone) {
+    constexpr std::size_t kMaxPlaces = 64;
+    if (places.size() == kMaxPlaces || GetVersion() != placesVersion_) {
+      for (auto& each : places_) each.clear();
+      placesVersion_ = GetVersion();
+    }
+    places.emplace(path, *key);
+  }
+  return found;
 }
 
 std::vector<named_value_t> CDatabase::ListValues(key_id_t key) {

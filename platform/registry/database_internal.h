@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <optional>
 #include <span>
 #include <string>
@@ -65,8 +66,6 @@ class CDatabase {
   void Begin(purpose_t purpose);
   void Commit();
   void Rollback() noexcept;
-  /// False when a failure has undone it.
-  bool IsInTransaction() const;
 
   // In a transaction. Paths and names are well-formed.
 
@@ -77,8 +76,9 @@ class CDatabase {
   std::vector<CString> ListSubkeys(key_id_t key);
   /// With all beneath it.
   void DeleteKey(key_id_t key);
-  /// Gives the value to `take`; the bytes are the database's own, and may not be kept. False without such a value.
-  bool ReadValue(key_id_t key, std::u16string_view name, const take_value_t& take);
+  enum found_t { noKey, noValue, value };
+  /// Gives the value to `take`; the bytes are the database's own, and may not be kept.
+  found_t ReadValue(hive_t hive, std::u16string_view path, std::u16string_view name, const take_value_t& take);
   std::vector<named_value_t> ListValues(key_id_t key);
   void WriteValue(key_id_t key, std::u16string_view name, type_t type, const void* data, std::size_t size);
   bool DeleteValue(key_id_t key, std::u16string_view name);
@@ -92,6 +92,9 @@ class CDatabase {
   void Execute(const char* sql, const char* doing);
   std::int64_t ReadNumber(const char* sql);
   void MakeTables();
+  void BeginNow();
+  bool IsInTransaction() const;
+  unsigned GetVersion();
   std::optional<key_id_t> FindSubkey(key_id_t parent, std::u16string_view name);
 
   std::string fileText_;
@@ -101,6 +104,11 @@ class CDatabase {
   int timeoutMs_ = 0;
   bool isChecked_ = false;  // it is a registry
   bool isEmpty_ = true;     // it has no tables
+  // A transaction for reading begins when more than one statement needs it.
+  bool mayBegin_ = false;
+  // Where the keys of values that were read lately are, as long as nobody has written.
+  std::array<std::map<std::u16string, key_id_t, std::less<>>, 2> places_;
+  unsigned placesVersion_ = 0;
   std::array<sqlite3_stmt*, kStatementCount> statements_{};
 };
 

@@ -65,6 +65,20 @@ status_t WithKey(purpose_t purpose, hive_t hive, std::u16string_view path, Work 
   });
 }
 
+// Finds a value and gives it to `take`.
+status_t WithValue(hive_t hive, std::u16string_view path, std::u16string_view name,
+                   const CDatabase::take_value_t& take) {
+  if (status_t status = CheckName(name); !status) return status;
+  return Run(purpose_t::read, [&](CDatabase& database) -> status_t {
+    switch (database.ReadValue(hive, path, name, take)) {
+      case CDatabase::noKey: return NoKey(database, hive, path);
+      case CDatabase::noValue: return NoValue(database, hive, path, name);
+      case CDatabase::value: break;
+    }
+    return {};
+  });
+}
+
 CString Joined(const CString& path, std::u16string_view below) {
   if (path.IsEmpty()) return CString(below);
   return below.empty() ? path : path + u'\\' + below;
@@ -158,33 +172,25 @@ status_t CKey::QueryValue(std::u16string_view name, value_t& value) const {
 
 status_t QueryValue(hive_t hive, std::u16string_view path, std::u16string_view name, value_t& value) {
   if (status_t status = CheckPath(hive, path); !status) return status;
-  if (status_t status = CheckName(name); !status) return status;
-  return WithKey(purpose_t::read, hive, path, [&](CDatabase& database, CDatabase::key_id_t key) -> status_t {
-    const bool isThere = database.ReadValue(key, name, [&](std::uint32_t type, std::span<const std::uint8_t> bytes) {
-      value.data.assign(bytes.begin(), bytes.end());
-      value.type = static_cast<type_t>(type);
-    });
-    return isThere ? status_t{} : NoValue(database, hive, path, name);
+  return WithValue(hive, path, name, [&](std::uint32_t type, std::span<const std::uint8_t> bytes) {
+    value.data.assign(bytes.begin(), bytes.end());
+    value.type = static_cast<type_t>(type);
   });
 }
 
 status_t CKey::QueryValue(std::u16string_view name, std::uint32_t* type, void* data, std::uint32_t* size) const {
   if (status_t status = CheckAccess(KEY_READ); !status) return status;
-  if (status_t status = CheckName(name); !status) return status;
   if (data != nullptr && size == nullptr) return {error_t::invalidParameter, "a buffer has a size"};
-  return WithKey(purpose_t::read, hive_, path_, [&](CDatabase& database, CDatabase::key_id_t key) -> status_t {
-    bool isTooSmall = false;
-    const bool isThere = database.ReadValue(key, name, [&](std::uint32_t found, std::span<const std::uint8_t> bytes) {
-      isTooSmall = data != nullptr && *size < bytes.size();
-      if (data != nullptr && !isTooSmall && !bytes.empty()) std::memcpy(data, bytes.data(), bytes.size());
-      if (type != nullptr) *type = found;
-      if (size != nullptr) *size = static_cast<std::uint32_t>(bytes.size());
-    });
-    if (!isThere) return NoValue(database, hive_, path_, name);
-    if (!isTooSmall) return {};
-    return {error_t::moreData, database.GetFile() + ": " + FullName(hive_, path_) + ": the value \"" +
-                                   utf::ToUtf8(name) + "\" needs " + std::to_string(*size) + " bytes"};
+  bool isTooSmall = false;
+  status_t status = WithValue(hive_, path_, name, [&](std::uint32_t found, std::span<const std::uint8_t> bytes) {
+    isTooSmall = data != nullptr && *size < bytes.size();
+    if (data != nullptr && !isTooSmall && !bytes.empty()) std::memcpy(data, bytes.data(), bytes.size());
+    if (type != nullptr) *type = found;
+    if (size != nullptr) *size = static_cast<std::uint32_t>(bytes.size());
   });
+  if (!status || !isTooSmall) return status;
+  return {error_t::moreData, FullName(hive_, path_) + ": the value \"" + utf::ToUtf8(name) + "\" needs " +
+                                 std::to_string(*size) + " bytes"};
 }
 
 status_t CKey::GetValues(std::vector<named_value_t>& values) const {
