@@ -49,15 +49,15 @@ int CompareNames(void*, int bytesA, const void* a, int bytesB, const void* b) no
 // Keys directly below a hive have it as their parent.
 CDatabase::key_id_t IdOf(hive_t hive) noexcept { return -static_cast<CDatabase::key_id_t>(hive & 0xFF); }
 
-error_t CodeOfSystemError(int error) noexcept {
+code_t CodeOfSystemError(int error) noexcept {
   switch (error) {
     case ENOSPC:
     case EDQUOT:
-    case EFBIG: return error_t::diskFull;
+    case EFBIG: return code_t::diskFull;
     case EACCES:
     case EPERM:
-    case EROFS: return error_t::accessDenied;
-    default: return error_t::ioFailed;
+    case EROFS: return code_t::accessDenied;
+    default: return code_t::ioFailed;
   }
 }
 
@@ -65,7 +65,7 @@ std::string TextOfSystemError(int error) { return std::generic_category().messag
 
 }  // namespace
 
-void Fail(error_t code, const std::string& file, std::string_view what, std::string_view cause) {
+void Fail(code_t code, const std::string& file, std::string_view what, std::string_view cause) {
   std::string text = file + ": ";
   text += what;
   if (!cause.empty()) (text += ": ") += cause;
@@ -195,7 +195,7 @@ CDatabase::CDatabase(const fs::path& file, purpose_t purpose) : fileText_(file.s
     fs::create_directories(file.parent_path(), failed);
     if (failed) Fail(CodeOfSystemError(failed.value()), fileText_, "make its folder", failed.message());
   } else if (!S_ISREG(found.st_mode)) {
-    Fail(error_t::badDatabase, fileText_, "open", "not a regular file");
+    Fail(code_t::badDatabase, fileText_, "open", "not a regular file");
   } else if (found.st_size == 0 && purpose != purpose_t::make) {
     return;
   }
@@ -247,21 +247,21 @@ void CDatabase::Check(int result, const char* doing) {
     case SQLITE_NOMEM: throw std::bad_alloc();
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
-      Fail(error_t::lockViolation, fileText_, doing,
+      Fail(code_t::lockViolation, fileText_, doing,
            "another program has locked it for longer than " + std::to_string(timeoutMs_) + " ms");
     case SQLITE_READONLY:
-      Fail(error_t::accessDenied, fileText_, doing,
+      Fail(code_t::accessDenied, fileText_, doing,
            result == SQLITE_READONLY_ROLLBACK
                ? "a write that was broken off must be put back by a program that may write"
                : "this program may only read it");
     case SQLITE_PERM:
-    case SQLITE_AUTH: Fail(error_t::accessDenied, fileText_, doing, cause);
-    case SQLITE_FULL: Fail(error_t::diskFull, fileText_, doing, "the disk is full");
-    case SQLITE_TOOBIG: Fail(error_t::invalidParameter, fileText_, doing, "too long");
+    case SQLITE_AUTH: Fail(code_t::accessDenied, fileText_, doing, cause);
+    case SQLITE_FULL: Fail(code_t::diskFull, fileText_, doing, "the disk is full");
+    case SQLITE_TOOBIG: Fail(code_t::invalidParameter, fileText_, doing, "too long");
     case SQLITE_CANTOPEN:
     case SQLITE_IOERR:
       Fail(CodeOfSystemError(system), fileText_, doing, system == 0 ? cause : TextOfSystemError(system));
-    default: Fail(error_t::badDatabase, fileText_, doing, "not a registry, or damaged (" + cause + ")");
+    default: Fail(code_t::badDatabase, fileText_, doing, "not a registry, or damaged (" + cause + ")");
   }
 }
 
@@ -301,9 +301,9 @@ void CDatabase::Begin(purpose_t purpose) {
     isEmpty_ = !forWriting;
     if (forWriting) MakeTables();
   } else if (id != kApplicationId) {
-    Fail(error_t::badDatabase, fileText_, "open", "a database, but not a registry");
+    Fail(code_t::badDatabase, fileText_, "open", "a database, but not a registry");
   } else if (form != kForm) {
-    Fail(error_t::badDatabase, fileText_, "open",
+    Fail(code_t::badDatabase, fileText_, "open",
          "a registry of form " + std::to_string(form) + ", and this program knows form " + std::to_string(kForm));
   }
   isChecked_ = !isEmpty_;

@@ -26,7 +26,7 @@ struct failure_t {
 };
 
 /// "file: what: cause", as all texts of failures.
-[[noreturn]] void Fail(error_t code, const std::string& file, std::string_view what, std::string_view cause = {});
+[[noreturn]] void Fail(code_t code, const std::string& file, std::string_view what, std::string_view cause = {});
 
 /// Calls `each` with the names of a path, from the hive on, until it returns false. Returns whether it never did.
 template <class Each>

@@ -25,11 +25,11 @@ std::string FullName(hive_t hive, std::u16string_view path) {
 
 // Texts that name no file: what is wrong is found before one is touched.
 status_t BadPath(hive_t hive, std::u16string_view path, const char* cause) {
-  return {error_t::badPathname, FullName(hive, path) + ": " + cause};
+  return {code_t::badPathname, FullName(hive, path) + ": " + cause};
 }
 
 status_t CheckPath(hive_t hive, std::u16string_view path) {
-  if (GetHiveName(hive) == nullptr) return {error_t::invalidParameter, FullName(hive, path)};
+  if (GetHiveName(hive) == nullptr) return {code_t::invalidParameter, FullName(hive, path)};
   std::size_t depth = 0;
   const bool isGood = ForEachName(path, [&](std::u16string_view name) {
     return !name.empty() && name.size() <= kMaxKeyName && name.find(u'\0') == name.npos && ++depth <= kMaxDepth;
@@ -42,15 +42,15 @@ status_t CheckPath(hive_t hive, std::u16string_view path) {
 
 status_t CheckName(std::u16string_view name) {
   if (name.size() <= kMaxValueName && name.find(u'\0') == name.npos) return {};
-  return {error_t::invalidParameter, "the name of a value has at most 16383 characters, none of them NUL"};
+  return {code_t::invalidParameter, "the name of a value has at most 16383 characters, none of them NUL"};
 }
 
 status_t NoKey(const CDatabase& database, hive_t hive, std::u16string_view path) {
-  return {error_t::fileNotFound, database.GetFile() + ": " + FullName(hive, path) + ": no such key"};
+  return {code_t::fileNotFound, database.GetFile() + ": " + FullName(hive, path) + ": no such key"};
 }
 
 status_t NoValue(const CDatabase& database, hive_t hive, std::u16string_view path, std::u16string_view name) {
-  return {error_t::fileNotFound,
+  return {code_t::fileNotFound,
           database.GetFile() + ": " + FullName(hive, path) + ": no value \"" + utf::ToUtf8(name) + "\""};
 }
 
@@ -119,8 +119,8 @@ status_t CKey::Open(hive_t hive, std::u16string_view path, access_t access) {
   if (status_t status = CheckPath(hive, opened); !status) return status;
   status_t status = WithKey(purpose_t::read, hive, opened, [&](CDatabase& database, CDatabase::key_id_t) -> status_t {
     if (access == KEY_READ || database.IsWritable()) return {};
-    return {error_t::accessDenied, database.GetFile() + ": " + FullName(hive, opened) +
-                                       ": opening it for writing: this program may only read the file"};
+    return {code_t::accessDenied, database.GetFile() + ": " + FullName(hive, opened) +
+                                      ": opening it for writing: this program may only read the file"};
   });
   if (status) Take(hive, std::move(opened), access);
   return status;
@@ -130,7 +130,7 @@ status_t CKey::Create(hive_t hive, std::u16string_view path, access_t access, bo
   const CString made(path);
   status_t status = Open(hive, made, access);
   bool isNew = false;
-  if (status.code == error_t::fileNotFound) {
+  if (status.code == code_t::fileNotFound) {
     status = Run(purpose_t::make, [&](CDatabase& database) -> status_t {
       database.MakeKey(hive, made, isNew);
       return {};
@@ -148,9 +148,9 @@ void CKey::Take(hive_t hive, CString path, access_t access) noexcept {
 }
 
 status_t CKey::CheckAccess(access_t wanted) const {
-  if (!IsOpen()) return {error_t::invalidHandle, "the key is not open"};
+  if (!IsOpen()) return {code_t::invalidHandle, "the key is not open"};
   if ((access_ & wanted) == wanted) return {};
-  return {error_t::accessDenied, FullName(hive_, path_) + ": the key was opened for reading"};
+  return {code_t::accessDenied, FullName(hive_, path_) + ": the key was opened for reading"};
 }
 
 status_t CKey::Open(const CKey& parent, std::u16string_view path, access_t access) {
@@ -180,7 +180,7 @@ status_t QueryValue(hive_t hive, std::u16string_view path, std::u16string_view n
 
 status_t CKey::QueryValue(std::u16string_view name, std::uint32_t* type, void* data, std::uint32_t* size) const {
   if (status_t status = CheckAccess(KEY_READ); !status) return status;
-  if (data != nullptr && size == nullptr) return {error_t::invalidParameter, "a buffer has a size"};
+  if (data != nullptr && size == nullptr) return {code_t::invalidParameter, "a buffer has a size"};
   bool isTooSmall = false;
   status_t status = WithValue(hive_, path_, name, [&](std::uint32_t found, std::span<const std::uint8_t> bytes) {
     isTooSmall = data != nullptr && *size < bytes.size();
@@ -189,8 +189,8 @@ status_t CKey::QueryValue(std::u16string_view name, std::uint32_t* type, void* d
     if (size != nullptr) *size = static_cast<std::uint32_t>(bytes.size());
   });
   if (!status || !isTooSmall) return status;
-  return {error_t::moreData, FullName(hive_, path_) + ": the value \"" + utf::ToUtf8(name) + "\" needs " +
-                                 std::to_string(*size) + " bytes"};
+  return {code_t::moreData, FullName(hive_, path_) + ": the value \"" + utf::ToUtf8(name) + "\" needs " +
+                                std::to_string(*size) + " bytes"};
 }
 
 status_t CKey::GetValues(std::vector<named_value_t>& values) const {
@@ -209,9 +209,9 @@ status_t CKey::SetValue(std::u16string_view name, type_t type, const void* data,
   if (status_t status = CheckAccess(KEY_READ_WRITE); !status) return status;
   if (status_t status = CheckName(name); !status) return status;
   if (GetTypeName(type) == nullptr) {
-    return {error_t::invalidParameter, "no type of values has the number " + std::to_string(type)};
+    return {code_t::invalidParameter, "no type of values has the number " + std::to_string(type)};
   }
-  if (size > kMaxDataSize) return {error_t::invalidParameter, "a value has at most 64 MiB"};
+  if (size > kMaxDataSize) return {code_t::invalidParameter, "a value has at most 64 MiB"};
   return WithKey(purpose_t::change, hive_, path_, [&](CDatabase& database, CDatabase::key_id_t key) -> status_t {
     database.WriteValue(key, name, type, data, size);
     return {};
@@ -247,7 +247,7 @@ status_t CKey::Delete(std::u16string_view path, bool withSubkeys) {
   if (status_t status = CheckPath(hive_, whole); !status) return status;
   return WithKey(purpose_t::change, hive_, whole, [&](CDatabase& database, CDatabase::key_id_t key) -> status_t {
     if (!withSubkeys && database.HasSubkeys(key)) {
-      return {error_t::keyHasChildren, database.GetFile() + ": " + FullName(hive_, whole) + ": it has subkeys"};
+      return {code_t::keyHasChildren, database.GetFile() + ": " + FullName(hive_, whole) + ": it has subkeys"};
     }
     database.DeleteKey(key);
     return {};

@@ -53,7 +53,7 @@ ZORPLATFORM_API const char16_t* GetHiveName(hive_t hive) noexcept;
 enum access_t : std::uint32_t { KEY_READ = 0x20019, KEY_READ_WRITE = 0x2001F };
 
 /// The numbers that programs of this family log and compare.
-enum class error_t : std::int32_t {
+enum class code_t : std::int32_t {
   success = 0,
   fileNotFound = 2,       ///< no such key or value, or the key was deleted
   accessDenied = 5,       ///< the key was opened for reading, or the system refuses the file
@@ -70,10 +70,10 @@ enum class error_t : std::int32_t {
 };
 
 struct [[nodiscard]] status_t {
-  error_t code = error_t::success;
+  code_t code = code_t::success;
   std::string text;  ///< empty for success
 
-  explicit operator bool() const noexcept { return code == error_t::success; }
+  explicit operator bool() const noexcept { return code == code_t::success; }
 };
 
 /// A value may have this many bytes.

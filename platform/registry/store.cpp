@@ -89,7 +89,7 @@ class CLoan {
     {
       const std::lock_guard guard(pool_->mutex);
       file = PlaceOf(*pool_);
-      if (pool_->isUnsafe) Fail(error_t::invalidHandle, file.string(), "forked while the registry was in use");
+      if (pool_->isUnsafe) Fail(code_t::invalidHandle, file.string(), "forked while the registry was in use");
       timeoutMs = pool_->timeoutMs;
       if (!pool_->idle.empty()) {
         database_ = std::move(pool_->idle.back());
@@ -154,10 +154,10 @@ struct transaction_t {
 // Whether calls can be made in it; else throws.
 void CheckUsable(const transaction_t& transaction, purpose_t purpose) {
   const std::string& file = transaction.loan.Get().GetFile();
-  if (transaction.loan.IsInherited()) Fail(error_t::invalidHandle, file, "the transaction is the parent process's");
+  if (transaction.loan.IsInherited()) Fail(code_t::invalidHandle, file, "the transaction is the parent process's");
   if (!transaction.failure) throw failure_t{transaction.failure};
   if (purpose != purpose_t::read && transaction.purpose == purpose_t::read) {
-    Fail(error_t::accessDenied, file, "write", "the transaction is for reading");
+    Fail(code_t::accessDenied, file, "write", "the transaction is for reading");
   }
 }
 
@@ -170,7 +170,7 @@ status_t RunIn(transaction_t& transaction, purpose_t purpose, const work_t& work
     transaction.loan.Spoil();
     throw;
   } catch (...) {
-    transaction.failure = {error_t::ioFailed, transaction.loan.Get().GetFile() + ": an earlier call ran out of memory"};
+    transaction.failure = {code_t::ioFailed, transaction.loan.Get().GetFile() + ": an earlier call ran out of memory"};
     transaction.loan.Spoil();
     throw;
   }
@@ -212,7 +212,7 @@ CTransaction::~CTransaction() { Rollback(); }
 status_t CTransaction::Begin(kind_t kind) {
   try {
     if (theTransaction != nullptr) {
-      Fail(error_t::alreadyExists, theTransaction->loan.Get().GetFile(), "this thread has begun a transaction already");
+      Fail(code_t::alreadyExists, theTransaction->loan.Get().GetFile(), "this thread has begun a transaction already");
     }
     auto begun = std::make_unique<state_t>(kind == write ? purpose_t::make : purpose_t::read);
     try {
@@ -230,7 +230,7 @@ status_t CTransaction::Begin(kind_t kind) {
 }
 
 status_t CTransaction::Commit() {
-  if (state_ == nullptr) return {error_t::invalidHandle, "the transaction has not begun"};
+  if (state_ == nullptr) return {code_t::invalidHandle, "the transaction has not begun"};
   assert(theTransaction == state_.get());
   status_t status = Run(purpose_t::read, [](CDatabase& database) {
     database.Commit();
