@@ -240,7 +240,10 @@ void CDatabase::SetBusyTimeout(int timeoutMs) {
 
 void CDatabase::Check(int result, const char* doing) {
   if (result == SQLITE_OK) return;
-  const int system = database_ == nullptr ? 0 : sqlite3_system_errno(database_);
+  int system = database_ == nullptr ? 0 : sqlite3_system_errno(database_);
+  if (system == 0 && (result & 0xFF) == SQLITE_IOERR) {
+    sqlite3_file_control(database_, "main", SQLITE_FCNTL_LAST_ERRNO, &system);
+  }
   const std::string cause = database_ == nullptr ? sqlite3_errstr(result) : sqlite3_errmsg(database_);
   if (result == SQLITE_IOERR_NOMEM) throw std::bad_alloc();
   switch (result & 0xFF) {
@@ -305,6 +308,10 @@ void CDatabase::Begin(purpose_t purpose) {
   } else if (form != kForm) {
     Fail(code_t::badDatabase, fileText_, "open",
          "a registry of form " + std::to_string(form) + ", and this program knows form " + std::to_string(kForm));
+  } else if (struct stat found{}; ::stat(fileText_.c_str(), &found) == 0 &&
+                                  found.st_size < ReadNumber("PRAGMA page_count") * ReadNumber("PRAGMA page_size")) {
+    // The database takes what is missing of its last page for zeros.
+    Fail(code_t::badDatabase, fileText_, "open", "a part of the file is missing");
   }
   isChecked_ = !isEmpty_;
 }
@@ -441,6 +448,7 @@ void CDatabase::WriteValue(key_id_t key, std::u16string_view name, type_t type, 
 }
 
 bool CDatabase::DeleteValue(key_id_t key, std::u16string_view name) {
+  if (isEmpty_) return false;
   CQuery(*this, kDeleteValue, "write").Bind(1, key).Bind(2, name).Step();
   return sqlite3_changes(database_) != 0;
 }

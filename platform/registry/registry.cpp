@@ -57,8 +57,6 @@ status_t NoValue(const CDatabase& database, hive_t hive, std::u16string_view pat
 // What follows the checks of a call: the key is found, then `work(database, id)` runs.
 template <class Work>
 status_t WithKey(purpose_t purpose, hive_t hive, std::u16string_view path, Work work) {
-  // Only a hive is there in a file that is missing.
-  if (purpose == purpose_t::change && path.empty()) purpose = purpose_t::make;
   return Run(purpose, [&](CDatabase& database) {
     const std::optional<CDatabase::key_id_t> key = database.FindKey(hive, path);
     return key ? work(database, *key) : NoKey(database, hive, path);
@@ -212,7 +210,9 @@ status_t CKey::SetValue(std::u16string_view name, type_t type, const void* data,
     return {code_t::invalidParameter, "no type of values has the number " + std::to_string(type)};
   }
   if (size > kMaxDataSize) return {code_t::invalidParameter, "a value has at most 64 MiB"};
-  return WithKey(purpose_t::change, hive_, path_, [&](CDatabase& database, CDatabase::key_id_t key) -> status_t {
+  // Of a file that is missing only the hives are there.
+  const purpose_t purpose = path_.IsEmpty() ? purpose_t::make : purpose_t::change;
+  return WithKey(purpose, hive_, path_, [&](CDatabase& database, CDatabase::key_id_t key) -> status_t {
     database.WriteValue(key, name, type, data, size);
     return {};
   });

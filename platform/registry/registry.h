@@ -163,7 +163,7 @@ ZORPLATFORM_API status_t QueryValue(hive_t hive, std::u16string_view path, std::
 class ZORPLATFORM_API CTransaction {
  public:
   enum kind_t {
-    read,   ///< others may go on writing, but their writes wait for the end
+    read,   ///< what others write waits for the end; a write of its own is accessDenied
     write,  ///< others may read what was there before
   };
 
