@@ -5,7 +5,6 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <optional>
@@ -52,16 +51,16 @@ class CDatabase {
   using take_value_t = std::function<void(std::uint32_t type, std::span<const std::uint8_t> bytes)>;
 
   /// Opens the file, and with `make` makes it and its folder. What is no registry is found out by Begin.
-  CDatabase(const std::filesystem::path& file, purpose_t purpose);
+  CDatabase(const std::string& file, purpose_t purpose);
   CDatabase(const CDatabase&) = delete;
   CDatabase& operator=(const CDatabase&) = delete;
   ~CDatabase();
 
   /// Whether it is still what opening the file anew would give.
-  bool IsCurrent(const std::filesystem::path& file, purpose_t purpose) const;
+  bool IsCurrent(const std::string& file, purpose_t purpose) const;
   /// Nothing is known against it where there is no file.
   bool IsWritable() const;
-  const std::string& GetFile() const noexcept { return fileText_; }
+  const std::string& GetFile() const noexcept { return file_; }
   void SetBusyTimeout(int timeoutMs);
 
   void Begin(purpose_t purpose);
@@ -99,7 +98,7 @@ class CDatabase {
   unsigned GetVersion();
   std::optional<key_id_t> FindSubkey(key_id_t parent, std::u16string_view name);
 
-  std::string fileText_;
+  std::string file_;
   sqlite3* database_ = nullptr;  // null: an empty registry
   std::uint64_t device_ = 0;
   std::uint64_t inode_ = 0;
