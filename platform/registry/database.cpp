@@ -107,8 +107,8 @@ constexpr const char* kStatements[] = {
     TREE "DELETE FROM keys WHERE id IN tree",
     "SELECT type, data FROM vals WHERE key = ?1 AND name = ?2",
     "SELECT name, type, data FROM vals WHERE key = ?1 ORDER BY name",
-    "INSERT INTO vals VALUES(?1, ?2, ?3, ?4)"
-    " ON CONFLICT(key, name) DO UPDATE SET type = excluded.type, data = excluded.data",
+    ("INSERT INTO vals VALUES(?1, ?2, ?3, ?4)"
+     " ON CONFLICT(key, name) DO UPDATE SET type = excluded.type, data = excluded.data"),
     "DELETE FROM vals WHERE key = ?1 AND name = ?2",
 };
 #undef TREE
@@ -293,10 +293,10 @@ std::int64_t CDatabase::ReadNumber(const char* sql) {
   return number;
 }
 
-void CDatabase::Begin(purpose_t purpose) {
+void CDatabase::Begin(purpose_t purpose, bool isOneCall) {
   const bool forWriting = purpose != purpose_t::read;
   if (database_ == nullptr) return;
-  mayBegin_ = !forWriting && isChecked_;
+  mayBegin_ = isOneCall && !forWriting && isChecked_;
   if (mayBegin_) return;
   if (!isChecked_) {
     // Outside of a transaction, where they count. The encoding is that of a file that is yet to be made.

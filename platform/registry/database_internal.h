@@ -63,7 +63,8 @@ class CDatabase {
   const std::string& GetFile() const noexcept { return file_; }
   void SetBusyTimeout(int timeoutMs);
 
-  void Begin(purpose_t purpose);
+  /// `isOneCall`: it may begin later, or not at all, when a single statement is all that is read.
+  void Begin(purpose_t purpose, bool isOneCall);
   void Commit();
   void Rollback() noexcept;
 
@@ -106,8 +107,7 @@ class CDatabase {
   std::chrono::steady_clock::time_point deadline_;
   bool isChecked_ = false;  // it is a registry
   bool isEmpty_ = true;     // it has no tables
-  // A transaction for reading begins when more than one statement needs it.
-  bool mayBegin_ = false;
+  bool mayBegin_ = false;   // the transaction begins when more than one statement needs it
   // Where the keys of values that were read lately are, as long as nobody has written.
   std::array<std::map<std::u16string, key_id_t, std::less<>>, 2> places_;
   unsigned placesVersion_ = 0;

@@ -86,7 +86,6 @@ class CLoan {
  public:
   explicit CLoan(purpose_t purpose) : pool_(&Pool()) {
     std::string file;
-    std::unique_ptr<CDatabase> stale;
     int timeoutMs = 0;
     {
       const std::lock_guard guard(pool_->mutex);
@@ -181,7 +180,7 @@ status_t RunIn(transaction_t& transaction, purpose_t purpose, const work_t& work
 status_t RunAlone(purpose_t purpose, const work_t& work) {
   CLoan loan(purpose);
   try {
-    loan.Get().Begin(purpose);
+    loan.Get().Begin(purpose, true);
     status_t status = work(loan.Get());
     if (status || purpose == purpose_t::read) loan.Get().Commit();
     return status;
@@ -218,7 +217,7 @@ status_t CTransaction::Begin(kind_t kind) {
     }
     auto begun = std::make_unique<state_t>(kind == write ? purpose_t::make : purpose_t::read);
     try {
-      begun->loan.Get().Begin(begun->purpose);
+      begun->loan.Get().Begin(begun->purpose, false);
     } catch (...) {
       begun->loan.Spoil();
       throw;
