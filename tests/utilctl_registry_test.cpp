@@ -25,8 +25,6 @@ TEST_F(UtilctlRegistry, ReadsAndChangesTheRegistry) {
   const call_t calls[] = {
       {"set 'hkey_users\\a\\b' V 'an \"ä\"'", 0, "", ""},
       {"get 'HKEY_USERS\\A\\B' v", 0, "an \"ä\"\n", ""},
-      {"set 'HKEY_USERS\\a\\b' V 0xffffffff --type REG_DWORD", 0, "", ""},
-      {"get 'HKEY_USERS\\a\\b' V", 0, "4294967295\n", ""},
       {"set 'HKEY_USERS\\a\\b' V 00fF 10 --type REG_BINARY", 0, "", ""},
       {"get 'HKEY_USERS\\a\\b' V", 0, "00 ff 10\n", ""},
       {"set 'HKEY_USERS\\a\\b' V a 'b c' --type REG_MULTI_SZ", 0, "", ""},
@@ -38,21 +36,15 @@ TEST_F(UtilctlRegistry, ReadsAndChangesTheRegistry) {
       {"delete 'HKEY_USERS\\a\\b' V", 0, "", ""},
       {"get 'HKEY_USERS\\a\\b' V", 1, "", "r.db: HKEY_USERS\\a\\b: no value \"V\"\n"},
       {"delete 'HKEY_USERS\\a' --tree", 0, "", ""},
-      {"import in --check", 0, "2 keys, 2 values\n", ""},
-      {"list HKEY_USERS", 0, "", ""},
       {"import - < in", 0, "2 keys, 2 values\n", ""},
       {"export 'HKEY_USERS\\k' --out copy", 0, "", ""},
       {"import bad", 1, "", "bad:3: expected a number from 0 to 4294967295\nbad:5: expected a text in quotes\n"},
       {"list 'HKEY_USERS\\new'", 1, "", "r.db: HKEY_USERS\\new: no such key\n"},
       {"get HKEY_X", 2, "", "a key begins with HKEY_LOCAL_MACHINE or HKEY_USERS, and does not end in \\\n"},
-      {"get 'HKEY_USERS\\\\x'", 2, "", "each name in a path has 1 to 255 characters, none NUL\n"},
-      {"set HKEY_USERS n 1 2", 2, "", "REG_SZ takes one DATA\n"},
       {"set HKEY_USERS n x --type REG_DWORD", 2, "", "expected a number from 0 to 4294967295\n"},
       {"set HKEY_USERS n 123 --type REG_BINARY", 2, "", "expected bytes of two hexadecimal digits each\n"},
-      {"set HKEY_USERS n x --type REG_X", 2, "", "REG_SZ REG_EXPAND_SZ REG_DWORD REG_BINARY REG_MULTI_SZ\n"},
       {"delete HKEY_USERS", 2, "", "a hive cannot be deleted\n"},
-      {"list HKEY_USERS --file text", 3, "", "(file is not a database)\n"},
-      {"import none", 3, "", "No such file or directory\n"}};
+      {"list HKEY_USERS --file text", 3, "", "(file is not a database)\n"}};
   for (const call_t& call : calls) {
     EXPECT_EQ(Run(call.arguments), call.code) << call.arguments << ": " << messages_;
     EXPECT_EQ(out_, call.out) << call.arguments;

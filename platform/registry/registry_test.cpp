@@ -22,13 +22,12 @@ constexpr auto kBase = u"Software\\Acme\\Gateway";
 
 class Registry : public testing::Test {
  protected:
-  Registry() { Use("registry.db", 20'000); }
+  Registry() {
+    SetRegistryFile(folder_.PathOf("registry.db"));
+    SetBusyTimeout(20'000);
+  }
   ~Registry() override { SetRegistryFile({}); }
 
-  void Use(const std::string& file, int timeoutMs) const {
-    SetRegistryFile(folder_.PathOf(file));
-    SetBusyTimeout(timeoutMs);
-  }
   static code_t Set(CKey& key, std::u16string_view name, std::uint32_t number) {
     return key.SetValue(name, value_t::FromDword(number)).code;
   }
@@ -64,43 +63,11 @@ class Registry : public testing::Test {
   const fs::path file_ = folder_.Native("registry.db");
 };
 
-TEST(RegistryValue, ReadsItsOwnFormsAndRefusesEveryOther) {
-  const struct {
-    value_t value;
-    const char* is;  // number, text or list; empty for none of them
-  } cases[] = {{{REG_DWORD, {1, 2, 3, 255}}, "4278387201"},
-               {{REG_DWORD, {1, 2, 3}}, ""},
-               {{REG_DWORD, {1, 2, 3, 4, 5}}, ""},
-               {{REG_BINARY, {1, 0, 0, 0}}, ""},
-               {value_t::FromText(u"ä", REG_EXPAND_SZ), "ä"},
-               {{REG_SZ, {}}, "(empty)"},
-               {{REG_SZ, {'a', 0, 0}}, ""},
-               {{REG_SZ, {'a', 0, 0, 1}}, ""},
-               {{REG_MULTI_SZ, {}}, "|"},
-               {{REG_MULTI_SZ, {'a', 0, 0, 0, 'b', 0, 0, 0, 0, 0}}, "|a|b|"},
-               {{REG_MULTI_SZ, {'a', 0, 0, 0}}, ""},
-               {{REG_MULTI_SZ, {0, 0, 0, 0}}, ""}};
-  for (const auto& c : cases) {
-    std::uint32_t number = 7;
-    CString text = u"untouched";
-    std::vector<CString> list{text};
-    std::string is;
-    if (c.value.ToDword(number)) is += std::to_string(number);
-    if (c.value.ToText(text)) is += text.IsEmpty() ? "(empty)" : text.ToUtf8();
-    if (c.value.ToList(list)) is += '|';
-    for (const CString& each : list) is += each == u"untouched" ? "" : each.ToUtf8() + "|";
-    EXPECT_EQ(is, c.is) << GetTypeName(c.value.type) << ' ' << testing::PrintToString(c.value.data);
-    EXPECT_EQ(is.empty(), number == 7 && text == u"untouched" && list.size() == 1);
-  }
-}
-
 TEST_F(Registry, MakesItsFileWithTheFirstWriteAndFollowsItsPlace) {
-  Use("a/r.db", 100);
+  SetRegistryFile(folder_.PathOf("a/r.db"));
   CKey hive;
   EXPECT_TRUE(hive.Open(HKEY_LOCAL_MACHINE, u"", KEY_READ_WRITE) && Subkeys(hive).empty());
-  EXPECT_EQ(Get(), No(code_t::fileNotFound));
   EXPECT_FALSE(hive.DeleteTree(kBase) || hive.DeleteValue(u"v") || fs::exists(folder_.Native("a")));
-  EXPECT_EQ(Set(hive, u"", 1), code_t::success);
   CKey key = Make(3);
   fs::rename(folder_.Native("a/r.db"), folder_.Native("old.db"));
   EXPECT_EQ(Set(key, u"v", 4), code_t::fileNotFound);
@@ -119,23 +86,19 @@ TEST_F(Registry, NamesIgnoreLetterCaseAndKeepIt) {
   bool wasCreated = true;
   EXPECT_TRUE(key.Create(HKEY_LOCAL_MACHINE, u"ÜBERBLICK\\B", KEY_READ, &wasCreated) && !wasCreated);
   EXPECT_TRUE(key.Create(HKEY_LOCAL_MACHINE, u"ÜBERBLICK\\A", KEY_READ, &wasCreated) && wasCreated);
-  EXPECT_TRUE(key.Open(HKEY_LOCAL_MACHINE, u"Überblick"));
-  EXPECT_EQ(Subkeys(key), "A b ");
-  EXPECT_EQ(key.Open(HKEY_USERS, u"Überblick").code, code_t::fileNotFound);
+  EXPECT_TRUE(key.Open(HKEY_LOCAL_MACHINE, u"Überblick") && Subkeys(key) == "A b ");
   std::u16string deep = u"d";
   for (int i = 1; i < 512; ++i) deep += u"\\d";
   const std::u16string longest(255, u'k');
-  for (const auto& path : {longest, deep, std::u16string(u"\xD800\xFFFF]\"\n")}) Make(1, path);
-  for (const auto& path : {longest + u'k', deep + u"\\d", std::u16string(u"\\a"), std::u16string(u"a\\"),
-                           std::u16string(u"a\\\\b"), std::u16string(u"a\0", 2)}) {
+  const std::u16string odd = u"\xD800\xFFFF]\"\n";
+  for (const auto& path : {longest, deep, odd}) Make(1, path);
+  for (const auto& path : {longest + u'k', deep + u"\\d", u'\\' + odd, odd + u'\\', odd + u"\\\\" + odd, odd + u'\0'}) {
     EXPECT_EQ(key.Create(HKEY_LOCAL_MACHINE, path).code, code_t::badPathname) << path.size();
   }
   key = Make();
   const std::u16string longName(16383, u'ö');
   EXPECT_TRUE(Set(key, longName, 1) == code_t::success && Get(longName) == 1U);
-  for (const auto& name : {longName + u"o", std::u16string(1, u'\0')}) {
-    EXPECT_EQ(Set(key, name, 1), code_t::invalidParameter);
-  }
+  EXPECT_EQ(Set(key, longName + u"o", 1), code_t::invalidParameter);
 }
 
 TEST_F(Registry, TellsTypeAndSizeFirstThenTheBytesOfAnyLength) {
@@ -147,14 +110,11 @@ TEST_F(Registry, TellsTypeAndSizeFirstThenTheBytesOfAnyLength) {
     EXPECT_TRUE(key.SetValue(u"v", REG_SZ, data.data(), length));
     EXPECT_TRUE(key.QueryValue(u"V", &type, nullptr, &size) && type == REG_SZ && size == length);
     data.assign(length + 1, 1);
-    size = length - 1;
-    EXPECT_TRUE(length == 0 || key.QueryValue(u"v", nullptr, data.data(), &size).code == code_t::moreData);
-    EXPECT_TRUE(length == 0 || (size == length && data[0] == 1));
+    const bool isEnough = bool{key.QueryValue(u"v", nullptr, data.data(), &(size = length / 2))};
+    EXPECT_TRUE(isEnough == (length == 0) && size == length && data[0] == 1);
     EXPECT_TRUE(key.QueryValue(u"v", nullptr, data.data(), &(size = length)));
     EXPECT_EQ(std::count(data.begin(), data.end(), 0xA5), length);
   }
-  EXPECT_EQ(key.SetValue(u"v", static_cast<type_t>(99), "", 0).code, code_t::invalidParameter);
-  EXPECT_EQ(key.SetValue(u"v", REG_BINARY, "", kMaxDataSize + 1).code, code_t::invalidParameter);
 }
 
 TEST_F(Registry, KeysGiveTheRightsTheyWereOpenedWith) {
@@ -163,38 +123,32 @@ TEST_F(Registry, KeysGiveTheRightsTheyWereOpenedWith) {
   EXPECT_EQ(other.DeleteTree(u"Acme").code, code_t::invalidHandle);
   EXPECT_TRUE(other.Open(HKEY_LOCAL_MACHINE, u"Software"));
   EXPECT_EQ(other.SetValue(u"v", {}).text, "HKEY_LOCAL_MACHINE\\Software: the key was opened for reading");
-  EXPECT_EQ(other.DeleteTree(u"Acme").code, code_t::accessDenied);
   EXPECT_TRUE(other.Open(other, u"Acme\\Gateway") && other.GetPath() == kBase);
   EXPECT_TRUE(other.Open(HKEY_LOCAL_MACHINE, u"Software", KEY_READ_WRITE));
   EXPECT_EQ(other.DeleteKey(u"Acme").code, code_t::keyHasChildren);
   EXPECT_EQ(other.DeleteTree(u"").code, code_t::badPathname);
   EXPECT_TRUE(Get() == 1 && CKey().Create(other, u"Acme2\\x") && other.DeleteTree(u"ACME"));
-  EXPECT_EQ(Subkeys(other), "Acme2 ");
   EXPECT_EQ(Set(key, u"v", 1), code_t::fileNotFound);
-  EXPECT_TRUE(CKey().Create(HKEY_LOCAL_MACHINE, kBase) && other.DeleteKey(u"Acme2\\X"));
+  EXPECT_TRUE(other.DeleteKey(u"Acme2\\X") && CKey().Create(HKEY_LOCAL_MACHINE, kBase));
   EXPECT_EQ(Get(), No(code_t::fileNotFound)) << "deleted with its key";
 }
 
 TEST_F(Registry, ATransactionIsWrittenWholeOrNotAtAllAndReadsOfOneMoment) {
   CKey key = Make();
-  const auto another = [&](const std::function<std::uint32_t()>& work) {
-    SetBusyTimeout(30);
-    std::uint32_t result = 0;
-    std::thread([&] { result = work(); }).join();
-    return result;
+  SetBusyTimeout(30);
+  const auto isLocked = [&] {  // for another thread, which may read what was there before
+    bool is = false;
+    std::thread([&] { is = Get() == 1 && Set(key, u"v", 7) == code_t::lockViolation; }).join();
+    return is;
   };
-  const auto write = [&] { return No(Set(key, u"v", 7)); };
   {
     CTransaction undone;
     EXPECT_TRUE(undone.Begin() && Set(key, u"v", 2) == code_t::success && Get() == 2);
-    EXPECT_EQ(CTransaction().Begin().code, code_t::alreadyExists);
-    EXPECT_EQ(another([] { return Get(); }), 1U);
-    EXPECT_EQ(another(write), No(code_t::lockViolation));
+    EXPECT_TRUE(CTransaction().Begin().code == code_t::alreadyExists && isLocked());
   }
   EXPECT_TRUE(Get() == 1 && Get() == 1);  // and now its place is known
   CTransaction transaction;
-  EXPECT_TRUE(transaction.Begin(CTransaction::read) && Get() == 1);
-  EXPECT_EQ(another(write), No(code_t::lockViolation));
+  EXPECT_TRUE(transaction.Begin(CTransaction::read) && Get() == 1 && isLocked());
   EXPECT_EQ(Set(key, u"v", 3), code_t::accessDenied);
   EXPECT_TRUE(Get() == 1 && transaction.Commit());
   EXPECT_EQ(transaction.Commit().code, code_t::invalidHandle);
@@ -208,10 +162,9 @@ TEST_F(Registry, ThreadsCountTogether) {
   std::vector<std::thread> threads;
   for (int i = 0; i < 3; ++i) {
     threads.emplace_back([&] {
+      CTransaction one;
       for (std::uint32_t step = 0; step < 20; ++step) {
-        CTransaction transaction;
-        EXPECT_TRUE(transaction.Begin() && Set(key, u"v", Get() + 1) == code_t::success && transaction.Commit());
-        EXPECT_GT(Get(), step);
+        EXPECT_TRUE(one.Begin() && Set(key, u"v", Get() + 1) == code_t::success && one.Commit() && Get() > step);
       }
     });
   }
@@ -235,10 +188,7 @@ TEST_F(Registry, ChildrenUseWhatTheyInherit) {
 
 TEST_F(Registry, RefusesWhatIsNoRegistryWithAText) {
   CKey key = Make();
-  CTransaction filling;
-  EXPECT_TRUE(filling.Begin());
-  for (int i = 0; i < 300; ++i) Set(key, u"value " + std::u16string(20, static_cast<char16_t>(u'a' + i)), 1);
-  EXPECT_TRUE(filling.Commit());
+  EXPECT_TRUE(key.SetValue(u"w", REG_BINARY, std::string(20'000, 'x').data(), 20'000));
   const std::string good = folder_.Get("registry.db");
   // In a file of its own, so that nothing of the one before is remembered.
   const auto write = [&](std::string_view content) {
@@ -255,36 +205,28 @@ TEST_F(Registry, RefusesWhatIsNoRegistryWithAText) {
   for (std::size_t at = 0; at < good.size(); at += 1536) {
     std::string bad = good;
     for (std::size_t i = at; i < at + 64; ++i) bad[i] = static_cast<char>(i * 167 + at);
-    std::vector<named_value_t> values;
-    status_t status = write(bad);
-    if (status) status = key.GetValues(values);
+    const status_t status = write(bad);
     EXPECT_EQ(status.text.empty(), bool{status});
   }
-  std::string other = good;
-  other.replace(68, 4, "none");  // the mark of registries
-  std::string newer = good;
-  newer.replace(60, 4, std::string("\0\0\0\2", 4));  // the number of the form
-  for (const std::string& content : {std::string("[Settings]\nkey = value\n"), std::string(5000, '\0'), other, newer}) {
+  // The mark of registries, the number of the form, and other files.
+  for (const std::string& content : {std::string(good).replace(68, 4, "none"), std::string(good).replace(63, 1, "\2"),
+                                     std::string("[Settings]\nkey = value\n"), std::string(5000, '\0')}) {
     EXPECT_EQ(write(content).code, code_t::badDatabase) << content.substr(0, 20);
-    EXPECT_EQ(Get(), No(code_t::badDatabase));
-    EXPECT_EQ(folder_.Get("registry.db"), content);
+    EXPECT_TRUE(Get() == No(code_t::badDatabase) && folder_.Get("registry.db") == content);
   }
   EXPECT_TRUE(write(""));
   fs::remove(file_);
   EXPECT_TRUE(::mkfifo(file_.c_str(), 0600) == 0 && Get() == No(code_t::badDatabase));
-  Use(".", 0);
-  EXPECT_EQ(Get(), No(code_t::badDatabase));
 }
 
 TEST_F(Registry, ReadersNeedNoRightToWriteAndWriteNothing) {
   CKey key = Make();
   const auto isDenied = [&] { return Set(key, u"v", 2) == code_t::accessDenied; };
-  const auto isOpenDenied = [] {
-    return CKey().Open(HKEY_LOCAL_MACHINE, kBase, KEY_READ_WRITE).code == code_t::accessDenied;
-  };
   fs::permissions(folder_.Native(), fs::perms{0555});
   fs::permissions(file_, fs::perms{0444});
-  EXPECT_TRUE(InChild(::geteuid() == 0, [&] { return Get() == 1 && isDenied() && isOpenDenied(); }));
+  EXPECT_TRUE(InChild(::geteuid() == 0, [&] {
+    return Get() == 1 && isDenied() && !CKey().Open(HKEY_LOCAL_MACHINE, kBase, KEY_READ_WRITE);
+  }));
   fs::permissions(file_, fs::perms{0666});
   EXPECT_TRUE(InChild(::geteuid() == 0, isDenied)) << "no room for a journal";
   fs::permissions(folder_.Native(), fs::perms{0});
