@@ -23,5 +23,11 @@ exit_t ShowMessage(CCall& call);
 exit_t LintMessages(CCall& call);
 
 exit_t CheckAddress(CCall& call);
+exit_t GetRegistryValue(CCall& call);
+exit_t SetRegistryValue(CCall& call);
+exit_t DeleteFromRegistry(CCall& call);
+exit_t ListRegistryKey(CCall& call);
+exit_t ExportRegistry(CCall& call);
+exit_t ImportRegistry(CCall& call);
 
 }  // namespace utilctl

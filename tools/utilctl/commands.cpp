@@ -17,6 +17,9 @@ const option_t kDefinitions{"--definitions", "DIR", kFolder,
 const option_t kIndent{"--indent", "N", kText, "Blanks for each level; 0 writes everything on one line"};
 const option_t kInPlace{"--in-place", nullptr, kNone, "Replace the file instead of writing to standard output"};
 const option_t kModuleFolder{"--folder", "DIR", kFolder, "Where the language files of the module lie"};
+const option_t kRegistryFile{"--file", "FILE", kFile, "The file of the registry; that of the machine by default"};
+const argument_t kKey{"KEY", kText, count_t::one, "The key, from HKEY_LOCAL_MACHINE or HKEY_USERS on"};
+const argument_t kValueName{"NAME", kText, count_t::optional, "The name of the value; without it the default value"};
 const argument_t kDir{"DIR", kFolder, count_t::optional,
                       "The folder; that of the program's own definitions by default"};
 
@@ -27,7 +30,8 @@ const std::vector<group_t>& GetGroups() {
                                            {"json", "JSON text: check, format and patch it"},
                                            {"value", "Values: convert and format them"},
                                            {"message", "Messages and language files"},
-                                           {"address", "IPv4 addresses: check and resolve them"}};
+                                           {"address", "IPv4 addresses: check and resolve them"},
+                                           {"registry", "The machine-wide registry: look at it, change it, keep it"}};
   return groups;
 }
 
@@ -165,7 +169,63 @@ const std::vector<command_t>& GetCommands() {
        "it, a host name is checked by its form.",
        {{"TEXT", kText, count_t::one, "The address"}},
        {{"--resolve", nullptr, kNone, "Ask the system for the addresses of a host name"}},
-       CheckAddress}};
+       CheckAddress},
+      {"registry",
+       "get",
+       "Show the data of a value",
+       "utilctl registry get 'HKEY_LOCAL_MACHINE\\Software\\Acme\\Gateway' Port",
+       "A number in decimal digits, a text as it is, a list with a line for each text, bytes in hexadecimal digits. "
+       "Data "
+       "that is not what its type says is a finding.",
+       {kKey, kValueName},
+       {kRegistryFile},
+       GetRegistryValue},
+      {"registry",
+       "set",
+       "Make or replace a value, and the key if it is missing",
+       "utilctl registry set 'HKEY_LOCAL_MACHINE\\Software\\Acme\\Gateway' Port 49320 --type REG_DWORD",
+       "Bytes are given in hexadecimal digits; a list takes any number of texts, the other types one. A text that "
+       "begins "
+       "with - stands behind --.",
+       {kKey,
+        {"NAME", kText, count_t::one, "The name of the value; '' is the default value of the key"},
+        {"DATA", kText, count_t::many, "The number, text or bytes"}},
+       {{"--type", "TYPE", kText, "REG_SZ, which is the default, REG_EXPAND_SZ, REG_DWORD, REG_BINARY or REG_MULTI_SZ"},
+        kRegistryFile},
+       SetRegistryValue},
+      {"registry",
+       "delete",
+       "Delete a value, or a key",
+       "utilctl registry delete 'HKEY_LOCAL_MACHINE\\Software\\Acme' --tree",
+       "A key that has subkeys is deleted with --tree only.",
+       {kKey, {"NAME", kText, count_t::optional, "The name of the value; without it the key is deleted"}},
+       {{"--tree", nullptr, kNone, "The key with everything beneath it"}, kRegistryFile},
+       DeleteFromRegistry},
+      {"registry",
+       "list",
+       "List the subkeys and values of a key",
+       "utilctl registry list 'HKEY_LOCAL_MACHINE\\Software\\Acme'",
+       "Subkeys end in \\; values stand as in an export.",
+       {kKey},
+       {kRegistryFile},
+       ListRegistryKey},
+      {"registry",
+       "export",
+       "Write a key and everything beneath it as text",
+       "utilctl registry export 'HKEY_LOCAL_MACHINE\\Software\\Acme' --out acme.txt",
+       "UTF-8 that can be edited, and that import reads back without a loss. It is the state of one moment.",
+       {kKey},
+       {{"--out", "FILE", kFile, "Write there instead of to standard output; the file is replaced whole"},
+        kRegistryFile},
+       ExportRegistry},
+      {"registry",
+       "import",
+       "Read keys and values from a text",
+       "utilctl registry import acme.txt",
+       "All of it is written, or nothing. What is there besides stays. Every wrong line is told.",
+       {{"FILE", kFile, count_t::one, "The text that export wrote; - is standard input"}},
+       {{"--check", nullptr, kNone, "Tell what is wrong, and write nothing"}, kRegistryFile},
+       ImportRegistry}};
   return commands;
 }
 
@@ -184,7 +244,8 @@ const std::vector<option_t>& GetProgramOptions() {
 
 const char* GetIntroduction() {
   return "Example: utilctl defs compile channel.json --out build/Properties\n\n"
-         "Makes and checks what programs of the family read: definitions of properties, JSON, values, messages.";
+         "Makes and checks what programs of the family read: definitions of properties, JSON, values, messages,\n"
+         "the registry.";
 }
 
 const char* GetExitCodes() {
