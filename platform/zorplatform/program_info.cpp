@@ -3,6 +3,7 @@
 #include <atomic>
 #include <filesystem>
 #include <mutex>
+#include <string_view>
 #include <system_error>
 
 #include "platform/framework/native_path.h"
@@ -28,7 +29,12 @@ static_assert(std::atomic<CVersionInfo>::is_always_lock_free);
 CString GetExeName() {
   std::error_code error;
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-  return error ? CString() : FromNativePath(program.filename());
+  if (error) return {};
+  const CString name = FromNativePath(program.filename());
+  // The system's mark of a program whose file was replaced while it runs.
+  constexpr std::u16string_view kDeleted = u" (deleted)";
+  const bool isMarked = name.View().ends_with(kDeleted) && !std::filesystem::exists(program, error);
+  return isMarked ? name.Left(name.GetLength() - static_cast<int>(kDeleted.size())) : name;
 }
 
 CString GetApplicationName() {
