@@ -16,8 +16,9 @@
 // both can be redirected, before anything is asked here. A product file that cannot be read counts as none.
 //
 // Names become folders. In the whole path that they are part of, each of / , ? < > " | * becomes "_"; a "\" in a name
-// separates folders. A folder that would have a name of dots alone gets "_" for each of them, so that no name leads
-// out of its base. An AppData that begins with "/" is written as the system writes paths, and is turned round first.
+// separates folders. A folder whose name would be nothing but dots and blanks gets "_" for each dot, so that no name
+// leads out of its base. An AppData that begins with "/" is written as the system writes paths, and is turned round
+// first.
 //
 // Every text is worked out once, kept, and given out as a pointer, which stays valid, and its text what it was, for the
 // life of the process. A directory ends in "\". Making one may fail, and nothing is said: who opens a file in it is
