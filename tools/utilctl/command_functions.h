@@ -22,4 +22,12 @@ exit_t FormatValue(CCall& call);
 exit_t ShowMessage(CCall& call);
 exit_t LintMessages(CCall& call);
 
+exit_t GetOption(CCall& call);
+exit_t SetOption(CCall& call);
+exit_t UnsetOption(CCall& call);
+exit_t ListOptions(CCall& call);
+exit_t ExplainOption(CCall& call);
+
+exit_t ShowProduct(CCall& call);
+
 }  // namespace utilctl

@@ -20,11 +20,16 @@ std::vector<product_item_t> DescribeProduct() {
   add("company name", kind_t::name, identity::FindCompanyName());
   add("version", kind_t::name, identity::FindAppVersion());
 
+  // Those of one user are made with the company that is held, asked for or not.
+  const auto personal = [](found_t found) {
+    if (!identity::IsCompanyHeld()) found.source += "; no company was set yet";
+    return found;
+  };
   const CString shared = identity::FindSharedAppProfileDir().text;
   add("application directory", kind_t::directory, {zorplatform::GetAppDir(), zorplatform::GetAppDirSource()});
-  add("application profile directory", kind_t::directory, identity::FindAppProfileDir());
+  add("application profile directory", kind_t::directory, personal(identity::FindAppProfileDir()));
   add("shared application profile directory", kind_t::directory, identity::FindSharedAppProfileDir());
-  add("user profile directory", kind_t::directory, identity::FindUserProfileDir());
+  add("user profile directory", kind_t::directory, personal(identity::FindUserProfileDir()));
   add("shared profile directory", kind_t::directory, identity::FindSharedProfileDir());
   add("project backup directory", kind_t::directory,
       {identity::BackupDir(shared), "the shared application profile directory"});

@@ -322,6 +322,7 @@ found_t HeldOr(const CSlot& slot, derived_t (*derive)()) {
 
 found_t FindProductName() { return HeldOr(state.productName, DeriveProductName); }
 found_t FindCompanyName() { return HeldOr(state.companyName, DeriveCompanyName); }
+bool IsCompanyHeld() { return *state.companyName.GetText() != u'\0'; }
 found_t FindAppVersion() { return HeldOr(state.appVersion, DeriveAppVersion); }
 
 found_t FindProductIniFile() {

@@ -18,6 +18,8 @@ struct found_t {
 found_t FindProductName();
 found_t FindCompanyName();
 found_t FindAppVersion();
+/// Whether a company was set or asked for.
+bool IsCompanyHeld();
 
 found_t FindProductIniFile();
 found_t FindAppProfileDir();
