@@ -176,7 +176,7 @@ TEST_F(Options, SurviveFilesThatAreMissingCutOrCannotBeWritten) {
   other.RegisterChangeHandler(&handler);
   group.WriteDWord(u"K", 6);
   for (std::size_t length = 0; length < bytes.size(); ++length) {
-    CMemFile cut(std::span(bytes).first(length));
+    CMemFile cut(std::span<const std::byte>(bytes.data(), length));
     EXPECT_THROW(Container().LoadSettings(kLevel, &cut, kText), zorplatform::CException) << length;
   }
   EXPECT_EQ(group.ReadDWord(u"K", 0), 6u);
@@ -204,7 +204,7 @@ TEST_F(Options, ComeBackFromStructuredDocuments) {
     for (const char* const layout : {"\n", "  <"}) {
       for (std::size_t at; (at = xml.find(layout)) != std::string::npos;) xml.erase(at, *layout == '\n' ? 1 : 2);
     }
-    if (hasTop) EXPECT_EQ(xml, kXml);
+    EXPECT_TRUE(!hasTop || xml == kXml) << xml;
     Load("[S]\nOther=1\n");
     Container().LoadSettings(kLevel, &document, u"urn:o");
     EXPECT_EQ(group.ReadString(u"K", u""), " 5 ");
