@@ -53,7 +53,7 @@ ZORPLATFORM_API const char16_t* GetHiveName(hive_t hive) noexcept;
 enum access_t : std::uint32_t { KEY_READ = 0x20019, KEY_READ_WRITE = 0x2001F };
 
 /// The numbers that programs of this family log and compare.
-enum class error_t : std::int32_t {
+enum class code_t : std::int32_t {
   success = 0,
   fileNotFound = 2,       ///< no such key or value, or the key was deleted
   accessDenied = 5,       ///< the key was opened for reading, or the system refuses the file
@@ -70,10 +70,10 @@ enum class error_t : std::int32_t {
 };
 
 struct [[nodiscard]] status_t {
-  error_t code = error_t::success;
+  code_t code = code_t::success;
   std::string text;  ///< empty for success
 
-  explicit operator bool() const noexcept { return code == error_t::success; }
+  explicit operator bool() const noexcept { return code == code_t::success; }
 };
 
 /// A value may have this many bytes.
@@ -143,6 +143,10 @@ class ZORPLATFORM_API CKey {
   status_t DeleteTree(std::u16string_view path);
 
  private:
+  void Take(hive_t hive, CString path, access_t access) noexcept;
+  status_t CheckAccess(access_t wanted) const;
+  status_t Delete(std::u16string_view path, bool withSubkeys);
+
   hive_t hive_ = HKEY_LOCAL_MACHINE;
   std::uint32_t access_ = 0;  // 0 while it is closed
   CString path_;
@@ -159,7 +163,7 @@ ZORPLATFORM_API status_t QueryValue(hive_t hive, std::u16string_view path, std::
 class ZORPLATFORM_API CTransaction {
  public:
   enum kind_t {
-    read,   ///< others may go on writing, but their writes wait for the end
+    read,   ///< what others write waits for the end; a write of its own is accessDenied
     write,  ///< others may read what was there before
   };
 

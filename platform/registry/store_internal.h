@@ -1,0 +1,16 @@
+// The connections of the process, and the transaction of each thread.
+#pragma once
+
+#include <functional>
+
+#include "platform/registry/database_internal.h"
+
+namespace registry {
+
+using work_t = std::function<status_t(CDatabase&)>;
+
+/// Runs `work` in the transaction of this thread, or else in one of its own, which is committed when `work` returns
+/// success and undone when not. `work` may throw failure_t. What is returned is the status of all of it.
+status_t Run(purpose_t purpose, const work_t& work);
+
+}  // namespace registry
