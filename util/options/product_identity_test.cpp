@@ -50,7 +50,10 @@ class ProductIdentity : public testing::Test {
     const std::string folder = temp_.GetPath().ToUtf8();
     return text.starts_with(folder) ? text.substr(folder.size()) : text;
   }
-  bool Exists(const char16_t* path) const { return fs::is_directory(zorplatform::ToNativePath(path)); }
+  static bool Exists(const char16_t* path) {
+    std::error_code error;
+    return fs::is_directory(zorplatform::ToNativePath(path), error);
+  }
 
   const CTempFolder temp_;
 };
