@@ -17,8 +17,8 @@
 #include "platform/framework/temp_folder_testing.h"
 #include "platform/zorplatform/exception.h"
 #include "util/docs/xml_document.h"
-#include "util/options/number_cache_internal.h"
 #include "util/options/options_container.h"
+#include "util/options/value_cache_internal.h"
 #include "util/serialization/string_serialization.h"
 
 namespace {
@@ -224,41 +224,58 @@ TEST_F(Options, ComeBackFromStructuredDocuments) {
   EXPECT_FALSE(empty.IsValid());
 }
 
-// One thread reads while the other replaces: what was replaced must not be remembered.
-TEST_F(Options, AreNeverStaleAfterALoadAndNeverMixed) {
-  const CTempFolder temp;
-  const CGroup group, writer(u"S", 2);
+TEST_F(Options, AreReadByOneThreadWhileAnotherReplacesThem) {
+  const CGroup group;
   const char16_t *const number = u"Number", *const text = u"Text";
   std::atomic<bool> done{false};
   std::thread reader([&] {
-    while (!done) {
-      group.ReadDWord(number, 0);
-      group.ReadString(text, u"");
-    }
+    for (bool odd = false; !done; odd = !odd)
+      odd ? void(group.ReadDWord(number, 0)) : void(group.ReadString(text, u""));
   });
-  std::thread swapper([&] {
-    for (std::uint32_t i = 0; !done; ++i) {
-      Load("[S]\nA=" + std::to_string(i) + "\nB=" + std::to_string(i), COptions::LEVEL_2);
-      Container().SaveSettings(COptions::LEVEL_2, temp.PathOf("x.ini"));
-    }
-  });
-  const CGroup swapped(u"S", 3);
-  for (std::uint32_t i = 1; i <= 2000; ++i) {
-    if (i % 2 == 0) {
-      group.WriteDWord(number, i);
-      group.WriteString(text, CString().AssignInteger(i));
-    } else {
+  for (std::uint32_t i = 1; i <= 5000; ++i) {
+    const CString wanted = CString().AssignInteger(i);
+    if (i % 64 == 0) {
       Load("[S]\nNumber=" + std::to_string(i) + "\nText=" + std::to_string(i));
+    } else {
+      group.WriteString(i % 2 == 0 ? number : text, wanted);
     }
-    if (group.ReadDWord(number, 0) != i) ADD_FAILURE() << "stale number in round " << i;
-    if (group.ReadString(text, u"") != CString().AssignInteger(i)) ADD_FAILURE() << "stale text in round " << i;
-    if (i % 20 != 0) continue;
-    Container().LoadSettings(COptions::LEVEL_3, temp.PathOf("x.ini"));
-    EXPECT_EQ(swapped.ReadString(u"A", u""), swapped.ReadString(u"B", u""));
+    if (i % 2 == 0 && group.ReadDWord(number, 0) != i) ADD_FAILURE() << "stale number in round " << i;
+    if (i % 2 == 1 && group.ReadString(text, u"") != wanted) ADD_FAILURE() << "stale text in round " << i;
   }
   done = true;
   reader.join();
+}
+
+TEST_F(Options, OfAFileThatIsSwappedAreAllOldOrAllNew) {
+  const CTempFolder temp;
+  const CGroup group;
+  std::atomic<bool> done{false};
+  std::thread swapper([&] {
+    CIniFile file;
+    for (int i = 0; !done; ++i) {
+      file.FromText("[S]\nA=" + std::to_string(i) + "\n" + std::string(50000, ';') + "\nB=" + std::to_string(i));
+      file.Save(temp.PathOf("x.ini"));
+    }
+  });
+  for (int i = 0; i < 200; ++i) {
+    Container().LoadSettings(kLevel, temp.PathOf("x.ini"));
+    EXPECT_EQ(group.ReadString(u"A", u""), group.ReadString(u"B", u""));
+  }
+  done = true;
   swapper.join();
+}
+
+TEST(ValueCache, DoesNotRememberWhatWasReadBeforeItWasCleared) {
+  zorutil::options::CValueCache cache;
+  const char16_t* const key = u"K";
+  const auto clearing = [&](auto value) { return [&cache, value] { return cache.Clear(), value; }; };
+  EXPECT_EQ(cache.GetNumber(key, clearing(1u)), 1u);
+  EXPECT_EQ(cache.GetNumber(key, [] { return 2u; }), 2u);
+  EXPECT_EQ(cache.GetNumber(key, [] { return 3u; }), 2u);
+  EXPECT_EQ(cache.GetText(key, clearing(CString("1"))), "1");
+  EXPECT_EQ(cache.GetText(key, [] { return CString("2"); }), "2");
+  EXPECT_EQ(cache.GetText(key, [] { return CString("3"); }), "2");
+  EXPECT_EQ(cache.GetNumber(key, [] { return 3u; }), 3u);
 }
 
 TEST(NumberCache, FindsEveryNameAsItGrowsAndTakesNoMoreThanItMay) {
