@@ -196,6 +196,8 @@ CDatabase::CDatabase(const fs::path& file, purpose_t purpose) : fileText_(file.s
     if (failed) Fail(CodeOfSystemError(failed.value()), fileText_, "make its folder", failed.message());
   } else if (!S_ISREG(found.st_mode)) {
     Fail(code_t::badDatabase, fileText_, "open", "not a regular file");
+  } else if (found.st_size == 1) {
+    Fail(code_t::badDatabase, fileText_, "open", "not a registry");  // what the database takes for empty
   } else if (found.st_size == 0 && purpose != purpose_t::make) {
     return;
   }

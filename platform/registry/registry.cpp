@@ -28,23 +28,6 @@ status_t BadPath(hive_t hive, std::u16string_view path, const char* cause) {
   return {code_t::badPathname, FullName(hive, path) + ": " + cause};
 }
 
-status_t CheckPath(hive_t hive, std::u16string_view path) {
-  if (GetHiveName(hive) == nullptr) return {code_t::invalidParameter, FullName(hive, path)};
-  std::size_t depth = 0;
-  const bool isGood = ForEachName(path, [&](std::u16string_view name) {
-    return !name.empty() && name.size() <= kMaxKeyName && name.find(u'\0') == name.npos && ++depth <= kMaxDepth;
-  });
-  if (isGood && !path.ends_with(u'\\')) return {};
-  return BadPath(
-      hive, path,
-      depth > kMaxDepth ? "more than 512 keys deep" : "each name in a path has 1 to 255 characters, none NUL");
-}
-
-status_t CheckName(std::u16string_view name) {
-  if (name.size() <= kMaxValueName && name.find(u'\0') == name.npos) return {};
-  return {code_t::invalidParameter, "the name of a value has at most 16383 characters, none of them NUL"};
-}
-
 status_t NoKey(const CDatabase& database, hive_t hive, std::u16string_view path) {
   return {code_t::fileNotFound, database.GetFile() + ": " + FullName(hive, path) + ": no such key"};
 }
@@ -83,6 +66,23 @@ CString Joined(const CString& path, std::u16string_view below) {
 }
 
 }  // namespace
+
+status_t CheckPath(hive_t hive, std::u16string_view path) {
+  if (GetHiveName(hive) == nullptr) return {code_t::invalidParameter, FullName(hive, path)};
+  std::size_t depth = 0;
+  const bool isGood = ForEachName(path, [&](std::u16string_view name) {
+    return !name.empty() && name.size() <= kMaxKeyName && name.find(u'\0') == name.npos && ++depth <= kMaxDepth;
+  });
+  if (isGood && !path.ends_with(u'\\')) return {};
+  return BadPath(
+      hive, path,
+      depth > kMaxDepth ? "more than 512 keys deep" : "each name in a path has 1 to 255 characters, none NUL");
+}
+
+status_t CheckName(std::u16string_view name) {
+  if (name.size() <= kMaxValueName && name.find(u'\0') == name.npos) return {};
+  return {code_t::invalidParameter, "the name of a value has at most 16383 characters, none of them NUL"};
+}
 
 const char16_t* GetHiveName(hive_t hive) noexcept {
   switch (hive) {

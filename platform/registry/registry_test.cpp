@@ -339,13 +339,18 @@ TEST_F(Registry, RefusesWhatIsNoRegistryWithAText) {
   Set(key, u"v", 1);
   EXPECT_TRUE(filling.Commit());
   const std::string good = folder_.Get("registry.db");
+  // A file of its own, so that nothing of the one before is remembered.
+  const auto replace = [&](std::string_view content) {
+    fs::remove(file_);
+    folder_.Put("registry.db", content);
+  };
   const auto answers = [&] {
     CKey written;
     const code_t codes[] = {Read(), written.Create(HKEY_LOCAL_MACHINE, u"x\\y\\z").code};
     return codes[0] == code_t::badDatabase || codes[1] == code_t::badDatabase;
   };
   for (std::size_t cut = 1; cut < good.size(); cut += 1021) {
-    folder_.Put("registry.db", good.substr(0, cut));
+    replace(good.substr(0, cut));
     const status_t status = CKey().Create(HKEY_LOCAL_MACHINE, u"x\\y\\z");
     EXPECT_EQ(status.code, code_t::badDatabase) << cut << status.text;
     EXPECT_TRUE(status.text.starts_with(file_.string() + ": ")) << status.text;
@@ -354,7 +359,7 @@ TEST_F(Registry, RefusesWhatIsNoRegistryWithAText) {
   for (std::size_t at = 0; at < good.size(); at += 512) {
     std::string bad = good;
     for (std::size_t i = at; i < at + 64; ++i) bad[i] = static_cast<char>(i * 167 + at);
-    folder_.Put("registry.db", bad);
+    replace(bad);
     answers();
     CKey hive;
     static_cast<void>(hive.Open(HKEY_LOCAL_MACHINE, u"", KEY_READ_WRITE));
@@ -365,7 +370,7 @@ TEST_F(Registry, RefusesWhatIsNoRegistryWithAText) {
   std::string newer = good;
   newer.replace(60, 4, std::string("\0\0\0\2", 4));
   for (const std::string& content : {std::string("[Settings]\nkey = value\n"), std::string(5000, '\0'), other, newer}) {
-    folder_.Put("registry.db", content);
+    replace(content);
     EXPECT_EQ(Read(), code_t::badDatabase) << content.substr(0, 20);
     EXPECT_TRUE(answers());
     EXPECT_EQ(folder_.Get("registry.db"), content);
