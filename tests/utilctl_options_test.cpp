@@ -11,7 +11,7 @@ class UtilctlOptions : public ProgramTest {
 };
 
 TEST_F(UtilctlOptions, ReadsAndChangesOneLineOfTheFile) {
-  Write("a.ini", "; by hand\n[Scan]\nRateMs = 250 \nEmpty=\nLines=\"a\\nb\\t\"\n");
+  Write("a.ini", "; by hand\n[Scan]\nRateMs = 250\nEmpty=\nLines=\"a\\nb\\t\"\n");
   const struct {
     const char* arguments;
     int code;

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -227,12 +228,14 @@ TEST_F(Options, ComeBackFromStructuredDocuments) {
 TEST_F(Options, AreReadByOneThreadWhileAnotherReplacesThem) {
   const CGroup group;
   const char16_t *const number = u"Number", *const text = u"Text";
-  std::atomic<bool> done{false};
+  std::atomic<bool> begun{false}, done{false};
   std::thread reader([&] {
+    begun = true;
     for (bool odd = false; !done; odd = !odd)
       odd ? void(group.ReadDWord(number, 0)) : void(group.ReadString(text, u""));
   });
-  for (std::uint32_t i = 1; i <= 5000; ++i) {
+  while (!begun) std::this_thread::yield();
+  for (std::uint32_t i = 1; i <= 20000; ++i) {
     const CString wanted = CString().AssignInteger(i);
     if (i % 64 == 0) {
       Load("[S]\nNumber=" + std::to_string(i) + "\nText=" + std::to_string(i));
@@ -257,9 +260,11 @@ TEST_F(Options, OfAFileThatIsSwappedAreAllOldOrAllNew) {
       file.Save(temp.PathOf("x.ini"));
     }
   });
-  for (int i = 0; i < 200; ++i) {
+  std::set<CString> seen;
+  while (seen.size() < 20) {
     Container().LoadSettings(kLevel, temp.PathOf("x.ini"));
-    EXPECT_EQ(group.ReadString(u"A", u""), group.ReadString(u"B", u""));
+    seen.insert(group.ReadString(u"A", u"none"));
+    EXPECT_EQ(group.ReadString(u"A", u"none"), group.ReadString(u"B", u"none"));
   }
   done = true;
   swapper.join();
