@@ -7,6 +7,7 @@
 #include <iterator>
 #include <new>
 #include <system_error>
+#include <thread>
 
 #include "platform/registry/database_internal.h"
 #include "platform/text/collation.h"
@@ -237,7 +238,17 @@ bool CDatabase::IsWritable() const { return database_ == nullptr || sqlite3_db_r
 
 void CDatabase::SetBusyTimeout(int timeoutMs) {
   timeoutMs_ = timeoutMs;
-  if (database_ != nullptr) sqlite3_busy_timeout(database_, timeoutMs);
+  if (database_ != nullptr) sqlite3_busy_handler(database_, Wait, this);
+}
+
+// Looks often: the lock is free for moments only while others write without a pause, and nobody queues for it.
+int CDatabase::Wait(void* database, int looks) noexcept {
+  CDatabase& self = *static_cast<CDatabase*>(database);
+  const auto now = std::chrono::steady_clock::now();
+  if (looks == 0) self.deadline_ = now + std::chrono::milliseconds(self.timeoutMs_);
+  if (now >= self.deadline_) return 0;
+  std::this_thread::sleep_for(std::chrono::microseconds(looks < 20 ? 100 : looks < 200 ? 500 : 2000));
+  return 1;
 }
 
 void CDatabase::Check(int result, const char* doing) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -88,6 +89,7 @@ class CDatabase {
   static constexpr std::size_t kStatementCount = 16;
   class CQuery;
 
+  static int Wait(void* database, int looks) noexcept;
   void Check(int result, const char* doing);
   void Execute(const char* sql, const char* doing);
   std::int64_t ReadNumber(const char* sql);
@@ -102,6 +104,7 @@ class CDatabase {
   std::uint64_t device_ = 0;
   std::uint64_t inode_ = 0;
   int timeoutMs_ = 0;
+  std::chrono::steady_clock::time_point deadline_;
   bool isChecked_ = false;  // it is a registry
   bool isEmpty_ = true;     // it has no tables
   // A transaction for reading begins when more than one statement needs it.
