@@ -3,143 +3,54 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <cstddef>
-#include <initializer_list>
-#include <string>
-#include <utility>
-
 #include "platform/framework/temp_folder_testing.h"
 #include "platform/zorplatform/user_dirs_internal.h"
 
 namespace {
 
-using zorplatform::GetKnownFolder;
+using zorplatform::FindKnownFolder;
 using zorplatform::known_folder_t;
 
-// The environment of a test: only these are set.
-class CEnvironment {
- public:
-  explicit CEnvironment(std::initializer_list<std::pair<const char*, std::string>> variables) {
-    for (std::size_t i = 0; i < std::size(kNames); ++i) {
-      if (const char* const value = ::getenv(kNames[i])) old_[i] = value;
-      ::unsetenv(kNames[i]);
-    }
-    for (const auto& [name, value] : variables) ::setenv(name, value.c_str(), 1);
-  }
-  ~CEnvironment() {
-    for (std::size_t i = 0; i < std::size(kNames); ++i) {
-      old_[i].empty() ? ::unsetenv(kNames[i]) : ::setenv(kNames[i], old_[i].c_str(), 1);
-    }
-  }
-
- private:
-  static constexpr const char* kNames[] = {"HOME",
-                                           "XDG_DATA_HOME",
-                                           "XDG_CONFIG_HOME",
-                                           "XDG_DOCUMENTS_DIR",
-                                           "ZORUTIL_USER_DATA_DIR",
-                                           "ZORUTIL_DOCUMENTS_DIR",
-                                           "ZORUTIL_MACHINE_DATA_DIR"};
-  std::string old_[std::size(kNames)];
-};
-
-TEST(KnownFolders, TakesTheFirstVariableThatNamesAnAbsolutePath) {
-  constexpr auto kUser = known_folder_t::userData, kDocuments = known_folder_t::documents;
-  constexpr auto kMachine = known_folder_t::machineData;
-  const struct {
-    known_folder_t folder;
-    CEnvironment (*environment)();
-    const char* path;
-    const char* source;
-  } cases[] = {
-      {kUser,
-       [] {
-         return CEnvironment{{"HOME", "/h"}};
-       },
-       "\\h\\.local\\share", "the home folder"},
-      {kUser,
-       [] {
-         return CEnvironment{{"HOME", "/h"}, {"XDG_DATA_HOME", "/x/"}};
-       },
-       "\\x", "XDG_DATA_HOME"},
-      {kUser,
-       [] {
-         return CEnvironment{{"HOME", "/h"}, {"XDG_DATA_HOME", "x"}};
-       },
-       "\\h\\.local\\share", "the home folder"},
-      {kUser,
-       [] {
-         return CEnvironment{{"XDG_DATA_HOME", "/x\\y"}, {"HOME", "/h"}};
-       },
-       "\\h\\.local\\share", "the home folder"},
-      {kUser,
-       [] {
-         return CEnvironment{{"HOME", "/x\\y"}};
-       },
-       "", ""},
-      {kUser,
-       [] {
-         return CEnvironment{{"ZORUTIL_USER_DATA_DIR", "/u"}, {"XDG_DATA_HOME", "/x"}};
-       },
-       "\\u", "ZORUTIL_USER_DATA_DIR"},
-      {kDocuments,
-       [] {
-         return CEnvironment{{"HOME", "/h"}};
-       },
-       "\\h\\Documents", "the home folder"},
-      {kDocuments,
-       [] {
-         return CEnvironment{{"HOME", "/h"}, {"XDG_DOCUMENTS_DIR", "/d//"}};
-       },
-       "\\d", "XDG_DOCUMENTS_DIR"},
-      {kMachine,
-       [] {
-         return CEnvironment{{"HOME", "/h"}};
-       },
-       "\\var\\lib", "the system"},
-      {kMachine,
-       [] {
-         return CEnvironment{{"ZORUTIL_MACHINE_DATA_DIR", "/"}};
-       },
-       "\\", "ZORUTIL_MACHINE_DATA_DIR"},
-  };
-  for (const auto& c : cases) {
-    const CEnvironment environment = c.environment();
-    const auto place = zorplatform::FindKnownFolder(c.folder);
-    EXPECT_EQ(place.path, c.path);
-    EXPECT_EQ(place.source, c.source);
-  }
+void SetVariable(const char* name, const char* value) {
+  value == nullptr ? ::unsetenv(name) : ::setenv(name, value, 1);
 }
 
-TEST(KnownFolders, FindsDocumentsWhereTheDesktopSays) {
+TEST(KnownFolders, AreTheFirstThatNameAnAbsolutePath) {
+  // The home folder, the desktop's variable, our own; where data and documents lie.
+  const char* const cases[][5] = {{"/h", nullptr, nullptr, "\\h\\.local\\share", "\\h\\Documents"},
+                                  {"/h", "/x//", nullptr, "\\x", "\\x"},
+                                  {"/h", "x", "", "\\h\\.local\\share", "\\h\\Documents"},
+                                  {"/h", "/a\\b", nullptr, "\\h\\.local\\share", "\\h\\Documents"},
+                                  {"/a\\b", nullptr, nullptr, "", ""},
+                                  {"/h", "/x", "/o/", "\\o", "\\o"}};
+  for (const auto& [home, desktop, own, data, documents] : cases) {
+    SetVariable("HOME", home);
+    for (const char* name : {"XDG_DATA_HOME", "XDG_DOCUMENTS_DIR"}) SetVariable(name, desktop);
+    for (const char* name : {"ZORUTIL_USER_DATA_DIR", "ZORUTIL_DOCUMENTS_DIR"}) SetVariable(name, own);
+    EXPECT_EQ(FindKnownFolder(known_folder_t::userData).path, data);
+    EXPECT_EQ(FindKnownFolder(known_folder_t::documents).path, documents);
+  }
+  EXPECT_EQ(FindKnownFolder(known_folder_t::machineData).path, "\\var\\lib");
+  for (const char* name : {"ZORUTIL_DOCUMENTS_DIR", "XDG_DOCUMENTS_DIR"}) SetVariable(name, nullptr);
   const CTempFolder temp;
   temp.Put("user-dirs.dirs", "XDG_DOCUMENTS_DIR=\"$HOME/Papers\"\n");
-  const CEnvironment environment{{"HOME", "/h"}, {"XDG_CONFIG_HOME", temp.Native().string()}};
-  EXPECT_EQ(GetKnownFolder(known_folder_t::documents), "\\h\\Papers");
+  SetVariable("XDG_CONFIG_HOME", temp.Native().c_str());
+  EXPECT_EQ(FindKnownFolder(known_folder_t::documents).path, "\\h\\Papers");
   zorplatform::SetKnownFolder(known_folder_t::documents, u"\\elsewhere\\");
-  EXPECT_EQ(GetKnownFolder(known_folder_t::documents), "\\elsewhere");
-  zorplatform::SetKnownFolder(known_folder_t::documents, u"");
-  EXPECT_EQ(GetKnownFolder(known_folder_t::documents), "\\h\\Papers");
+  EXPECT_EQ(FindKnownFolder(known_folder_t::documents).path, "\\elsewhere");
 }
 
-TEST(UserDirs, ReadsTheLastGoodLineOfTheName) {
-  const struct {
-    const char* text;
-    const char* path;
-  } cases[] = {
-      {"A=\"/x\"", "/x"},
-      {" A\t= \"$HOME/My \\\"Docs\\\"\" # why", "/h/My \"Docs\""},
-      {"A=\"/x\"\nA=\"/y\"\r\nA=/z\nA=\"z\"\n#A=\"/c\"\nAB=\"/b\"\n", "/y"},
-      {"A=\"$HOME\"", "/h"},
-      {"A=\"$HOMES/x\"", ""},
-      {"A=\"/x", ""},
-      {"A=\"/x\\", ""},
-      {"A=\"/x\\\"", ""},
-      {"A=\"\"", ""},
-      {"A=", ""},
-      {"A", ""},
-  };
-  for (const auto& c : cases) EXPECT_EQ(zorplatform::user_dirs::Find(c.text, "A", "/h"), c.path) << c.text;
+TEST(UserDirs, GivesTheLastGoodLineOfTheName) {
+  const char* const cases[][2] = {{" A\t= \"$HOME/a \\\"b\\\\\" # c", "/h/a \"b\\"},
+                                  {"A=\"/x\"\nA=/y\n#A=\"/z\"\r\nAB=\"/b\"\nA=\"c\"", "/x"},
+                                  {"A=\"/x\"\nA=\"/y\"", "/y"},
+                                  {"A=\"$HOME\"", "/h"},
+                                  {"A=\"$HOMES/x\"", ""},
+                                  {"A=\"/x\\\"", ""},
+                                  {"A=\"/x\\", ""},
+                                  {"A=\"", ""},
+                                  {"A", ""}};
+  for (const auto& [text, path] : cases) EXPECT_EQ(zorplatform::user_dirs::Find(text, "A", "/h"), path) << text;
   EXPECT_EQ(zorplatform::user_dirs::Find("A=\"$HOME/x\"", "A", ""), "");
 }
 

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <filesystem>
 #include <string>
 #include <thread>
 
@@ -17,6 +15,7 @@
 namespace {
 
 namespace fs = std::filesystem;
+using namespace zorutil;
 using zorplatform::known_folder_t;
 
 class ProductIdentity : public testing::Test {
@@ -29,164 +28,96 @@ class ProductIdentity : public testing::Test {
     fs::create_directory(temp_.Native("bin"));
     Start("");
   }
-  ~ProductIdentity() override {
-    Start("");
-    zorplatform::SetAppDir({});
-    for (const auto each : {known_folder_t::userData, known_folder_t::documents, known_folder_t::machineData}) {
-      zorplatform::SetKnownFolder(each, {});
-    }
-  }
-
   // As a process that finds this product file.
   void Start(const std::string& productFile) const {
     temp_.Put("bin/product.ini", productFile);
-    zorplatform::SetApplicationName({});
-    zorplatform::CVersionInfo::SetProgramVersion({});
-    zorutil::identity::Forget();
+    identity::Forget();
   }
-  // A path text without the folder of the test.
+  // A path text without the folder of the test, and with a mark when there is no such folder.
   std::string Rest(const char16_t* path) const {
-    std::string text = CString(path).ToUtf8();
-    const std::string folder = temp_.GetPath().ToUtf8();
-    return text.starts_with(folder) ? text.substr(folder.size()) : text;
-  }
-  static bool Exists(const char16_t* path) {
     std::error_code error;
-    return fs::is_directory(zorplatform::ToNativePath(path), error);
+    const std::string text = CString(path).ToUtf8(), folder = temp_.GetPath().ToUtf8();
+    const bool isThere = fs::is_directory(zorplatform::ToNativePath(path), error);
+    return (text.starts_with(folder) ? text.substr(folder.size()) : text) + (isThere ? "" : "!");
   }
 
   const CTempFolder temp_;
 };
 
 TEST_F(ProductIdentity, ComesFromTheFirstPlaceThatNamesIt) {
-  zorplatform::SetApplicationName(u"Framework");
-  EXPECT_EQ(CString(zorutil::GetProductName()), "Framework");
-  Start("[Product]\nName=Filed\nCompany=Acme\nVersion=6\n");
-  zorplatform::SetApplicationName(u"Framework");
-  EXPECT_EQ(CString(zorutil::GetProductName()), "Filed");
-  EXPECT_EQ(CString(zorutil::GetCompanyName()), "Acme");
-  EXPECT_EQ(CString(zorutil::GetAppVersion()), "V6");
-  const char16_t* const old = zorutil::GetProductName();
-  zorutil::SetProductName(u"FILED");
-  EXPECT_EQ(zorutil::GetProductName(), old) << "letter case aside, it is the same";
-  zorutil::SetProductName(u"Set");
-  EXPECT_EQ(CString(zorutil::GetProductName()), "Set");
-  EXPECT_EQ(CString(old), "Filed") << "what was given out stays";
-
-  for (const char* const version : {"0", "x", "", "0x7"}) {
-    Start(std::string("[Product]\nVersion=") + version + "\n");
-    zorplatform::CVersionInfo::SetProgramVersion({5, 1, 2, 3});
-    EXPECT_EQ(CString(zorutil::GetAppVersion()), "V5") << version;
+  // The product file, the application's name, and what comes of them.
+  const std::string cases[][3] = {{"[Product]\nName=F\nCompany=C\nVersion=6", "A", "F C V6"},
+                                  {"[Product]\nVersion=0", "A", "A Velnora V5"},
+                                  {"[Product]\nVersion=99999999999", "", "util_options_test Velnora V4294967295"},
+                                  {std::string("\xFF\xFE[\0P\0\xD8", 7), "", "util_options_test Velnora V5"}};
+  zorplatform::CVersionInfo::SetProgramVersion({5, 1, 2, 3});
+  for (const auto& [file, application, identity] : cases) {
+    Start(file);
+    zorplatform::SetApplicationName(application);
+    EXPECT_EQ(CString(GetProductName()) + u' ' + GetCompanyName() + u' ' + GetAppVersion(), identity);
   }
-  Start("[Product]\nVersion=99999999999\n");
-  EXPECT_EQ(CString(zorutil::GetAppVersion()), "V4294967295");
-  EXPECT_EQ(CString(zorutil::GetCompanyName()), "Velnora");
-  Start(std::string("\xFF\xFE[\0P\0", 6) + "\xD8");
-  EXPECT_EQ(CString(zorutil::GetProductName()), "util_options_test");
-  EXPECT_EQ(CString(zorutil::GetAppVersion()), "V0");
-  fs::remove(temp_.Native("bin/product.ini"));
-  fs::create_directory(temp_.Native("bin/product.ini"));
-  EXPECT_EQ(CString(zorutil::GetCompanyName()), "Velnora");
-  fs::remove(temp_.Native("bin/product.ini"));
+  const char16_t* const old = GetProductName();
+  SetProductName(u"UTIL_options_test");
+  EXPECT_EQ(GetProductName(), old) << "letter case aside, it is the same";
 }
 
 TEST_F(ProductIdentity, KeepsEveryNameBelowItsBase) {
-  const struct {
-    const char16_t* name;
-    const char* folder;
-  } cases[] = {{u"A/B, C?", "A_B_ C_"}, {u"/,?<>\"|*:", "________:"},
-               {u"..", "__"},           {u"...", "___"},
-               {u". .", "_ _"},         {u"A\\..\\..\\..\\B", "A\\__\\__\\__\\B"},
-               {u"\\..\\", "\\__\\"},   {u"../..", ".._.."},
-               {u"..A", "..A"},         {u"\u00E9\U0001F600", "\u00E9\U0001F600"}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.folder);
-    zorutil::SetProductName(c.name);
-    zorutil::SetCompanyName(c.name);
-    zorutil::SetAppVersion(6);
-    const std::string both = std::string(c.folder) + "\\" + c.folder + "\\V6\\";
-    EXPECT_EQ(Rest(zorutil::GetSharedAppProfileDir(true)), "machine\\" + both);
-    EXPECT_EQ(Rest(zorutil::GetAppProfileDir()), "user\\" + both);
-    EXPECT_TRUE(Exists(zorutil::GetSharedAppProfileDir(false)));
-    const std::string real = fs::canonical(zorplatform::ToNativePath(zorutil::GetAppProfileDir())).string();
-    EXPECT_TRUE(real.starts_with(fs::canonical(temp_.Native("user")).string() + "/")) << real;
-  }
-  EXPECT_EQ(std::distance(fs::directory_iterator(temp_.Native()), {}), 3) << "bin, machine and user";
-
-  // Every name of up to five of these.
-  constexpr std::u16string_view kUnits = u".\\ A";
-  const std::string base = (temp_.Native("machine") / "").string();
+  SetCompanyName(u"../,?<>\"|*:\\..");
+  SetAppVersion(6);
+  SetProductName(u"A/B, C?");
+  EXPECT_EQ(Rest(GetSharedAppProfileDir(true)), "machine\\..________:\\__\\A_B_ C_\\V6\\");
+  EXPECT_EQ(Rest(GetAppProfileDir()), "user\\..________:\\__\\A_B_ C_\\V6\\");
+  constexpr std::u16string_view kUnits = u".\\ A";  // every name of up to five of these
   for (unsigned n = 0; n < 4 * 4 * 4 * 4 * 4; ++n) {
-    CString each;
-    for (unsigned rest = n; rest != 0; rest /= 4) each += kUnits[rest % 4];
-    zorutil::SetProductName(each);
-    const fs::path path = zorplatform::ToNativePath(zorutil::GetSharedAppProfileDir(false)).lexically_normal();
-    if (!path.string().starts_with(base)) ADD_FAILURE() << each << " leads to " << path;
+    CString name;
+    for (unsigned rest = n; rest != 0; rest /= 4) name += kUnits[rest % 4];
+    SetProductName(name);
+    const fs::path path = zorplatform::ToNativePath(GetSharedAppProfileDir(false)).lexically_normal();
+    if (!path.string().starts_with((temp_.Native("machine") / "").string())) ADD_FAILURE() << name << " is " << path;
   }
-
   CString name(u'x', 300);
-  zorutil::SetProductName(name);
-  EXPECT_EQ(CString(zorutil::GetProductName()), name.Left(259));
-  zorutil::GetAppProfileDir();  // no file system takes it: nothing is made, and nothing fails
-  EXPECT_FALSE(Exists(zorutil::GetSharedAppProfileDir(true)));
+  SetProductName(name);
+  EXPECT_EQ(CString(GetProductName()), name.Left(259));
+  EXPECT_TRUE(Rest(GetAppProfileDir()).ends_with("!")) << "no file system takes it, and nothing fails";
   name.Insert(258, u"\U0001F600");
-  zorutil::SetProductName(name);
-  EXPECT_EQ(CString(zorutil::GetProductName()).GetLength(), 258) << "no half of a pair";
+  SetProductName(name);
+  EXPECT_EQ(CString(GetProductName()).GetLength(), 258) << "no half of a pair";
 }
 
-TEST_F(ProductIdentity, AsksNobodyForTheCompanyOfPersonalFolders) {
-  Start("[Product]\nName=P\nCompany=Acme\nVersion=2\n");
-  EXPECT_EQ(Rest(zorutil::GetAppProfileDir()), "user\\\\P\\V2\\");
-  EXPECT_EQ(Rest(zorutil::GetUserProfileDir()), "documents\\\\P\\V2\\");
-  EXPECT_TRUE(Exists(zorutil::GetUserProfileDir()));
-  EXPECT_EQ(Rest(zorutil::GetSharedProfileDir()), "machine\\Acme\\common\\");
-  EXPECT_TRUE(Exists(zorutil::GetSharedProfileDir()));
-  EXPECT_EQ(Rest(zorutil::GetAppProfileDir()), "user\\\\P\\V2\\") << "worked out already";
-  zorutil::SetAppVersion(2);
-  EXPECT_EQ(Rest(zorutil::GetAppProfileDir()), "user\\\\P\\V2\\") << "nothing has changed";
-  EXPECT_EQ(Rest(zorutil::GetAdminSettingsFile()), "machine\\Acme\\P\\V2\\settings.ini");
-  zorutil::SetAppVersion(3);
-  EXPECT_EQ(Rest(zorutil::GetAppProfileDir()), "user\\Acme\\P\\V3\\");
-  EXPECT_EQ(Rest(zorutil::GetUserProfileDir()), "documents\\Acme\\P\\V3\\");
-  EXPECT_EQ(Rest(zorutil::GetProjectBackupDataDir()), "machine\\Acme\\P\\V3\\Project Backups\\");
-  EXPECT_TRUE(Exists(zorutil::GetProjectBackupDataDir()));
-  EXPECT_EQ(Rest(zorutil::GetAdminSettingsFile()), "machine\\Acme\\P\\V2\\settings.ini") << "files stay";
-  EXPECT_EQ(Rest(zorutil::GetUAGatewayFile()), "machine\\Acme\\P\\V3\\ua_gateway.json");
+TEST_F(ProductIdentity, WorksFoldersOutOnceAndAsksNobodyForTheCompanyOfPersonalOnes) {
+  Start("[Product]\nName=P\nCompany=C\nVersion=2\n");
+  EXPECT_EQ(Rest(GetAppProfileDir()), "user\\\\P\\V2\\");
+  EXPECT_EQ(Rest(GetUserProfileDir()), "documents\\\\P\\V2\\");
+  EXPECT_EQ(Rest(GetSharedProfileDir()), "machine\\C\\common\\");
+  EXPECT_EQ(Rest(GetAdminSettingsFile()), "machine\\C\\P\\V2\\settings.ini!");
+  SetAppVersion(2);
+  EXPECT_EQ(Rest(GetAppProfileDir()), "user\\\\P\\V2\\") << "nothing has changed";
+  SetAppVersion(3);
+  EXPECT_EQ(Rest(GetAppProfileDir()), "user\\C\\P\\V3\\");
+  EXPECT_EQ(Rest(GetProjectBackupDataDir()), "machine\\C\\P\\V3\\Project Backups\\");
+  EXPECT_EQ(Rest(GetAdminSettingsFile()), "machine\\C\\P\\V2\\settings.ini!") << "files stay";
 }
 
 TEST_F(ProductIdentity, TakesTheSharedBaseFromTheProductFile) {
   const std::string folder = temp_.Native().string(), pathText = temp_.GetPath().ToUtf8();
-  const struct {
-    std::string appData;
-    std::string base;
-  } cases[] = {{"installdir", "bin\\"},     {pathText + "a", "a\\"},     {pathText + "a\\", "a\\"},
-               {folder + "/a/b", "a\\b\\"}, {pathText + "a,b", "a_b\\"}, {"", "machine\\"},
-               {"rel\\x/y", "rel\\x_y\\"}};
-  for (const auto& c : cases) {
-    Start("[Product]\nName=P\nVersion=1\n[Paths]\nAppData=" + c.appData + "\n");
-    EXPECT_EQ(Rest(zorutil::GetSharedAppProfileDir(false)), c.base + "Velnora\\P\\V1\\") << c.appData;
-    EXPECT_FALSE(Exists(zorutil::GetSharedAppProfileDir(false)));
-    const auto items = zorutil::DescribeProduct();
-    const auto common = std::find_if(items.begin(), items.end(), [](const auto& item) {
-      return item.name == std::string("shared profile directory");
-    });
-    EXPECT_EQ(Rest(common->value), c.base + "Velnora\\common\\");
-    EXPECT_FALSE(Exists(common->value)) << "describing makes nothing";
+  const std::pair<std::string, std::string> cases[] = {{"installdir", "bin"},
+                                                       {pathText + "a\\", "a"},
+                                                       {folder + "/a/b", "a\\b"},
+                                                       {pathText + "a,b", "a_b"},
+                                                       {"rel\\x/y", "rel\\x_y"}};
+  for (const auto& [appData, base] : cases) {
+    Start("[Product]\nName=P\nVersion=1\n[Paths]\nAppData=" + appData + "\n");
+    EXPECT_EQ(Rest(DescribeProduct()[5].value), base + "\\Velnora\\P\\V1\\!");
+    EXPECT_EQ(Rest(GetSharedAppProfileDir(false)), base + "\\Velnora\\P\\V1\\!") << "nothing is made";
   }
 }
 
-TEST_F(ProductIdentity, MayBeAskedFirstByManyThreads) {
-  const auto ask = [] {
-    for (int i = 0; i < 100; ++i) {
-      zorutil::GetAppProfileDir();
-      zorutil::GetAdminSettingsFile();
-      zorutil::GetSharedProfileDir();
-    }
-  };
-  std::thread other(ask);
-  ask();
+TEST_F(ProductIdentity, MayBeAskedFirstByTwoThreads) {
+  std::thread other(GetAdminSettingsFile);
+  GetAppProfileDir();
+  const char16_t* const file = GetAdminSettingsFile();
   other.join();
-  EXPECT_EQ(Rest(zorutil::GetAdminSettingsFile()), "machine\\Velnora\\util_options_test\\V0\\settings.ini");
+  EXPECT_EQ(GetAdminSettingsFile(), file);
 }
 
 }  // namespace
