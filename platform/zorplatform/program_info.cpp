@@ -1,6 +1,8 @@
 #include "platform/zorplatform/program_info.h"
 
 #include <atomic>
+#include <bit>
+#include <cstdint>
 #include <filesystem>
 #include <mutex>
 #include <string_view>
@@ -21,8 +23,8 @@ application_t& Application() {
   return application;
 }
 
-constinit std::atomic<CVersionInfo> programVersion{CVersionInfo()};
-static_assert(std::atomic<CVersionInfo>::is_always_lock_free);
+constinit std::atomic<std::uint64_t> programVersion{0};  // the four numbers
+static_assert(sizeof(CVersionInfo) == sizeof programVersion);
 
 }  // namespace
 
@@ -49,7 +51,11 @@ void SetApplicationName(const CString& name) {
   application.name = name;
 }
 
-CVersionInfo CVersionInfo::GetProgramVersion() noexcept { return programVersion.load(); }
-void CVersionInfo::SetProgramVersion(CVersionInfo version) noexcept { programVersion.store(version); }
+CVersionInfo CVersionInfo::GetProgramVersion() noexcept {
+  return std::bit_cast<CVersionInfo>(programVersion.load(std::memory_order_relaxed));
+}
+void CVersionInfo::SetProgramVersion(CVersionInfo version) noexcept {
+  programVersion.store(std::bit_cast<std::uint64_t>(version), std::memory_order_relaxed);
+}
 
 }  // namespace zorplatform

@@ -2,22 +2,18 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/framework/temp_folder_testing.h"
-#include "platform/registry/registry.h"
 #include "util/options/product_identity.h"
+#include "util/options/product_identity_testing.h"
 
 namespace {
 
 using namespace zorutil;
 
 TEST(GlobalProfile, GivesBackWhatWasWrittenAndNotCleared) {
-  const CTempFolder temp;
-  registry::SetRegistryFile(temp.PathOf("registry.db"));
-  SetCompanyName(u"Acme");
-  SetProductName(u"P");
-  SetAppVersion(6);
+  const CTestProduct product;
+  product.Start("[Product]\nName=P\nCompany=Acme\nVersion=6\n");
   EXPECT_EQ(GetGlobalProfileDWORD(u"S", u"Number", 7), 7u);
-  EXPECT_FALSE(std::filesystem::exists(temp.Native("registry.db"))) << "reading makes nothing";
+  EXPECT_FALSE(std::filesystem::exists(product.temp.Native("registry.db"))) << "reading makes nothing";
   WriteGlobalProfileInt(u"S", u"Number", -2);
   WriteGlobalProfileString(u"S", u"Text", CString(u'x', 1000));
   WriteGlobalProfileString(u"S", u"Null", nullptr);

@@ -11,10 +11,8 @@
 #include <vector>
 
 #include "platform/framework/cstring.h"
-#include "platform/framework/string_array.h"
 #include "platform/framework/temp_folder_testing.h"
-#include "util/options/options.h"
-#include "util/options/options_container.h"
+#include "util/options/options_testing.h"
 
 #if ZORUTIL_BENCH_QT
 #include <QSettings>
@@ -27,14 +25,6 @@ constexpr std::array<const char16_t*, 20> kNames = {u"ScanRate",  u"Timeout", u"
                                                     u"Block",     u"Delay",   u"Demote",  u"DemoteMs", u"Threads",
                                                     u"Queue",     u"Burst",   u"Offset",  u"Swap",     u"Signed",
                                                     u"KeepAlive", u"Nagle",   u"Backlog", u"Trace",    u"Level"};
-
-class CDriverOptions : public COptions {
- public:
-  CDriverOptions() : COptions(u"Driver", LEVEL_2) {}
-  void QueryKeys(CStringArray&) const override {}
-  using COptions::ReadDWord;
-  using COptions::ReadString;
-};
 
 // Loads them from a file.
 template <class Run>
@@ -55,12 +45,12 @@ class COurs {
   struct as_number_t {
     explicit as_number_t(const COurs& ours) : options(ours.options_) {}
     std::uint32_t operator()(std::size_t i) const { return options.ReadDWord(kNames[i], 0); }
-    const CDriverOptions& options;
+    const COpenOptions& options;
   };
   struct as_text_t {
     explicit as_text_t(const COurs& ours) : options(ours.options_) {}
     CString operator()(std::size_t i) const { return options.ReadString(kNames[i], u""); }
-    const CDriverOptions& options;
+    const COpenOptions& options;
   };
   // After each load the container is asked once.
   struct after_load_t {
@@ -69,11 +59,11 @@ class COurs {
       if (i == 0) options.OnSettingsChanged();
       return options.ReadDWord(kNames[i], 0);
     }
-    CDriverOptions& options;
+    COpenOptions& options;
   };
 
  private:
-  CDriverOptions options_;
+  COpenOptions options_{COptions::LEVEL_2, u"Driver"};
 };
 
 #if ZORUTIL_BENCH_QT

@@ -5,44 +5,15 @@
 #include <string>
 #include <thread>
 
-#include "platform/framework/temp_folder_testing.h"
-#include "platform/zorplatform/app_dir.h"
-#include "platform/zorplatform/known_folders.h"
 #include "platform/zorplatform/program_info.h"
 #include "util/options/product_description.h"
-#include "util/options/product_identity_internal.h"
+#include "util/options/product_identity_testing.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using namespace zorutil;
-using zorplatform::known_folder_t;
 
-class ProductIdentity : public testing::Test {
- protected:
-  ProductIdentity() {
-    zorplatform::SetAppDir(temp_.PathOf("bin"));
-    zorplatform::SetKnownFolder(known_folder_t::userData, temp_.PathOf("user"));
-    zorplatform::SetKnownFolder(known_folder_t::documents, temp_.PathOf("documents"));
-    zorplatform::SetKnownFolder(known_folder_t::machineData, temp_.PathOf("machine"));
-    fs::create_directory(temp_.Native("bin"));
-    Start("");
-  }
-  // As a process that finds this product file.
-  void Start(const std::string& productFile) const {
-    temp_.Put("bin/product.ini", productFile);
-    identity::Forget();
-  }
-  // A path text without the folder of the test, and with a mark when there is no such folder.
-  std::string Rest(const char16_t* path) const {
-    std::error_code error;
-    const std::string text = CString(path).ToUtf8(), folder = temp_.GetPath().ToUtf8();
-    const bool isThere = fs::is_directory(zorplatform::ToNativePath(path), error);
-    return (text.starts_with(folder) ? text.substr(folder.size()) : text) + (isThere ? "" : "!");
-  }
-
-  const CTempFolder temp_;
-};
+struct ProductIdentity : testing::Test, CTestProduct {};
 
 TEST_F(ProductIdentity, ComesFromTheFirstPlaceThatNamesIt) {
   // The product file, the application's name, and what comes of them.
@@ -56,9 +27,8 @@ TEST_F(ProductIdentity, ComesFromTheFirstPlaceThatNamesIt) {
     zorplatform::SetApplicationName(application);
     EXPECT_EQ(CString(GetProductName()) + u' ' + GetCompanyName() + u' ' + GetAppVersion(), identity);
   }
-  const char16_t* const old = GetProductName();
   SetProductName(u"UTIL_options_test");
-  EXPECT_EQ(GetProductName(), old) << "letter case aside, it is the same";
+  EXPECT_EQ(CString(GetProductName()), "util_options_test") << "letter case aside, it is the same";
 }
 
 TEST_F(ProductIdentity, KeepsEveryNameBelowItsBase) {
@@ -72,8 +42,8 @@ TEST_F(ProductIdentity, KeepsEveryNameBelowItsBase) {
     CString name;
     for (unsigned rest = n; rest != 0; rest /= 4) name += kUnits[rest % 4];
     SetProductName(name);
-    const fs::path path = zorplatform::ToNativePath(GetSharedAppProfileDir(false)).lexically_normal();
-    if (!path.string().starts_with((temp_.Native("machine") / "").string())) ADD_FAILURE() << name << " is " << path;
+    const std::filesystem::path path = zorplatform::ToNativePath(GetSharedAppProfileDir(false)).lexically_normal();
+    if (!path.string().starts_with((temp.Native("machine") / "").string())) ADD_FAILURE() << name << " is " << path;
   }
   CString name(u'x', 300);
   SetProductName(name);
@@ -99,12 +69,12 @@ TEST_F(ProductIdentity, WorksFoldersOutOnceAndAsksNobodyForTheCompanyOfPersonalO
 }
 
 TEST_F(ProductIdentity, TakesTheSharedBaseFromTheProductFile) {
-  const std::string folder = temp_.Native().string(), pathText = temp_.GetPath().ToUtf8();
-  const std::pair<std::string, std::string> cases[] = {{"installdir", "bin"},
-                                                       {pathText + "a\\", "a"},
-                                                       {folder + "/a/b", "a\\b"},
-                                                       {pathText + "a,b", "a_b"},
-                                                       {"rel\\x/y", "rel\\x_y"}};
+  const std::string native = temp.Native().string(), text = temp.GetPath().ToUtf8();
+  const std::string cases[][2] = {{"installdir", "bin"},
+                                  {text + "a\\", "a"},
+                                  {native + "/a/b", "a\\b"},
+                                  {text + "a,b", "a_b"},
+                                  {"r\\x/y", "r\\x_y"}};
   for (const auto& [appData, base] : cases) {
     Start("[Product]\nName=P\nVersion=1\n[Paths]\nAppData=" + appData + "\n");
     EXPECT_EQ(Rest(DescribeProduct()[5].value), base + "\\Velnora\\P\\V1\\!");
