@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/framework/file.h"
 #include "platform/framework/string_array.h"
 #include "platform/zorplatform/file_search.h"
 #include "platform/zorplatform/ini_file.h"
@@ -71,7 +72,7 @@ std::vector<level_file_t> LevelFiles(const CCall& call) {
 
 // A missing file, which a program takes for an empty one, is what a user asks for help with.
 void Load(const level_file_t& file) {
-  ReadWholeFile(file.path);
+  CFile(FileText(file.path), CFile::modeRead).Close();
   COptionsContainer::GetInstance().LoadSettings(file.level, FileText(file.path));
 }
 

@@ -1,6 +1,7 @@
 // utilctl product: who a product is, and where it keeps its files.
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "platform/zorplatform/app_dir.h"
@@ -17,6 +18,7 @@ exit_t ShowProduct(CCall& call) {
   if (call.Has("--app-dir")) {
     std::error_code error;
     const std::filesystem::path folder = std::filesystem::absolute(call.Get("--app-dir"), error);
+    if (!std::filesystem::is_directory(folder, error)) throw usage_error_t("--app-dir: there is no such folder");
     zorplatform::SetAppDir(FolderText(folder.lexically_normal().string()));
   }
   json::array_t list;
