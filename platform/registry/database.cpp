@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <iterator>
 #include <new>
 #include <system_error>
@@ -13,8 +14,6 @@
 #include "platform/text/collation.h"
 
 namespace registry {
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -108,8 +107,8 @@ constexpr const char* kStatements[] = {
     TREE "DELETE FROM keys WHERE id IN tree",
     "SELECT type, data FROM vals WHERE key = ?1 AND name = ?2",
     "SELECT name, type, data FROM vals WHERE key = ?1 ORDER BY name",
-    "INSERT INTO vals VALUES(?1, ?2, ?3, ?4)"
-    " ON CONFLICT(key, name) DO UPDATE SET type = excluded.type, data = excluded.data",
+    ("INSERT INTO vals VALUES(?1, ?2, ?3, ?4)"
+     " ON CONFLICT(key, name) DO UPDATE SET type = excluded.type, data = excluded.data"),
     "DELETE FROM vals WHERE key = ?1 AND name = ?2",
 };
 #undef TREE
@@ -185,20 +184,20 @@ class CDatabase::CQuery {
 
 // --- the connection ------------------------------------------------------------------------------------------------
 
-CDatabase::CDatabase(const fs::path& file, purpose_t purpose) : fileText_(file.string()) {
+CDatabase::CDatabase(const std::string& file, purpose_t purpose) : file_(file) {
   struct stat found {};
   if (::stat(file.c_str(), &found) != 0) {
     const int error = errno;
     const bool isMissing = error == ENOENT || error == ENOTDIR;
-    if (!isMissing) Fail(CodeOfSystemError(error), fileText_, "open", TextOfSystemError(error));
+    if (!isMissing) Fail(CodeOfSystemError(error), file_, "open", TextOfSystemError(error));
     if (purpose != purpose_t::make) return;
     std::error_code failed;
-    fs::create_directories(file.parent_path(), failed);
-    if (failed) Fail(CodeOfSystemError(failed.value()), fileText_, "make its folder", failed.message());
+    std::filesystem::create_directories(std::filesystem::path(file).parent_path(), failed);
+    if (failed) Fail(CodeOfSystemError(failed.value()), file_, "make its folder", failed.message());
   } else if (!S_ISREG(found.st_mode)) {
-    Fail(code_t::badDatabase, fileText_, "open", "not a regular file");
+    Fail(code_t::badDatabase, file_, "open", "not a regular file");
   } else if (found.st_size == 1) {
-    Fail(code_t::badDatabase, fileText_, "open", "not a registry");  // what the database takes for empty
+    Fail(code_t::badDatabase, file_, "open", "not a registry");  // what the database takes for empty
   } else if (found.st_size == 0 && purpose != purpose_t::make) {
     return;
   }
@@ -228,9 +227,9 @@ CDatabase::~CDatabase() {
   sqlite3_close_v2(database_);
 }
 
-bool CDatabase::IsCurrent(const fs::path& file, purpose_t purpose) const {
+bool CDatabase::IsCurrent(const std::string& file, purpose_t purpose) const {
   struct stat found {};
-  return database_ != nullptr && (purpose == purpose_t::read || IsWritable()) && file.native() == fileText_ &&
+  return database_ != nullptr && (purpose == purpose_t::read || IsWritable()) && file == file_ &&
          ::stat(file.c_str(), &found) == 0 && found.st_dev == device_ && found.st_ino == inode_ && found.st_size != 0;
 }
 
@@ -263,21 +262,20 @@ void CDatabase::Check(int result, const char* doing) {
     case SQLITE_NOMEM: throw std::bad_alloc();
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
-      Fail(code_t::lockViolation, fileText_, doing,
+      Fail(code_t::lockViolation, file_, doing,
            "another program has locked it for longer than " + std::to_string(timeoutMs_) + " ms");
     case SQLITE_READONLY:
-      Fail(code_t::accessDenied, fileText_, doing,
+      Fail(code_t::accessDenied, file_, doing,
            result == SQLITE_READONLY_ROLLBACK
                ? "a write that was broken off must be put back by a program that may write"
                : "this program may only read it");
     case SQLITE_PERM:
-    case SQLITE_AUTH: Fail(code_t::accessDenied, fileText_, doing, cause);
-    case SQLITE_FULL: Fail(code_t::diskFull, fileText_, doing, "the disk is full");
-    case SQLITE_TOOBIG: Fail(code_t::invalidParameter, fileText_, doing, "too long");
+    case SQLITE_AUTH: Fail(code_t::accessDenied, file_, doing, cause);
+    case SQLITE_FULL: Fail(code_t::diskFull, file_, doing, "the disk is full");
+    case SQLITE_TOOBIG: Fail(code_t::invalidParameter, file_, doing, "too long");
     case SQLITE_CANTOPEN:
-    case SQLITE_IOERR:
-      Fail(CodeOfSystemError(system), fileText_, doing, system == 0 ? cause : TextOfSystemError(system));
-    default: Fail(code_t::badDatabase, fileText_, doing, "not a registry, or damaged (" + cause + ")");
+    case SQLITE_IOERR: Fail(CodeOfSystemError(system), file_, doing, system == 0 ? cause : TextOfSystemError(system));
+    default: Fail(code_t::badDatabase, file_, doing, "not a registry, or damaged (" + cause + ")");
   }
 }
 
@@ -295,10 +293,10 @@ std::int64_t CDatabase::ReadNumber(const char* sql) {
   return number;
 }
 
-void CDatabase::Begin(purpose_t purpose) {
+void CDatabase::Begin(purpose_t purpose, bool isOneCall) {
   const bool forWriting = purpose != purpose_t::read;
   if (database_ == nullptr) return;
-  mayBegin_ = !forWriting && isChecked_;
+  mayBegin_ = isOneCall && !forWriting && isChecked_;
   if (mayBegin_) return;
   if (!isChecked_) {
     // Outside of a transaction, where they count. The encoding is that of a file that is yet to be made.
@@ -317,14 +315,14 @@ void CDatabase::Begin(purpose_t purpose) {
     isEmpty_ = !forWriting;
     if (forWriting) MakeTables();
   } else if (id != kApplicationId) {
-    Fail(code_t::badDatabase, fileText_, "open", "a database, but not a registry");
+    Fail(code_t::badDatabase, file_, "open", "a database, but not a registry");
   } else if (form != kForm) {
-    Fail(code_t::badDatabase, fileText_, "open",
+    Fail(code_t::badDatabase, file_, "open",
          "a registry of form " + std::to_string(form) + ", and this program knows form " + std::to_string(kForm));
-  } else if (struct stat found{}; ::stat(fileText_.c_str(), &found) == 0 &&
+  } else if (struct stat found{}; ::stat(file_.c_str(), &found) == 0 &&
                                   found.st_size < ReadNumber("PRAGMA page_count") * ReadNumber("PRAGMA page_size")) {
     // The database takes what is missing of its last page for zeros.
-    Fail(code_t::badDatabase, fileText_, "open", "a part of the file is missing");
+    Fail(code_t::badDatabase, file_, "open", "a part of the file is missing");
   }
   isChecked_ = !isEmpty_;
 }
@@ -434,7 +432,7 @@ CDatabase::found_t CDatabase::ReadValue(hive_t hive, std::u16string_view path, s
   if (!key) return noKey;
   const found_t found = *read(*key, false);
   if (isAlone) {
-    constexpr std::size_t kMaxPlaces = 64;
+    constexpr std::size_t kMaxPlaces = 256;
     if (places.size() == kMaxPlaces || GetVersion() != placesVersion_) {
       for (auto& each : places_) each.clear();
       placesVersion_ = GetVersion();

@@ -5,7 +5,6 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <map>
 #include <optional>
@@ -52,19 +51,20 @@ class CDatabase {
   using take_value_t = std::function<void(std::uint32_t type, std::span<const std::uint8_t> bytes)>;
 
   /// Opens the file, and with `make` makes it and its folder. What is no registry is found out by Begin.
-  CDatabase(const std::filesystem::path& file, purpose_t purpose);
+  CDatabase(const std::string& file, purpose_t purpose);
   CDatabase(const CDatabase&) = delete;
   CDatabase& operator=(const CDatabase&) = delete;
   ~CDatabase();
 
   /// Whether it is still what opening the file anew would give.
-  bool IsCurrent(const std::filesystem::path& file, purpose_t purpose) const;
+  bool IsCurrent(const std::string& file, purpose_t purpose) const;
   /// Nothing is known against it where there is no file.
   bool IsWritable() const;
-  const std::string& GetFile() const noexcept { return fileText_; }
+  const std::string& GetFile() const noexcept { return file_; }
   void SetBusyTimeout(int timeoutMs);
 
-  void Begin(purpose_t purpose);
+  /// `isOneCall`: it may begin later, or not at all, when a single statement is all that is read.
+  void Begin(purpose_t purpose, bool isOneCall);
   void Commit();
   void Rollback() noexcept;
 
@@ -99,7 +99,7 @@ class CDatabase {
   unsigned GetVersion();
   std::optional<key_id_t> FindSubkey(key_id_t parent, std::u16string_view name);
 
-  std::string fileText_;
+  std::string file_;
   sqlite3* database_ = nullptr;  // null: an empty registry
   std::uint64_t device_ = 0;
   std::uint64_t inode_ = 0;
@@ -107,8 +107,7 @@ class CDatabase {
   std::chrono::steady_clock::time_point deadline_;
   bool isChecked_ = false;  // it is a registry
   bool isEmpty_ = true;     // it has no tables
-  // A transaction for reading begins when more than one statement needs it.
-  bool mayBegin_ = false;
+  bool mayBegin_ = false;   // the transaction begins when more than one statement needs it
   // Where the keys of values that were read lately are, as long as nobody has written.
   std::array<std::map<std::u16string, key_id_t, std::less<>>, 2> places_;
   unsigned placesVersion_ = 0;

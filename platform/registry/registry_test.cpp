@@ -270,10 +270,12 @@ TEST_F(Registry, ATransactionIsWrittenWholeOrNotAtAll) {
   EXPECT_EQ(Get(u"v"), 1U);
   EXPECT_EQ(CKey().Open(HKEY_LOCAL_MACHINE, u"new").code, code_t::fileNotFound);
   CTransaction reading;
+  EXPECT_TRUE(key.Open(HKEY_LOCAL_MACHINE, kBase, KEY_READ_WRITE));
+  EXPECT_EQ(Get(u"v"), 1U);  // and now its place is known
   EXPECT_TRUE(reading.Begin(CTransaction::read));
   EXPECT_EQ(Get(u"v"), 1U);
-  key = {};
-  EXPECT_TRUE(key.Open(HKEY_LOCAL_MACHINE, kBase, KEY_READ_WRITE));
+  std::thread([&] { EXPECT_EQ(Set(key, u"v", 7), code_t::lockViolation); }).join();
+  EXPECT_EQ(Get(u"v"), 1U);
   EXPECT_EQ(Set(key, u"v", 3), code_t::accessDenied);
   EXPECT_TRUE(reading.Commit());
   CTransaction writing;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/registry/store_internal.h"
+#include "platform/text/collation.h"
 #include "platform/text/utf.h"
 
 namespace registry {
@@ -261,12 +262,10 @@ class CParser {
     } else {
       path = CString(inside);
     }
-    const int first = path.Find(u'\\');
-    const CString name = first < 0 ? path : path.Left(first);
-    const auto* const hive = std::ranges::find_if(kHives, [&](hive_t each) { return name == GetHiveName(each); });
-    if (hive == kHives.end()) throw fault_t{"a path begins with HKEY_LOCAL_MACHINE or HKEY_USERS"};
-    if (first >= 0 && first + 1 == path.GetLength()) throw fault_t{"the path ends in \\"};
-    key_values_t key{*hive, first < 0 ? CString() : path.Mid(first + 1), {}};
+    key_values_t key;
+    if (!SplitPath(path, key.hive, key.path)) {
+      throw fault_t{"a path begins with HKEY_LOCAL_MACHINE or HKEY_USERS, and does not end in \\"};
+    }
     if (const status_t status = CheckPath(key.hive, key.path); !status) throw fault_t{status.text};
     keys_.push_back(std::move(key));
   }
@@ -346,6 +345,22 @@ status_t Together(CTransaction::kind_t kind, Work work) {
 }
 
 }  // namespace
+
+bool SplitPath(std::u16string_view whole, hive_t& hive, CString& path) {
+  const std::size_t end = whole.find(u'\\');
+  const auto* const found = std::ranges::find_if(
+      kHives, [&](hive_t each) { return collation::CompareNoCase(whole.substr(0, end), GetHiveName(each)) == 0; });
+  if (found == kHives.end() || whole.ends_with(u'\\')) return false;
+  hive = *found;
+  path = end == whole.npos ? CString() : CString(whole.substr(end + 1));
+  return true;
+}
+
+std::string PrintValue(const named_value_t& value) {
+  std::string out;
+  AppendValue(out, value);
+  return out;
+}
 
 std::string PrintText(std::span<const key_values_t> keys) {
   std::string out = std::string(kFirstLine) + '\n';

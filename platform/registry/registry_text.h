@@ -44,6 +44,13 @@ struct text_problem_t {
   std::string cause;
 };
 
+/// "HKEY_USERS\a\b" taken apart; the letter case of the hive does not count. False, with nothing set, when the text
+/// begins with no hive or ends in "\".
+ZORPLATFORM_API bool SplitPath(std::u16string_view whole, hive_t& hive, CString& path);
+
+/// The line, or lines, of a value, as in PrintText.
+ZORPLATFORM_API std::string PrintValue(const named_value_t& value);
+
 ZORPLATFORM_API std::string PrintText(std::span<const key_values_t> keys);
 
 /// The keys of a text, in its order. When there are problems there are no keys; the first 100 problems are told.

@@ -77,9 +77,9 @@ TEST(RegistryText, NamesTheLineOfEveryFault) {
     const char* cause;
   } cases[] = {{"[HKEY_USERS\\a", "the closing ] is missing"},
                {"[", "the closing ] is missing"},
-               {"[HKEY_USER\\a]", "a path begins with HKEY_LOCAL_MACHINE or HKEY_USERS"},
-               {"[HKEY_USERS\\]", "the path ends in \\"},
-               {"[HKEY_USERS\\a\\\\b]", "HKEY_USERS\\a\\\\b: each name in a path has 1 to 255 characters, none NUL"},
+               {"[HKEY_USER\\a]", "a path begins with HKEY_LOCAL_MACHINE or HKEY_USERS, and does not end in \\"},
+               {"[HKEY_USERS\\]", "a path begins with HKEY_LOCAL_MACHINE or HKEY_USERS, and does not end in \\"},
+               {"[hkey_users\\a\\\\b]", "HKEY_USERS\\a\\\\b: each name in a path has 1 to 255 characters, none NUL"},
                {"[\"HKEY_USERS\" x]", "something stands behind the path"},
                {"v = REG_SZ \"\"", "expected the name of a value in quotes"},
                {"\"v REG_SZ", "the closing quote is missing"},

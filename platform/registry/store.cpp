@@ -7,6 +7,7 @@
 #include <cassert>
 #include <chrono>
 #include <condition_variable>
+#include <filesystem>
 #include <mutex>
 #include <system_error>
 #include <utility>
@@ -20,10 +21,11 @@ namespace {
 constexpr std::size_t kMaxIdle = 4;
 constexpr std::chrono::milliseconds kForkPatience{100};
 
-std::filesystem::path StandardFile() {
+// Of the system, as all places here.
+std::string StandardFile() {
   std::error_code failed;
   const char* const asked = ::secure_getenv("ZORUTIL_REGISTRY_FILE");
-  if (asked != nullptr && *asked != '\0') return std::filesystem::absolute(asked, failed);
+  if (asked != nullptr && *asked != '\0') return std::filesystem::absolute(asked, failed).string();
   return "/var/lib/zorutil/registry.db";
 }
 
@@ -32,7 +34,7 @@ struct pool_t {
   std::mutex mutex;
   std::condition_variable quiet;
   std::vector<std::unique_ptr<CDatabase>> idle;
-  std::filesystem::path place;  // as it was set; empty for the standard
+  std::string place;  // as it was set; empty for the standard
   int timeoutMs = 5000;
   int inUse = 0;
   // What the process had before it was forked: never touched again, for the locks on the file are the parent's.
@@ -77,19 +79,18 @@ pool_t& Pool() {
   return *thePool.load(std::memory_order_acquire);
 }
 
-std::filesystem::path PlaceOf(const pool_t& pool) { return pool.place.empty() ? StandardFile() : pool.place; }
+std::string PlaceOf(const pool_t& pool) { return pool.place.empty() ? StandardFile() : pool.place; }
 
 // A connection for as long as a call or a transaction lasts.
 class CLoan {
  public:
   explicit CLoan(purpose_t purpose) : pool_(&Pool()) {
-    std::filesystem::path file;
-    std::unique_ptr<CDatabase> stale;
+    std::string file;
     int timeoutMs = 0;
     {
       const std::lock_guard guard(pool_->mutex);
       file = PlaceOf(*pool_);
-      if (pool_->isUnsafe) Fail(code_t::invalidHandle, file.string(), "forked while the registry was in use");
+      if (pool_->isUnsafe) Fail(code_t::invalidHandle, file, "forked while the registry was in use");
       timeoutMs = pool_->timeoutMs;
       if (!pool_->idle.empty()) {
         database_ = std::move(pool_->idle.back());
@@ -179,7 +180,7 @@ status_t RunIn(transaction_t& transaction, purpose_t purpose, const work_t& work
 status_t RunAlone(purpose_t purpose, const work_t& work) {
   CLoan loan(purpose);
   try {
-    loan.Get().Begin(purpose);
+    loan.Get().Begin(purpose, true);
     status_t status = work(loan.Get());
     if (status || purpose == purpose_t::read) loan.Get().Commit();
     return status;
@@ -216,7 +217,7 @@ status_t CTransaction::Begin(kind_t kind) {
     }
     auto begun = std::make_unique<state_t>(kind == write ? purpose_t::make : purpose_t::read);
     try {
-      begun->loan.Get().Begin(begun->purpose);
+      begun->loan.Get().Begin(begun->purpose, false);
     } catch (...) {
       begun->loan.Spoil();
       throw;
@@ -257,8 +258,8 @@ CString GetRegistryFile() {
 
 void SetRegistryFile(const CString& path) {
   std::error_code failed;
-  std::filesystem::path place;
-  if (!path.IsEmpty()) place = std::filesystem::absolute(zorplatform::ToNativePath(path), failed);
+  std::string place;
+  if (!path.IsEmpty()) place = std::filesystem::absolute(zorplatform::ToNativePath(path), failed).string();
   pool_t& pool = Pool();
   const std::lock_guard guard(pool.mutex);
   pool.place.swap(place);

@@ -30,4 +30,11 @@ exit_t ExplainOption(CCall& call);
 
 exit_t ShowProduct(CCall& call);
 
+exit_t GetRegistryValue(CCall& call);
+exit_t SetRegistryValue(CCall& call);
+exit_t DeleteFromRegistry(CCall& call);
+exit_t ListRegistryKey(CCall& call);
+exit_t ExportRegistry(CCall& call);
+exit_t ImportRegistry(CCall& call);
+
 }  // namespace utilctl

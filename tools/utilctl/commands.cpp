@@ -20,7 +20,10 @@ const option_t kModuleFolder{"--folder", "DIR", kFolder, "Where the language fil
 const option_t kSettings{"--file", "FILE", kFile, "The settings file of the level", true};
 const option_t kLevel{"--level", "N", kText, "The level that the file is, 0 to 3; 0 by default"};
 const argument_t kSection{"SECTION", kText, count_t::one, "The section; letter case does not count"};
-const argument_t kKey{"KEY", kText, count_t::one, "The name of the value; letter case does not count"};
+const argument_t kSetting{"KEY", kText, count_t::one, "The name of the value; letter case does not count"};
+const option_t kRegistryFile{"--file", "FILE", kFile, "The file of the registry; that of the machine by default"};
+const argument_t kKey{"KEY", kText, count_t::one, "The key, from HKEY_LOCAL_MACHINE or HKEY_USERS on"};
+const argument_t kValueName{"NAME", kText, count_t::optional, "The name of the value; without it the default value"};
 const argument_t kDir{"DIR", kFolder, count_t::optional,
                       "The folder; that of the program's own definitions by default"};
 
@@ -32,7 +35,8 @@ const std::vector<group_t>& GetGroups() {
                                            {"value", "Values: convert and format them"},
                                            {"message", "Messages and language files"},
                                            {"options", "Settings: read, change and explain them"},
-                                           {"product", "The product: its name, folders and files"}};
+                                           {"product", "The product: its name, folders and files"},
+                                           {"registry", "The machine-wide registry: look at it, change it, keep it"}};
   return groups;
 }
 
@@ -166,17 +170,17 @@ const std::vector<command_t>& GetCommands() {
        "Show the value of a setting",
        "utilctl options get Scan RateMs --file runtime.ini",
        "What a program reads. Without --default, a value that is not there is a finding.",
-       {kSection, kKey},
+       {kSection, kSetting},
        {kSettings, kLevel, {"--default", "TEXT", kText, "What a program would take for a missing value"}},
        GetOption},
       {"options",
        "set",
        "Change a setting",
        "utilctl options set Scan RateMs 250 --file runtime.ini",
-       "Makes the file if it is missing. One line changes, the others stay, comments too; a program that reads sees "
+       "Makes the file if it is missing. One line changes, the others stay, comments too. A program that reads sees "
        "the "
        "old file or the new one.",
-       {kSection, kKey, {"VALUE", kText, count_t::one, "The new value; one that begins with - stands behind --"}},
+       {kSection, kSetting, {"VALUE", kText, count_t::one, "The new value; one that begins with - stands behind --"}},
        {kSettings, kLevel},
        SetOption},
       {"options",
@@ -199,10 +203,9 @@ const std::vector<command_t>& GetCommands() {
        "explain",
        "Tell where the value of a setting comes from",
        "utilctl options explain Scan RateMs --level 1 --file runtime.ini --level 0 --file settings.ini",
-       "File and line, and how a program takes the value. Of several levels the first is the one that the program "
-       "asks; "
-       "what stands in the others is shown, and has no effect on it.",
-       {kSection, kKey},
+       "File and line, and how a program takes the value. Of several levels the first is the one that is asked. What "
+       "stands in the others is shown, and has no effect on it.",
+       {kSection, kSetting},
        {{"--file", "FILE", kFile, "The settings file of a level", true, true},
         {"--level", "N", kText, "The level that the file is, 0 to 3; 0 by default", false, true}},
        ExplainOption},
@@ -213,7 +216,63 @@ const std::vector<command_t>& GetCommands() {
        "In the system's own form, each with where it comes from. Nothing is made.",
        {},
        {{"--app-dir", "DIR", kFolder, "The folder of the product's programs; that of this one by default"}},
-       ShowProduct}};
+       ShowProduct},
+      {"registry",
+       "get",
+       "Show the data of a value",
+       "utilctl registry get 'HKEY_LOCAL_MACHINE\\Software\\Acme\\Gateway' Port",
+       "A number in decimal digits, a text as it is, a list with a line for each text, bytes in hexadecimal digits. "
+       "Data "
+       "that is not what its type says is a finding.",
+       {kKey, kValueName},
+       {kRegistryFile},
+       GetRegistryValue},
+      {"registry",
+       "set",
+       "Make or replace a value, and the key if it is missing",
+       "utilctl registry set 'HKEY_LOCAL_MACHINE\\Software\\Acme\\Gateway' Port 49320 --type REG_DWORD",
+       "Bytes are given in hexadecimal digits; a list takes any number of texts, the other types one. A text that "
+       "begins "
+       "with - stands behind --.",
+       {kKey,
+        {"NAME", kText, count_t::one, "The name of the value; '' is the default value of the key"},
+        {"DATA", kText, count_t::many, "The number, text or bytes"}},
+       {{"--type", "TYPE", kText, "REG_SZ, which is the default, REG_EXPAND_SZ, REG_DWORD, REG_BINARY or REG_MULTI_SZ"},
+        kRegistryFile},
+       SetRegistryValue},
+      {"registry",
+       "delete",
+       "Delete a value, or a key",
+       "utilctl registry delete 'HKEY_LOCAL_MACHINE\\Software\\Acme' --tree",
+       "A key that has subkeys is deleted with --tree only.",
+       {kKey, {"NAME", kText, count_t::optional, "The name of the value; without it the key is deleted"}},
+       {{"--tree", nullptr, kNone, "The key with everything beneath it"}, kRegistryFile},
+       DeleteFromRegistry},
+      {"registry",
+       "list",
+       "List the subkeys and values of a key",
+       "utilctl registry list 'HKEY_LOCAL_MACHINE\\Software\\Acme'",
+       "Subkeys end in \\; values stand as in an export.",
+       {kKey},
+       {kRegistryFile},
+       ListRegistryKey},
+      {"registry",
+       "export",
+       "Write a key and everything beneath it as text",
+       "utilctl registry export 'HKEY_LOCAL_MACHINE\\Software\\Acme' --out acme.txt",
+       "UTF-8 that can be edited, and that import reads back without a loss. It is the state of one moment.",
+       {kKey},
+       {{"--out", "FILE", kFile, "Write there instead of to standard output; the file is replaced whole"},
+        kRegistryFile},
+       ExportRegistry},
+      {"registry",
+       "import",
+       "Read keys and values from a text",
+       "utilctl registry import acme.txt",
+       "All of it is written, or nothing. What is there besides stays. Every wrong line is told.",
+       {{"FILE", kFile, count_t::one, "The text that export wrote; - is standard input"}},
+       {{"--check", nullptr, kNone, "Tell what is wrong, and write nothing"}, kRegistryFile},
+       ImportRegistry}};
   return commands;
 }
 
@@ -234,6 +293,8 @@ const char* GetIntroduction() {
   return "Example: utilctl defs compile channel.json --out build/Properties\n\n"
          "Makes and checks what programs of the family read: definitions of properties, JSON, values, messages, "
          "settings.";
+  "Makes and checks what programs of the family read: definitions of properties, JSON, values, messages,\n"
+  "the registry.";
 }
 
 const char* GetExitCodes() {
