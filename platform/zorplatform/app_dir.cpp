@@ -27,11 +27,17 @@ CString AsDirectory(const std::filesystem::path& path) {
   return text;
 }
 
+constexpr char kVariable[] = "ZORUTIL_APP_DIR";
+
+// Null when the environment does not say.
+const char* AskedDirectory() {
+  const char* const asked = ::secure_getenv(kVariable);
+  return asked != nullptr && *asked != '\0' ? asked : nullptr;
+}
+
 CString StandardDirectory() {
   std::error_code error;
-  if (const char* const asked = ::secure_getenv("ZORUTIL_APP_DIR"); asked != nullptr && *asked != '\0') {
-    return AsDirectory(std::filesystem::absolute(asked, error));
-  }
+  if (const char* const asked = AskedDirectory()) return AsDirectory(std::filesystem::absolute(asked, error));
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
   return AsDirectory(error ? std::filesystem::current_path(error) : program.parent_path());
 }
@@ -45,6 +51,15 @@ CString GetAppDir() {
     if (!redirection.directory.IsEmpty()) return redirection.directory;
   }
   return StandardDirectory();
+}
+
+std::string GetAppDirSource() {
+  redirection_t& redirection = Redirection();
+  {
+    const std::lock_guard guard(redirection.mutex);
+    if (!redirection.directory.IsEmpty()) return "the program";
+  }
+  return AskedDirectory() != nullptr ? kVariable : "the folder of the program's file";
 }
 
 void SetAppDir(const CString& directory) {

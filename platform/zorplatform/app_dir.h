@@ -8,6 +8,8 @@
 // threads, as long as none changes the environment.
 #pragma once
 
+#include <string>
+
 #include "platform/export.h"
 #include "platform/framework/cstring.h"
 
@@ -15,6 +17,8 @@ namespace zorplatform {
 
 /// A path text that ends in "\".
 ZORPLATFORM_API CString GetAppDir();
+/// Which of the three it is, for people: "ZORUTIL_APP_DIR".
+ZORPLATFORM_API std::string GetAppDirSource();
 /// From now on the directory of the whole process. An empty text takes the redirection back.
 ZORPLATFORM_API void SetAppDir(const CString& directory);
 

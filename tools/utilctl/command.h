@@ -22,6 +22,7 @@ struct option_t {
   value_kind_t kind;
   const char* help;
   bool isRequired = false;
+  bool isMany = false;  ///< may be given several times
 };
 
 struct argument_t {

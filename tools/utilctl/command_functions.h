@@ -23,6 +23,14 @@ exit_t ShowMessage(CCall& call);
 exit_t LintMessages(CCall& call);
 
 exit_t CheckAddress(CCall& call);
+exit_t GetOption(CCall& call);
+exit_t SetOption(CCall& call);
+exit_t UnsetOption(CCall& call);
+exit_t ListOptions(CCall& call);
+exit_t ExplainOption(CCall& call);
+
+exit_t ShowProduct(CCall& call);
+
 exit_t GetRegistryValue(CCall& call);
 exit_t SetRegistryValue(CCall& call);
 exit_t DeleteFromRegistry(CCall& call);

@@ -17,6 +17,10 @@ const option_t kDefinitions{"--definitions", "DIR", kFolder,
 const option_t kIndent{"--indent", "N", kText, "Blanks for each level; 0 writes everything on one line"};
 const option_t kInPlace{"--in-place", nullptr, kNone, "Replace the file instead of writing to standard output"};
 const option_t kModuleFolder{"--folder", "DIR", kFolder, "Where the language files of the module lie"};
+const option_t kSettings{"--file", "FILE", kFile, "The settings file of the level", true};
+const option_t kLevel{"--level", "N", kText, "The level that the file is, 0 to 3; 0 by default"};
+const argument_t kSection{"SECTION", kText, count_t::one, "The section; letter case does not count"};
+const argument_t kSetting{"KEY", kText, count_t::one, "The name of the value; letter case does not count"};
 const option_t kRegistryFile{"--file", "FILE", kFile, "The file of the registry; that of the machine by default"};
 const argument_t kKey{"KEY", kText, count_t::one, "The key, from HKEY_LOCAL_MACHINE or HKEY_USERS on"};
 const argument_t kValueName{"NAME", kText, count_t::optional, "The name of the value; without it the default value"};
@@ -31,6 +35,8 @@ const std::vector<group_t>& GetGroups() {
                                            {"value", "Values: convert and format them"},
                                            {"message", "Messages and language files"},
                                            {"address", "IPv4 addresses: check and resolve them"},
+                                           {"options", "Settings: read, change and explain them"},
+                                           {"product", "The product: its name, folders and files"},
                                            {"registry", "The machine-wide registry: look at it, change it, keep it"}};
   return groups;
 }
@@ -170,6 +176,58 @@ const std::vector<command_t>& GetCommands() {
        {{"TEXT", kText, count_t::one, "The address"}},
        {{"--resolve", nullptr, kNone, "Ask the system for the addresses of a host name"}},
        CheckAddress},
+      {"options",
+       "get",
+       "Show the value of a setting",
+       "utilctl options get Scan RateMs --file runtime.ini",
+       "What a program reads. Without --default, a value that is not there is a finding.",
+       {kSection, kSetting},
+       {kSettings, kLevel, {"--default", "TEXT", kText, "What a program would take for a missing value"}},
+       GetOption},
+      {"options",
+       "set",
+       "Change a setting",
+       "utilctl options set Scan RateMs 250 --file runtime.ini",
+       "Makes the file if it is missing. One line changes, the others stay, comments too. A program that reads sees "
+       "the "
+       "old file or the new one.",
+       {kSection, kSetting, {"VALUE", kText, count_t::one, "The new value; one that begins with - stands behind --"}},
+       {kSettings, kLevel},
+       SetOption},
+      {"options",
+       "unset",
+       "Remove a setting, or a whole section",
+       "utilctl options unset Scan RateMs --file runtime.ini",
+       "A program then takes its own default.",
+       {kSection, {"KEY", kText, count_t::optional, "The name of the value; the whole section by default"}},
+       {kSettings, kLevel},
+       UnsetOption},
+      {"options",
+       "list",
+       "List settings",
+       "utilctl options list --file runtime.ini",
+       "All, or those of a section. Lines without meaning are findings.",
+       {{"SECTION", kText, count_t::optional, "The section; all by default"}},
+       {kSettings, kLevel},
+       ListOptions},
+      {"options",
+       "explain",
+       "Tell where the value of a setting comes from",
+       "utilctl options explain Scan RateMs --level 1 --file runtime.ini --level 0 --file settings.ini",
+       "File and line, and how a program takes the value. Of several levels the first is the one that is asked. What "
+       "stands in the others is shown, and has no effect on it.",
+       {kSection, kSetting},
+       {{"--file", "FILE", kFile, "The settings file of a level", true, true},
+        {"--level", "N", kText, "The level that the file is, 0 to 3; 0 by default", false, true}},
+       ExplainOption},
+      {"product",
+       "show",
+       "Show the product's name, folders and files",
+       "utilctl product show --app-dir /opt/plant/bin",
+       "In the system's own form, each with where it comes from. Nothing is made.",
+       {},
+       {{"--app-dir", "DIR", kFolder, "The folder of the product's programs; that of this one by default"}},
+       ShowProduct},
       {"registry",
        "get",
        "Show the data of a value",
@@ -244,8 +302,10 @@ const std::vector<option_t>& GetProgramOptions() {
 
 const char* GetIntroduction() {
   return "Example: utilctl defs compile channel.json --out build/Properties\n\n"
-         "Makes and checks what programs of the family read: definitions of properties, JSON, values, messages,\n"
-         "the registry.";
+         "Makes and checks what programs of the family read: definitions of properties, JSON, values, messages, "
+         "settings.";
+  "Makes and checks what programs of the family read: definitions of properties, JSON, values, messages,\n"
+  "the registry.";
 }
 
 const char* GetExitCodes() {

@@ -75,6 +75,7 @@ void AddOption(parsed_command_t& parsed, const option_t& option) {
   CLI::Option* added = option.value == nullptr ? parsed.app->add_flag(option.name, option.help)
                                                : parsed.app->add_option(option.name)->description(option.help);
   if (option.value != nullptr) added->type_name(option.value)->type_size(1)->expected(1);
+  if (option.isMany) added->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   if (option.kind == value_kind_t::language) added->check(LanguageCheck);
   if (option.isRequired) added->required();
   parsed.options.emplace_back(option.name, added);

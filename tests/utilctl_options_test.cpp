@@ -1,0 +1,52 @@
+// utilctl options and product, as their users run them.
+#include "tests/program_testing.h"
+
+namespace {
+
+struct UtilctlOptions : ProgramTest {
+  UtilctlOptions() : ProgramTest(UTILCTL_PROGRAM) {}
+};
+
+TEST_F(UtilctlOptions, ReadsChangesAndExplainsOneLineOfTheFile) {
+  Write("a.ini", "; by hand\n[S]\nK=250\nEmpty=\nk=2\n[S]\nK=3\n");
+  Write("b.ini", "[s]\nk=5\n");
+  // What is called, its exit code, and what it writes.
+  const std::string cases[][3] = {
+      {"get s k --file a.ini", "0", "250\n"},
+      {"get S None --file a.ini", "1", "a.ini: [S] None: there is no such value\n"},
+      {"get S None --file a.ini --default x --level 3", "0", "x\n"},
+      {"get S K --file none.ini", "3", "utilctl: none.ini: open: No such file or directory\n"},
+      {"set S K --file a.ini --level 1 -- -5", "0", ""},
+      {"set S a=b 1 --file a.ini", "2", "utilctl: [S] a=b: no settings file can hold this name, or this very value\n"},
+      {"explain S K --level 1 --file a.ini --level 7 --file b.ini --level 2 --file none.ini", "0",
+       "a.ini:3: [S] K = -5\n  given again in line 5, which has no effect\n  given again in line 7, which has no "
+       "effect\n"
+       "  read as a number: 0\nlevel 0, of no effect at level 1: b.ini:2: 5\n"
+       "level 2, of no effect at level 1: none.ini: not there\n"},
+      {"explain S None --file a.ini", "0",
+       "a.ini: [S] None is not there: at level 0 a program takes its own default\n"},
+      {"explain S K --level 7 --file a.ini --level 0 --file b.ini", "2", "utilctl: --level: 0 was given twice\n"},
+      {"unset S k --file b.ini", "0", ""},
+      {"unset S k --file b.ini", "1", "b.ini: [S] k: there is no such value\n"},
+      {"list --file b.ini", "0", "[s]\n"}};
+  for (const auto& [arguments, code, out] : cases) {
+    EXPECT_EQ(std::to_string(Run("options " + arguments)) + out_ + messages_, code + out) << arguments;
+  }
+  EXPECT_TRUE(FileText(folder_ / "a.ini").starts_with("; by hand\n[S]\nK=-5\nEmpty=\n"));
+}
+
+TEST_F(UtilctlOptions, ShowsWhereAProductKeepsItsFiles) {
+  Write("product.ini", "[Product]\nName=A/B\nVersion=6\n[Paths]\nAppData=/srv/plant\n");
+  EXPECT_EQ(Run("product show --app-dir .", "XDG_DATA_HOME=/data"), 0);
+  for (const char* const line : {"product name: A/B\n    from product.ini, [Product] Name\n",
+                                 "directory: /data//A_B/V6/\n    from XDG_DATA_HOME; no company was set yet\n",
+                                 "file: /srv/plant/Velnora/A_B/V6/runtime.ini\n"}) {
+    EXPECT_NE(out_.find(line), std::string::npos) << line << out_;
+  }
+  std::filesystem::remove(folder_ / "product.ini");
+  std::filesystem::copy_file(UTILCTL_PROGRAM, folder_ / "Server.Tool.exe");
+  EXPECT_EQ(std::system(("cd '" + folder_.string() + "' && ./Server.Tool.exe product show > out").c_str()), 0);
+  EXPECT_TRUE(FileText(folder_ / "out").starts_with("product name: Server.Tool\n"));
+}
+
+}  // namespace
