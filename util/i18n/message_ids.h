@@ -37,6 +37,10 @@
   X(IDS_TEXT_TOO_LONG, 540, "d")                                                                            \
   /* A condition of the property leads back to itself. */                                                   \
   X(IDS_CONDITIONS_IN_CIRCLE, 541, "")                                                                      \
+  /* An object cannot be written into a document, for its type has no name: type, subtype. */               \
+  X(IDS_OBJECT_TYPE_WITHOUT_NAME, 550, "dd")                                                                \
+  /* Another object beside it has the name. */                                                              \
+  X(IDS_OBJECT_NAME_TAKEN, 551, "s")                                                                        \
   /* Documents. Those up to 610 begin with file, line and column. Any other fault: what the parser says. */ \
   X(IDS_XML_FAULT, 600, "sdds")                                                                             \
   /* The element that is open, its line, the name that closes it. */                                        \
