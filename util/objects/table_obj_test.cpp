@@ -452,52 +452,104 @@ TEST_F(TableObj, FailedAllocationsLeaveNothingBehind) {
 
 // --- threads -------------------------------------------------------------------------------------------------------
 
-// Run under the thread sanitizer, this is what the rules at the top of the header rest on.
-TEST_F(TableObj, ThreadsReadRenameDeleteAndCountAtOnce) {
+// Run under the thread sanitizer, these are what the rules at the top of the header rest on.
+
+// `work` runs again and again on two threads while `call` runs `rounds` times on this one.
+void Together(int rounds, const std::function<void(unsigned)>& work, const std::function<void(unsigned)>& call) {
   std::atomic<bool> isDone{false};
-  std::atomic<int> reads{0};
-  const auto read = [&] {
-    CString path;
-    for (std::uint32_t i = 0; !isDone; ++i) {
-      const ref_counted_obj_ptr found = root->FindObject(i % 2 == 0 ? u"b.x" : u"b.y");
-      if (!found) continue;
-      const ref_counted_obj_ptr again = found;
-      found->SetCustomBit(i % 8, true);
-      found->GetPath(path);
-      found->SetDescription(i % 16 == 0 ? u"seen" : nullptr);
-      if (i % 32 == 0) found->SetName(u"y");
-      reads += found->GetDisplayName().GetLength();
-    }
+  std::atomic<unsigned> worked{0};
+  const auto run = [&] {
+    for (unsigned i = 0; !isDone; ++i, ++worked) work(i);
   };
-  std::thread readers[] = {std::thread(read), std::thread(read)};
+  std::thread threads[] = {std::thread(run), std::thread(run)};
+  for (int i = 0; i < rounds || worked < 100; ++i) call(static_cast<unsigned>(i));
+  isDone = true;
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST_F(TableObj, ThreadsReadRenameDeleteAndCountAtOnce) {
   CMemFile file;
-  for (int i = 0; i < 300 || (reads < 300 && i < 100000); ++i) {
-    const ref_counted_obj_ptr box = root->FindObject(u"b", kBox, -1);
-    const ref_counted_obj_ptr part = root->FindObject(i % 2 == 0 ? u"b.x" : u"b.y");
-    switch (i % 4) {
-      case 0:
-        if (part) part->Delete();
-        break;
-      case 1: static_cast<CBox*>(box.get())->Add(MakePart(u"x", i)); break;
-      case 2:
-        root->boxes.Remove(box.get());  // with whoever counts below it just now
-        box->SetModified(true);
-        ASSERT_TRUE(root->AddObject(box.get()));
-        break;
-      default:
+  Together(
+      2000,
+      [&](unsigned i) {
+        const ref_counted_obj_ptr found = root->FindObject(i % 2 == 0 ? u"b.x" : u"b.y");
+        if (!found) return;
+        CString path;
+        const ref_counted_obj_ptr again = found;
+        found->SetCustomBit(i % 8, true);
+        found->SetDescription(i % 16 == 0 ? u"seen" : nullptr);
+        if (i % 32 == 0) found->SetName(u"y");
+        EXPECT_TRUE(!found->GetDisplayName().IsEmpty() && !found->GetPath(path).IsEmpty());
+      },
+      [&](unsigned i) {
+        const ref_counted_obj_ptr box = root->FindObject(u"b", kBox, -1);
+        const ref_counted_obj_ptr part = root->FindObject(i % 8 < 4 ? u"b.x" : u"b.y");
+        if (i % 4 == 0 && part) part->Delete();
+        if (i % 4 == 1) static_cast<CBox*>(box.get())->Add(MakePart(u"x"));
+        if (i % 4 == 2) {
+          root->boxes.Remove(box.get());  // with whoever counts below it just now
+          ASSERT_TRUE(root->AddObject(box.get()));
+        }
+        if (i % 16 != 3) return;
         root->Add(MakeBox(u"b2"))->Add(MakePart(u"x"));
         box->Delete();
         root->FindObject(u"b2")->SetName(u"b");
         file.SeekToBegin();
-        root->Save(&file, false);
-    }
-  }
-  isDone = true;
-  for (std::thread& reader : readers) reader.join();
-  EXPECT_GT(reads, 0);
+        EXPECT_NE(root->Save(&file, false), 0);
+      });
   EXPECT_EQ(root->GetRefCount() + root->boxes.GetRefCount() + root->parts.GetRefCount(), 0);
   root.reset();
   EXPECT_EQ(alive, 0);
+}
+
+TEST_F(TableObj, CountsAddUpWhileTheObjectMoves) {
+  CBox* const boxes[] = {boxB, root->Add(MakeBox(u"b2"))};
+  Together(
+      20000,
+      [&](unsigned i) {
+        partX->AddRef();
+        partX->SetCustomBit(i % 8, i % 3 == 0);
+        EXPECT_EQ(partX->GetDisplayName().GetLength(), 1);
+        partX->RemoveRef();
+      },
+      [&](unsigned i) {
+        boxes[i % 2]->parts.Remove(partX);
+        partX->SetName(i % 3 == 0 ? u"x" : u"y");
+        boxes[(i + 1) % 2]->AddObject(partX);
+        const zorutil::object_lock_t guard(*partX);
+        EXPECT_EQ(partX->GetLock(), boxes[(i + 1) % 2]->parts.GetLock());
+      });
+  for (const CTableObj* each : {static_cast<CTableObj*>(partX), static_cast<CTableObj*>(boxes[0]),
+                                static_cast<CTableObj*>(boxes[1]), static_cast<CTableObj*>(root.get())}) {
+    EXPECT_EQ(each->GetRefCount(), 0);
+  }
+}
+
+// One thread gives the last reference back, or deletes, just while another takes the record and its parent away.
+TEST_F(TableObj, WhatIsDeletedTwiceAtOnceEndsOnce) {
+  const int before = alive;
+  std::atomic<CTableObj*> handed{nullptr};
+  Together(
+      20000,
+      [&](unsigned i) {
+        CTableObj* const part = handed.exchange(nullptr);
+        if (part == nullptr) return;
+        if (i % 2 == 0) part->Delete();
+        part->RemoveRef();
+      },
+      [&](unsigned i) {
+        auto box = MakeBox(u"box");
+        const ref_counted_obj_ptr part = box->Add(MakePart(u"part"));
+        part->AddRef();
+        if (CTableObj* const left = handed.exchange(part.get())) {
+          left->Delete();
+          left->RemoveRef();
+        }
+        if (i % 2 == 0) box->parts.Remove(part.get());
+        part->Delete();
+      });
+  if (CTableObj* const left = handed.exchange(nullptr)) left->RemoveRef();
+  EXPECT_EQ(alive, before);
 }
 
 }  // namespace
