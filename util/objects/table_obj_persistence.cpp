@@ -60,9 +60,10 @@ copying_t::~copying_t() { --copies; }
 
 bool CTableObj::IsCopying() noexcept { return copies != 0; }
 
-// The text that a loading object gives itself is its own already, with any NUL inside, and needs no second copy.
+// The name that a loading object gives itself needs no second copy, unless it ends before its end: names hold no NUL.
 CString CTableObj::TextOf(const char16_t* text) {
-  return loadedName != nullptr && loadedName->GetString() == text ? *loadedName : CString(text);
+  const bool isLoaded = loadedName != nullptr && loadedName->GetString() == text;
+  return isLoaded && std::u16string_view(text).size() == loadedName->View().size() ? *loadedName : CString(text);
 }
 
 void CTableObj::SetLoadedName(const CString& name) {
@@ -105,7 +106,7 @@ int CTableObj::Save(CFile* file, bool single) const {
     WriteLittle(out, fullType_);
     WriteLittle(out, static_cast<std::uint16_t>((versionWord_ & kVersionMask) |
                                                 (description.IsEmpty() ? 0 : kDescriptionFollows)));
-    zorutil::Serialize(name_, out);
+    zorutil::Serialize(CopyName(), out);
     if (!description.IsEmpty()) zorutil::Serialize(description, out);
     result = OnSave(file);
   }
@@ -142,7 +143,7 @@ std::uint16_t CTableObj::ReadRecordFormat(CFile& file) {
 }
 
 int CTableObj::Load(CFile* file, bool single) {
-  const object_lock_t guard(*this);
+  const object_lock_t guard(*this, object_lock_t::unless_free_t());
   if (file == nullptr || !file->IsOpen()) return 0;
   CheckDepth();
   int result = 0;
@@ -187,7 +188,7 @@ int CTableObj::Save(CStructuredDoc* doc, void* parent, const char16_t* ns, bool 
     }
   } const element{doc, doc->WriteElement(parent, ns, type.GetString(), false, u"")};
   if (element.handle == nullptr) return 0;
-  if (doc->WriteElement(element.handle, ns, u"Name", true, name_) == nullptr) return 0;
+  if (doc->WriteElement(element.handle, ns, u"Name", true, CopyName()) == nullptr) return 0;
   int result = 0;
   {
     const serialization_scope_t scope(*this, single, true);
@@ -198,7 +199,7 @@ int CTableObj::Save(CStructuredDoc* doc, void* parent, const char16_t* ns, bool 
 }
 
 int CTableObj::Load(CStructuredDoc* doc, void* element, const char16_t* ns, bool single) {
-  const object_lock_t guard(*this);
+  const object_lock_t guard(*this, object_lock_t::unless_free_t());
   CheckDepth();
   CString name;
   doc->ReadElement(element, ns, u"Name", true, name);
