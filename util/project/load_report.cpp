@@ -58,11 +58,11 @@ void load_report_t::OnFailedObject(const CString& name) noexcept {
   }
 }
 
-void load_report_t::EndFailedObject() {
+CString load_report_t::EndFailedObject() {
   for (load_error_t& error : errors_) {
     if (error.path.IsEmpty()) error.path = failed_;
   }
-  failed_.Empty();
+  return std::exchange(failed_, CString());
 }
 
 CString load_report_t::ToString(const load_error_t& error, unsigned short languageId) const {
