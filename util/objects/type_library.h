@@ -64,7 +64,7 @@ class ZORUTIL_API CTypeLibrary {
   /// - its function throws;
   /// - a type number or name is registered already, by another plug-in or by this one, loaded before.
   explicit CTypeLibrary(const CString& path);
-  CTypeLibrary(CTypeLibrary&&) noexcept = default;
+  CTypeLibrary(CTypeLibrary&& other) noexcept;
   CTypeLibrary& operator=(CTypeLibrary&&) = delete;
   CTypeLibrary(const CTypeLibrary&) = delete;
   CTypeLibrary& operator=(const CTypeLibrary&) = delete;
