@@ -31,9 +31,9 @@ factories_t& Factories() {
 }
 
 [[noreturn]] void Fail(std::int32_t fullType, const char* what) {
-  CException::Throw(CException::kEndOfStream, "object type " + std::to_string(CTableObj::TypeFromFullType(fullType)) +
-                                                  ", subtype " +
-                                                  std::to_string(CTableObj::SubTypeFromFullType(fullType)) + ": " + what);
+  CException::Throw(CException::kEndOfStream,
+                    "object type " + std::to_string(CTableObj::TypeFromFullType(fullType)) + ", subtype " +
+                        std::to_string(CTableObj::SubTypeFromFullType(fullType)) + ": " + what);
 }
 
 short ShortProperty(int id, short otherwise, const CTableObj::property_list_t& list) {
