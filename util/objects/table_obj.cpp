@@ -49,13 +49,13 @@ CTableObjNp::~CTableObjNp() = default;
 CTableObj::CTableObj(short type, bool trackMods, unsigned short version)
     : fullType_(MakeFullType(type, 0)),
       versionWord_(version & 0x7F),
-      flags_(static_cast<std::uint8_t>(trackMods ? 0 : kNotTracking)) {}
+      flags_(static_cast<std::uint8_t>(trackMods ? 0U : kNotTracking)) {}
 
 CTableObj::CTableObj(const CTableObj& other)
     : IPropertyModel(other),
       fullType_(other.fullType_),
       versionWord_(other.versionWord_ & kVersionMask),
-      flags_(static_cast<std::uint8_t>(kNotTracking)),
+      flags_(std::uint8_t{kNotTracking}),
       name_(other.name_) {
   SetDescriptionText(other.GetDescription());
   SetTrackMods(other.IsTrackingMods());
@@ -227,7 +227,9 @@ std::unique_ptr<CTableObj::ITableObjectCompare> CTableObj::GetObjectComparisonFu
 
 // --- identity ------------------------------------------------------------------------------------------------------
 
-CString CTableObj::GetObjectName(const CTableObj* object) { return zorutil::CTypeRegistry::GetName(GetFullType(object)); }
+CString CTableObj::GetObjectName(const CTableObj* object) {
+  return zorutil::CTypeRegistry::GetName(GetFullType(object));
+}
 
 CString CTableObj::GetDescription() const {
   if (!HasFlags(kHasDescription)) return {};

@@ -174,8 +174,8 @@ int CTableObj::Save(CStructuredDoc* doc, void* parent, const char16_t* ns, bool 
   const object_lock_t guard(*this);
   const CString type = GetObjectName();
   if (type.IsEmpty()) {
-    doc->SetLastError(i18n::MakeLocalizedMessage(
-        i18n::IDS_OBJECT_TYPE_WITHOUT_NAME, {CVariant::FromInt32(GetType()), CVariant::FromInt32(GetSubType())}));
+    doc->SetLastError(i18n::MakeLocalizedMessage(i18n::IDS_OBJECT_TYPE_WITHOUT_NAME,
+                                                 {CVariant::FromInt32(GetType()), CVariant::FromInt32(GetSubType())}));
     return 0;
   }
   CheckDepth();
@@ -204,8 +204,7 @@ int CTableObj::Load(CStructuredDoc* doc, void* element, const char16_t* ns, bool
   doc->ReadElement(element, ns, u"Name", true, name);
   if (!IsValidName(name.GetString())) FixUpLegacyName(name);
   if (!IsValidName(name.GetString())) {
-    doc->SetLastError(
-        i18n::MakeLocalizedMessage(i18n::IDS_OBJECT_NAME_NOT_VALID, {CVariant::FromString(name.View())}));
+    doc->SetLastError(i18n::MakeLocalizedMessage(i18n::IDS_OBJECT_NAME_NOT_VALID, {CVariant::FromString(name.View())}));
     return 0;
   }
   int result = 0;

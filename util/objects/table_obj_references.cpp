@@ -91,12 +91,12 @@ object_lock_t::object_lock_t(const CTableObj& object) {
       // The lock is waited for without a visit, for its holder may be about to move the object. So something else must
       // keep the table.
       table = visit.GetTable();
-      if (table != nullptr) table->AddRefs(1);
+      if (table != nullptr) table->AddRef();
     }
     lock_->Lock();
     const bool stays = object.GetLock() == lock_;
     if (!stays) lock_->Unlock();
-    if (table != nullptr) table->RemoveRefs(1);
+    if (table != nullptr) table->RemoveRef();
     if (stays) return;
   }
 }
