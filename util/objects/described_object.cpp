@@ -429,8 +429,32 @@ void CDescribedObj::OnLoadComplete() {
 
 // --- persistence ---------------------------------------------------------------------------------------------------
 
+namespace {
+
+// Names and descriptions that documents would not give back are told to who loads or saves a whole project. Others,
+// such as a copy of an object that has no name yet, may have any.
+bool IsNamedWell(const CTableObj& object) {
+  ILoadErrors* const errors = ILoadErrors::GetCurrent();
+  if (errors == nullptr) return true;
+  const CString& name = object.GetName();
+  if (name.Find(u'\0') >= 0 || !object.IsValidName(name.GetString())) {
+    errors->Add(nullptr, name.IsEmpty()
+                             ? i18n::MakeLocalizedMessage(i18n::IDS_OBJECT_NAME_MISSING)
+                             : i18n::MakeLocalizedMessage(i18n::IDS_OBJECT_NAME_NOT_VALID, {CVariant(name)}));
+    return false;
+  }
+  if (object.HaveDescription() && object.GetDescription().Find(u'\0') >= 0) {
+    errors->Add(nullptr, i18n::MakeLocalizedMessage(i18n::IDS_SETTING_TYPE, {CVariant(kDescription)}));
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
 int CDescribedObj::OnSave(CFile* file) const {
   CFailureNote note(*this);
+  if (!IsNamedWell(*this)) return 0;
   CRecordWriter writer(*file);
   for (const field_t& field : type_->fields) writer.Write(*this, field);
   writer.Flush();
@@ -445,6 +469,7 @@ int CDescribedObj::OnSave(CFile* file) const {
 
 int CDescribedObj::OnLoad(CFile* file) {
   CFailureNote note(*this);
+  if (!IsNamedWell(*this)) return 0;
   if (const field_t* const refused = CRecordReader(*file, *type_, GetVersion()).Read(*this)) {
     if (ILoadErrors* const errors = ILoadErrors::GetCurrent()) {
       errors->Add(nullptr, MakeFieldMessage(*refused, field_result_t::REFUSED));
@@ -466,6 +491,7 @@ int CDescribedObj::OnLoad(CFile* file) {
 
 int CDescribedObj::OnSave(CStructuredDoc* doc, void* element, const char16_t* ns) const {
   CFailureNote note(*this);
+  if (!IsNamedWell(*this)) return 0;
   if (HaveDescription() && !WriteText(*doc, element, ns, kDescription, GetDescription())) return 0;
   field_value_t value;
   CString text;

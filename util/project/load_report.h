@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "platform/export.h"
@@ -56,8 +57,9 @@ class ZORUTIL_API load_report_t : public ILoadErrors {
   void EnterObject(const CString& name) override;
   void LeaveObject() noexcept override;
   void OnFailedObject(const CString& name) noexcept override;
-  /// Gives the errors that have no path yet that of the objects that failed.
-  void EndFailedObject();
+  /// Gives the errors that have no path yet that of the objects that failed, and returns it.
+  CString EndFailedObject();
+  std::vector<load_error_t> TakeErrors() noexcept { return std::move(errors_); }
   /// The path of the objects that are entered.
   const CString& GetPath() const noexcept { return path_; }
   /// The line of an element of the document that is being read; by default there is none.
