@@ -6,6 +6,8 @@
 #include "util/i18n/localized_message.h"
 #include "util/i18n/message_exception.h"
 #include "util/objects/table.h"
+#include "util/properties/definition_loader.h"
+#include "util/properties/definition_store.h"
 
 namespace zorutil::project {
 
@@ -16,25 +18,28 @@ using properties::property_list_t;
 // What the object itself knows better than its definitions.
 class CObjectContext final : public properties::IValidationContext {
  public:
-  CObjectContext(CTableObj& object, const property_list_t& list) : object_(object), list_(list) {}
+  CObjectContext(CTableObj& object, const property_list_t& list, properties::CDefinitionStore& definitions)
+      : object_(object), list_(list), definitions_(definitions) {}
   std::shared_ptr<properties::IPropertyEditor> GetPropertyEditor(int id) override {
     return object_.GetPropertyHelper(id, list_);
   }
+  properties::CDefinitionStore& GetDefinitions() override { return definitions_; }
 
  private:
   CTableObj& object_;
   const property_list_t& list_;
+  properties::CDefinitionStore& definitions_;
 };
 
 class CValidation {
  public:
-  explicit CValidation(std::size_t most) : most_(most) {}
+  CValidation(properties::CDefinitionStore& definitions, std::size_t most) : definitions_(definitions), most_(most) {}
 
   void Check(const CTableObj& object) {
     if (IsFull()) return;
     property_list_t list;
     object.GetProperties(list);
-    CObjectContext context(const_cast<CTableObj&>(object), list);
+    CObjectContext context(const_cast<CTableObj&>(object), list, definitions_);
     for (auto& failure : properties::CollectValidationFailures(list, context)) Add(object, std::move(failure));
     try {
       object.ValidateProperties(list, context);
@@ -64,22 +69,33 @@ class CValidation {
     added.failure = std::move(failure);
   }
 
+  properties::CDefinitionStore& definitions_;
   const std::size_t most_;
   std::vector<object_failure_t> failures_;
 };
 
 }  // namespace
 
-std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures) {
-  CValidation validation(maxFailures);
+std::vector<object_failure_t> ValidateTree(const CTableObj& root, properties::CDefinitionStore& definitions,
+                                           std::size_t maxFailures) {
+  CValidation validation(definitions, maxFailures);
   validation.CheckAll(root);
   return validation.Take();
 }
 
-std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures) {
-  CValidation validation(maxFailures);
+std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures) {
+  return ValidateTree(root, properties::GetDefinitionStore(), maxFailures);
+}
+
+std::vector<object_failure_t> ValidateObject(const CTableObj& object, properties::CDefinitionStore& definitions,
+                                             std::size_t maxFailures) {
+  CValidation validation(definitions, maxFailures);
   validation.Check(object);
   return validation.Take();
+}
+
+std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures) {
+  return ValidateObject(object, properties::GetDefinitionStore(), maxFailures);
 }
 
 }  // namespace zorutil::project
