@@ -108,12 +108,13 @@ const std::vector<command_t>& GetCommands() {
        "show",
        "Show a project as a tree of objects with their settings",
        "utilctl project show plant.bin Boiler.PLC1 --types types.so --depth 1",
-       "In colours on a terminal, unless NO_COLOR is set. Passwords are not shown. With --json the objects are in the "
-       "JSON form of projects.",
+       "In colours on a terminal, unless NO_COLOR is set. Passwords are not shown. With --definitions the values of "
+       "enumerations have their texts. With --json the objects are in the JSON form of projects.",
        {kProject, {"OBJECT", kText, count_t::optional, "The path of the object to show; the whole project by default"}},
        {kTypes,
         {"--depth", "N", kText, "Levels of objects below the first that are shown; of the rest the count"},
         {"--brief", nullptr, kNone, "Names and types alone"},
+        {"--definitions", "DIR", kFolder, "The folder of the definition files"},
         kLanguage},
        ShowProject},
       {"project",

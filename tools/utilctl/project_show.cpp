@@ -1,12 +1,16 @@
 // utilctl project show, find: what is in a project.
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <limits>
+#include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "tools/utilctl/command_functions.h"
-#include "tools/utilctl/definition_source.h"
+#include "tools/utilctl/definition_folder.h"
+#include "tools/utilctl/language_files.h"
 #include "tools/utilctl/project_input.h"
 #include "tools/utilctl/tree_view.h"
 #include "util/project/json_mapping.h"
@@ -31,6 +35,38 @@ int DepthOf(const CCall& call) {
   return depth;
 }
 
+// What people call the values of enumerations, from the definitions of --definitions and the language files beside
+// them.
+class CValueTexts {
+ public:
+  explicit CValueTexts(const CCall& call) {
+    if (!call.Has("--definitions")) return;
+    const std::string folder = call.Get("--definitions");
+    RequireFolder(folder);
+    for (const definition_file_content_t& file : ReadDefinitionFolder(folder)) {
+      const text_table_t texts = ReadLanguageFiles(folder, file.stem);
+      for (const definition_ptr_t& definition : file.definitions) {
+        for (const auto& each : definition->GetEnumValues()) {
+          const auto number = static_cast<unsigned>(each->GetMetaDataNumber());
+          texts_[{definition->GetId(), each->GetValue()}] = FindText(texts, number, call.GetLanguage()).ToUtf8();
+        }
+      }
+    }
+  }
+
+  /// " (Ramp)"; empty when there is no text.
+  std::string Find(const CTableObj& object, const zorutil::field_t& field) const {
+    if (texts_.empty()) return {};
+    zorutil::field_value_t value;
+    field.get(object, value);
+    const auto found = texts_.find({field.id, value.integer});
+    return found == texts_.end() || found->second.empty() ? std::string() : " (" + found->second + ')';
+  }
+
+ private:
+  std::map<std::pair<int, std::int64_t>, std::string> texts_;
+};
+
 // The tree as lines:
 //
 //   North Station "in the woods"
@@ -40,7 +76,11 @@ int DepthOf(const CCall& call) {
 class CTreeWriter {
  public:
   CTreeWriter(std::string& out, const CCall& call)
-      : out_(out), maxDepth_(DepthOf(call)), isBrief_(call.Has("--brief")), hasColours_(call.hasColours) {}
+      : out_(out),
+        texts_(call),
+        maxDepth_(DepthOf(call)),
+        isBrief_(call.Has("--brief")),
+        hasColours_(call.hasColours) {}
 
   /// `first` stands before the object's own line, `rest` before those below.
   void Write(const CTableObj& object, const std::string& first, const std::string& rest, int depth) {
@@ -69,7 +109,8 @@ class CTreeWriter {
     for (const zorutil::field_t& field : FieldsOf(object)) {
       const std::string name = CString(field.name).ToUtf8();
       const std::string gap(width + 2 - std::min(width, name.size()), ' ');
-      out_ += before + Styled(kSettingStyle, name) + gap + Printable(FieldTextOf(object, field)) + '\n';
+      out_ += before + Styled(kSettingStyle, name) + gap +
+              Printable(FieldTextOf(object, field) + texts_.Find(object, field)) + '\n';
     }
   }
 
@@ -87,6 +128,7 @@ class CTreeWriter {
   }
 
   std::string& out_;
+  CValueTexts texts_;
   int maxDepth_;
   bool isBrief_;
   bool hasColours_;
