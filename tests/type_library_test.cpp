@@ -30,11 +30,6 @@ std::string Refusal(const CString& path) {
   }
 }
 
-bool IsKnown(const char16_t* name) {
-  std::int32_t type = 0;
-  return CTypeRegistry::FindType(name, type);
-}
-
 TEST(TypeLibrary, RefusesWhatIsNoPlugInAndSaysWhy) {
   CTempFolder folder;
   folder.Put("text.so", "this is no library");
@@ -63,6 +58,11 @@ TEST(TypeLibrary, RefusesWhatIsNoPlugInAndSaysWhy) {
 }
 
 #if !defined(ZORUTIL_STATIC)
+
+bool IsKnown(const char16_t* name) {
+  std::int32_t type = 0;
+  return CTypeRegistry::FindType(name, type);
+}
 
 TEST(SharedLibrary, FindsItsOwnNamesOnly) {
   const zorplatform::CSharedLibrary library(PathOf("odd_plugin_0.so"));
