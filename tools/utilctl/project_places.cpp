@@ -20,9 +20,13 @@ std::u16string_view TakeName(std::u16string_view& path) {
   return name;
 }
 
+// Names as they stand in the tree, so letter case counts: many are looked for in long lists.
 const json::member_t* FindMember(const json::IValue* object, std::u16string_view name) {
   const auto* const members = dynamic_cast<const json::object_t*>(object);
-  return members == nullptr ? nullptr : members->FindMember(CString(name));
+  if (members == nullptr) return nullptr;
+  const auto found = std::find_if(members->members.begin(), members->members.end(),
+                                  [name](const json::member_t& each) { return each.name == name; });
+  return found == members->members.end() ? nullptr : &*found;
 }
 
 // In whichever of the object's tables it is.
