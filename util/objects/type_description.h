@@ -128,7 +128,7 @@ template <class T>
 constexpr bool kUnknownType = false;
 
 template <class T>
-consteval field_kind_t KindOf() {
+constexpr field_kind_t KindOf() {
   if constexpr (std::is_enum_v<T>) {
     return KindOf<std::underlying_type_t<T>>();
   } else if constexpr (std::is_same_v<T, bool>) {

@@ -6,8 +6,6 @@
 #include "util/i18n/localized_message.h"
 #include "util/i18n/message_exception.h"
 #include "util/objects/table.h"
-#include "util/properties/definition_loader.h"
-#include "util/properties/definition_store.h"
 
 namespace zorutil::project {
 
@@ -18,22 +16,24 @@ using properties::property_list_t;
 // What the object itself knows better than its definitions.
 class CObjectContext final : public properties::IValidationContext {
  public:
-  CObjectContext(CTableObj& object, const property_list_t& list, properties::CDefinitionStore& definitions)
+  CObjectContext(CTableObj& object, const property_list_t& list, properties::CDefinitionStore* definitions)
       : object_(object), list_(list), definitions_(definitions) {}
   std::shared_ptr<properties::IPropertyEditor> GetPropertyEditor(int id) override {
     return object_.GetPropertyHelper(id, list_);
   }
-  properties::CDefinitionStore& GetDefinitions() override { return definitions_; }
+  properties::CDefinitionStore& GetDefinitions() override {
+    return definitions_ == nullptr ? IValidationContext::GetDefinitions() : *definitions_;
+  }
 
  private:
   CTableObj& object_;
   const property_list_t& list_;
-  properties::CDefinitionStore& definitions_;
+  properties::CDefinitionStore* definitions_;
 };
 
 class CValidation {
  public:
-  CValidation(properties::CDefinitionStore& definitions, std::size_t most) : definitions_(definitions), most_(most) {}
+  CValidation(std::size_t most, properties::CDefinitionStore* definitions) : most_(most), definitions_(definitions) {}
 
   void Check(const CTableObj& object) {
     if (IsFull()) return;
@@ -69,33 +69,25 @@ class CValidation {
     added.failure = std::move(failure);
   }
 
-  properties::CDefinitionStore& definitions_;
   const std::size_t most_;
+  properties::CDefinitionStore* const definitions_;
   std::vector<object_failure_t> failures_;
 };
 
 }  // namespace
 
-std::vector<object_failure_t> ValidateTree(const CTableObj& root, properties::CDefinitionStore& definitions,
-                                           std::size_t maxFailures) {
-  CValidation validation(definitions, maxFailures);
+std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures,
+                                           properties::CDefinitionStore* definitions) {
+  CValidation validation(maxFailures, definitions);
   validation.CheckAll(root);
   return validation.Take();
 }
 
-std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures) {
-  return ValidateTree(root, properties::GetDefinitionStore(), maxFailures);
-}
-
-std::vector<object_failure_t> ValidateObject(const CTableObj& object, properties::CDefinitionStore& definitions,
-                                             std::size_t maxFailures) {
-  CValidation validation(definitions, maxFailures);
+std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures,
+                                             properties::CDefinitionStore* definitions) {
+  CValidation validation(maxFailures, definitions);
   validation.Check(object);
   return validation.Take();
-}
-
-std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures) {
-  return ValidateObject(object, properties::GetDefinitionStore(), maxFailures);
 }
 
 }  // namespace zorutil::project

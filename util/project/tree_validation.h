@@ -3,10 +3,9 @@
 //   for (auto& failure : zorutil::project::ValidateTree(*plant))
 //     Show(failure.path, failure.failure.name, failure.failure.message->GetMessageText(0));
 //
-// The definitions are those of the program, or of a store that is given. Of each object the property list is checked
-// (CollectValidationFailures), with its editors (GetPropertyHelper), then the object's own ValidateProperties is asked.
-// The object comes before its children, those in the order of their tables. Functions without state; the tables' locks
-// are taken on the way down.
+// Of each object the property list is checked (CollectValidationFailures), with its editors (GetPropertyHelper), then
+// the object's own ValidateProperties is asked. The object comes before its children, those in the order of their
+// tables. Functions without state; the tables' locks are taken on the way down.
 #pragma once
 
 #include <cstddef>
@@ -24,14 +23,12 @@ struct object_failure_t {
   properties::validation_failure_t failure;
 };
 
-/// All failures, up to `maxFailures`.
-ZORUTIL_API std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures = 1000);
-ZORUTIL_API std::vector<object_failure_t> ValidateTree(const CTableObj& root, properties::CDefinitionStore& definitions,
-                                                       std::size_t maxFailures = 1000);
+/// All failures, up to `maxFailures`. By the definitions of a store, which must live as long, or those of the program
+/// (null).
+ZORUTIL_API std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures = 1000,
+                                                       properties::CDefinitionStore* definitions = nullptr);
 /// Those of one object alone.
-ZORUTIL_API std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures = 1000);
-ZORUTIL_API std::vector<object_failure_t> ValidateObject(const CTableObj& object,
-                                                         properties::CDefinitionStore& definitions,
-                                                         std::size_t maxFailures = 1000);
+ZORUTIL_API std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures = 1000,
+                                                         properties::CDefinitionStore* definitions = nullptr);
 
 }  // namespace zorutil::project
