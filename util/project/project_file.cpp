@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -57,7 +58,9 @@ owned_obj_ptr LoadBinary(CFile& file, load_report_t& report) {
   }
   owned_obj_ptr root(CTableObj::CreateObject(&file));
   if (root == nullptr || root->Load(&file, false) == 0) {
-    if (!report.HasErrors()) fail(i18n::IDS_PROJECT_NEWER);
+    if (!report.HasErrors()) {
+      report.AddAt(0, 0, Message(i18n::IDS_OBJECT_NOT_READ, {CVariant(CTableObj::GetObjectName(root.get()))}));
+    }
     if (root != nullptr) report.OnFailedObject(root->GetName());
     report.EndFailedObject();
     return nullptr;
@@ -118,7 +121,7 @@ owned_obj_ptr LoadXml(CFile& file, load_report_t& report) {
     return nullptr;
   }
   owned_obj_ptr root(CTableObj::CreateObject(fullType));
-  if (root->Load(&document, element, nullptr, false) == 0) {
+  if (root == nullptr || root->Load(&document, element, nullptr, false) == 0) {
     if (!report.HasErrors() || document.GetLastErrorText() != CString()) {
       report.Add(element, ErrorOf(document, i18n::IDS_PROJECT_FORM));
     }
@@ -135,6 +138,7 @@ std::string ReadAll(CFile& file) {
     const unsigned got = file.Read(text.data() + size, static_cast<unsigned>(room));
     text.resize(size + got);
     if (got < room) return text;
+    if (text.size() > INT32_MAX) throw std::length_error("a text of more than 2 GB");
     room = std::min<std::size_t>(room, std::size_t{1} << 28);
   }
 }
@@ -237,7 +241,10 @@ void WriteXml(const CTableObj& root, CFile& file) {
 
 void WriteJson(const CTableObj& root, CFile& file) {
   json::object_t top;
-  top.members.emplace_back(root.GetName(), ObjectToJson(root), 0);
+  {
+    const object_lock_t lock(root);
+    top.members.emplace_back(root.GetName(), ObjectToJson(root), 0);
+  }
   const std::string text = json::WriteText(top) + "\n";
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t size = std::min<std::size_t>(text.size() - at, std::size_t{1} << 30);

@@ -22,8 +22,8 @@
 // Saving takes the locks of the tables on its way down, one branch at a time, so that other threads may change the tree
 // meanwhile by the rules of CTable. The file is replaced whole (replace_file.h): whatever fails, the old one stands.
 //
-// std::bad_alloc passes through everywhere: the tree that was being made is freed, the tree that was being saved is as
-// it was. Functions without state; different trees may be loaded and saved on different threads, but for the rule that
+// std::bad_alloc passes through everywhere, and so does what factories, setters and hooks throw of their own: the tree
+// that was being made is freed, the tree that was being saved is as it was. Functions without state; different trees may be loaded and saved on different threads, but for the rule that
 // CTableObj has about its serialization scopes.
 #pragma once
 
@@ -55,7 +55,7 @@ ZORUTIL_API std::optional<form_t> FormOf(std::span<const std::byte> content) noe
 struct load_options_t {
   /// Told from the content when it is not given.
   std::optional<form_t> form = std::nullopt;
-  /// Gives the tree in spite of errors, without what was wrong, when at least the root could be made.
+  /// Of XML and JSON: gives the tree in spite of errors, without what was wrong, when at least the root could be made.
   bool isLenient = false;
 };
 
