@@ -207,8 +207,10 @@ owned_obj_ptr Load(CFile& file, load_report_t& report, const load_options_t& opt
 
 // --- saving --------------------------------------------------------------------------------------------------------
 
-[[noreturn]] void ThrowNotSaved(load_report_t& report, std::unique_ptr<i18n::ILocalizedMessage> message) {
-  const CString path = report.EndFailedObject();
+[[noreturn]] void ThrowNotSaved(const CTableObj& root, load_report_t& report,
+                                std::unique_ptr<i18n::ILocalizedMessage> message) {
+  CString path = report.EndFailedObject();
+  if (path.IsEmpty()) path = root.GetName();
   const CString text = message == nullptr ? CString() : message->GetMessageText(0);
   throw i18n::message_exception_t(Message(i18n::IDS_OBJECT_NOT_SAVED, {CVariant(path), CVariant(text)}), path, u"", 0,
                                   i18n::IDS_OBJECT_NOT_SAVED);
@@ -224,7 +226,7 @@ void WriteBinary(const CTableObj& root, CFile& file) {
   load_report_t report;
   const CLoadErrorScope scope(&report);
   file.Write(kHead.data(), kHead.size());
-  if (root.Save(&file, false) == 0) ThrowNotSaved(report, FirstError(report));
+  if (root.Save(&file, false) == 0) ThrowNotSaved(root, report, FirstError(report));
   file.Write(kEnd.data(), kEnd.size());
 }
 
@@ -234,7 +236,7 @@ void WriteXml(const CTableObj& root, CFile& file) {
   CXmlDocument document;
   if (root.Save(&document, nullptr, nullptr, false) == 0) {
     auto message = document.RemoveLastError();
-    ThrowNotSaved(report, message != nullptr ? std::move(message) : FirstError(report));
+    ThrowNotSaved(root, report, message != nullptr ? std::move(message) : FirstError(report));
   }
   document.SaveTo(file);
 }
@@ -325,10 +327,15 @@ owned_obj_ptr LoadProject(std::span<const std::byte> content, load_report_t& rep
 }
 
 void WriteProject(const CTableObj& root, CFile& file, form_t form) {
-  switch (form) {
-    case form_t::BINARY: return WriteBinary(root, file);
-    case form_t::XML: return WriteXml(root, file);
-    case form_t::JSON: return WriteJson(root, file);
+  try {
+    switch (form) {
+      case form_t::BINARY: return WriteBinary(root, file);
+      case form_t::XML: return WriteXml(root, file);
+      case form_t::JSON: return WriteJson(root, file);
+    }
+  } catch (const CException& error) {  // nested too deep, or a value that has no record
+    load_report_t nowhere;
+    ThrowNotSaved(root, nowhere, Message(i18n::IDS_PROJECT_TEXT, {CVariant(error.what())}));
   }
 }
 
