@@ -19,13 +19,16 @@ namespace zorutil::project {
 
 struct object_failure_t {
   CString path;  ///< of the object
-  /// Of an object's own check the property's id is 0, and the name is the first text of its exception.
+  /// Of an object's own check the id and the name are the number and the first text of its exception.
   properties::validation_failure_t failure;
 };
 
-/// All failures, up to `maxFailures`.
-ZORUTIL_API std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures = 1000);
+/// All failures, up to `maxFailures`. By the definitions of a store, which must live as long, or those of the program
+/// (null).
+ZORUTIL_API std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures = 1000,
+                                                       properties::CDefinitionStore* definitions = nullptr);
 /// Those of one object alone.
-ZORUTIL_API std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures = 1000);
+ZORUTIL_API std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures = 1000,
+                                                         properties::CDefinitionStore* definitions = nullptr);
 
 }  // namespace zorutil::project
