@@ -15,7 +15,7 @@
 #include "util/values/data_type.h"
 #include "util/values/variant.h"
 
-namespace replay {
+namespace readings {
 
 /// ISO 8601: date and time separated by "T" or a blank; seconds and up to 9 decimals of them (cut to milliseconds)
 /// may be missing; "Z" or an offset (+hh:mm) may stand behind, without one the time is UTC. Years 100 to 9999.
@@ -36,4 +36,4 @@ raw_verdict_t ParseRaw(std::string_view text, DATATYPE type, CVariant& value);
 /// What ParseRaw takes for the type, for a message: "a whole number from -32768 to 32767".
 std::string ExpectedRaw(DATATYPE type);
 
-}  // namespace replay
+}  // namespace readings

@@ -12,9 +12,9 @@
 #include <string>
 #include <string_view>
 
-#include "examples/replay/csv_reader.h"
+#include "examples/readings/csv_reader.h"
 
-namespace replay {
+namespace readings {
 
 class CProblemLog {
  public:
@@ -42,4 +42,4 @@ class CProblemLog {
 /// control characters shown as "?".
 std::string Quoted(std::string_view text);
 
-}  // namespace replay
+}  // namespace readings

@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "examples/replay/csv_reader.h"
+#include "examples/readings/csv_reader.h"
 
-namespace replay {
+namespace readings {
 
 class CTextSource : public CByteSource {
  public:
@@ -27,4 +27,4 @@ class CTextSource : public CByteSource {
   std::size_t at_ = 0;
 };
 
-}  // namespace replay
+}  // namespace readings

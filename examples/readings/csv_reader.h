@@ -21,7 +21,7 @@
 #include <string_view>
 #include <vector>
 
-namespace replay {
+namespace readings {
 
 /// Where bytes come from. A failure is the source's own exception, which passes through the reader.
 class CByteSource {
@@ -106,4 +106,4 @@ void AppendCsvField(std::string& out, std::string_view field);
 /// The text without blanks and tabs at its ends.
 std::string_view Trimmed(std::string_view text);
 
-}  // namespace replay
+}  // namespace readings

@@ -1,13 +1,13 @@
-#include "examples/replay/csv_reader.h"
+#include "examples/readings/csv_reader.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "examples/replay/test_source.h"
+#include "examples/readings/source_testing.h"
 
-namespace replay {
+namespace readings {
 namespace {
 
 using namespace std::string_literals;
@@ -125,4 +125,4 @@ TEST(CsvWriter, QuotesWhatWouldNotComeBack) {
 }
 
 }  // namespace
-}  // namespace replay
+}  // namespace readings

@@ -1,4 +1,4 @@
-#include "examples/replay/reading.h"
+#include "examples/readings/reading.h"
 
 #include <charconv>
 #include <cmath>
@@ -10,7 +10,7 @@
 #include "platform/text/number_text.h"
 #include "platform/zorplatform/time_stamp.h"
 
-namespace replay {
+namespace readings {
 namespace {
 
 constexpr std::int64_t kMsPerMinute = 60'000;
@@ -263,4 +263,4 @@ std::string ExpectedRaw(DATATYPE type) {
          NumberText(CDataType::MinVal(type)) + " to " + NumberText(CDataType::MaxVal(type));
 }
 
-}  // namespace replay
+}  // namespace readings

@@ -1,4 +1,4 @@
-#include "examples/replay/plot.h"
+#include "examples/readings/plot.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,10 +7,10 @@
 #include <string_view>
 #include <utility>
 
-#include "examples/replay/plot_axis.h"
-#include "examples/replay/reading.h"
+#include "examples/readings/plot_axis.h"
+#include "examples/readings/reading.h"
 
-namespace replay {
+namespace readings {
 namespace {
 
 // Pixels.
@@ -424,4 +424,4 @@ void CPlot::Write(std::ostream& out) const {
   out << "</svg>\n";
 }
 
-}  // namespace replay
+}  // namespace readings

@@ -17,9 +17,9 @@
 #include <utility>
 #include <vector>
 
-#include "examples/replay/time_bins.h"
+#include "examples/readings/time_bins.h"
 
-namespace replay {
+namespace readings {
 
 struct plot_panel_t {
   std::string name;
@@ -63,4 +63,4 @@ class CPlot {
   std::int64_t last_ = std::numeric_limits<std::int64_t>::min();
 };
 
-}  // namespace replay
+}  // namespace readings

@@ -1,6 +1,6 @@
-#include "examples/replay/time_bins.h"
+#include "examples/readings/time_bins.h"
 
-namespace replay {
+namespace readings {
 
 void time_bin_t::Merge(const time_bin_t& later) {
   raw.Merge(later.raw);
@@ -34,4 +34,4 @@ void CTimeBins::Coarsen() {
   last_ >>= 1;
 }
 
-}  // namespace replay
+}  // namespace readings

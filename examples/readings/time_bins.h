@@ -14,7 +14,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace replay {
+namespace readings {
 
 struct value_range_t {
   double first = 0;
@@ -89,4 +89,4 @@ class CTimeBins {
   std::int64_t last_ = 0;
 };
 
-}  // namespace replay
+}  // namespace readings

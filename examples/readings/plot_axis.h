@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace replay {
+namespace readings {
 
 struct tick_t {
   double at;
@@ -18,4 +18,4 @@ std::vector<tick_t> ValueTicks(double low, double high, int count);
 /// Ticks at round times, at most about `count`, inside first to last (milliseconds since 1970; first <= last).
 std::vector<tick_t> TimeTicks(std::int64_t first, std::int64_t last, int count);
 
-}  // namespace replay
+}  // namespace readings

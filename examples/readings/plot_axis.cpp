@@ -1,13 +1,13 @@
-#include "examples/replay/plot_axis.h"
+#include "examples/readings/plot_axis.h"
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <iterator>
 
-#include "examples/replay/reading.h"
+#include "examples/readings/reading.h"
 
-namespace replay {
+namespace readings {
 namespace {
 
 constexpr std::int64_t kSecond = 1000;
@@ -117,4 +117,4 @@ std::vector<tick_t> TimeTicks(std::int64_t first, std::int64_t last, int count) 
   return ticks;
 }
 
-}  // namespace replay
+}  // namespace readings

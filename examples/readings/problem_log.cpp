@@ -1,6 +1,6 @@
-#include "examples/replay/problem_log.h"
+#include "examples/readings/problem_log.h"
 
-namespace replay {
+namespace readings {
 
 void CProblemLog::Add(std::string_view file, text_position_t at, std::string_view text) {
   if (IsPrinting()) out_ << file << ':' << at.line << ':' << at.column << ": " << text << '\n';
@@ -26,4 +26,4 @@ std::string Quoted(std::string_view text) {
   return quoted += cut ? "...'" : "'";
 }
 
-}  // namespace replay
+}  // namespace readings

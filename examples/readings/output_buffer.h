@@ -14,7 +14,7 @@
 #include <string_view>
 #include <utility>
 
-namespace replay {
+namespace readings {
 
 class COutputBuffer {
  public:
@@ -44,4 +44,4 @@ class COutputBuffer {
   std::size_t size_ = 0;
 };
 
-}  // namespace replay
+}  // namespace readings

@@ -1,11 +1,11 @@
-#include "examples/replay/reading.h"
+#include "examples/readings/reading.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <string>
 
-namespace replay {
+namespace readings {
 namespace {
 
 TEST(ParseTime, ReadsIso8601ToTheMillisecond) {
@@ -144,4 +144,4 @@ TEST(ExpectedRaw, NamesTheRange) {
 }
 
 }  // namespace
-}  // namespace replay
+}  // namespace readings

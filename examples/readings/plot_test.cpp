@@ -1,4 +1,4 @@
-#include "examples/replay/plot.h"
+#include "examples/readings/plot.h"
 
 #include <gtest/gtest.h>
 
@@ -7,9 +7,9 @@
 #include <sstream>
 #include <string>
 
-#include "examples/replay/plot_axis.h"
+#include "examples/readings/plot_axis.h"
 
-namespace replay {
+namespace readings {
 namespace {
 
 // A value for a time, without a pattern that slices could hide.
@@ -165,4 +165,4 @@ TEST(Plot, StaysSmallAndDrawsAnyNumbers) {
 TEST(Plot, DrawsNothingAtAll) { EXPECT_NE(Drawn(CPlot("empty")).find("no readings"), std::string::npos); }
 
 }  // namespace
-}  // namespace replay
+}  // namespace readings

@@ -1,10 +1,10 @@
-#include "examples/replay/csv_reader.h"
+#include "examples/readings/csv_reader.h"
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 
-namespace replay {
+namespace readings {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
@@ -282,4 +282,4 @@ std::string_view Trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
-}  // namespace replay
+}  // namespace readings
