@@ -23,6 +23,8 @@ class ZORUTIL_API IPropertyModel {
   virtual void ValidateProperties(const property_list_t& list, IValidationContext& context) const = 0;
   /// What is other for a property of this object than its definition says; null when nothing is.
   virtual std::shared_ptr<IPropertyEditor> GetPropertyHelper(int id, const property_list_t& list) = 0;
+  /// Whether the object has children that come and go by themselves, so that who shows them looks again.
+  virtual bool MayChildrenChange() const;
 };
 
 }  // namespace zorutil::properties

@@ -239,6 +239,7 @@ void CheckList(const property_list_t& list, IValidationContext& context, OnFailu
 }  // namespace
 
 IPropertyModel::~IPropertyModel() = default;
+bool IPropertyModel::MayChildrenChange() const { return false; }
 IPropertyEditor::~IPropertyEditor() = default;
 IValidationContext::~IValidationContext() = default;
 CValidationContext::~CValidationContext() = default;
