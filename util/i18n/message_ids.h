@@ -37,6 +37,34 @@
   X(IDS_TEXT_TOO_LONG, 540, "d")                                                                            \
   /* A condition of the property leads back to itself. */                                                   \
   X(IDS_CONDITIONS_IN_CIRCLE, 541, "")                                                                      \
+  /* Projects. A setting whose value is of another kind, out of range, refused: its name. */                \
+  X(IDS_SETTING_TYPE, 560, "s")                                                                             \
+  X(IDS_SETTING_RANGE, 561, "sss")                                                                          \
+  X(IDS_SETTING_REFUSED, 562, "s")                                                                          \
+  /* Neither a setting nor a table: the type of the object, the name. */                                    \
+  X(IDS_SETTING_UNKNOWN, 563, "ss")                                                                         \
+  X(IDS_SETTING_TWICE, 564, "s")                                                                            \
+  X(IDS_TYPE_UNKNOWN, 565, "s")                                                                             \
+  /* The type, the table. */                                                                                \
+  X(IDS_TYPE_NOT_TAKEN, 566, "ss")                                                                          \
+  X(IDS_TYPE_MISSING, 567, "")                                                                              \
+  X(IDS_TYPE_NOT_DESCRIBED, 568, "s")                                                                       \
+  X(IDS_OBJECT_NAME_TAKEN, 569, "s")                                                                        \
+  X(IDS_OBJECT_NAME_MISSING, 570, "")                                                                       \
+  /* A value where an object or a table of them belongs. */                                                 \
+  X(IDS_OBJECT_EXPECTED, 571, "")                                                                           \
+  X(IDS_PROJECT_NEWER, 572, "")                                                                             \
+  X(IDS_PROJECT_CUT, 573, "")                                                                               \
+  X(IDS_PROJECT_FORM, 574, "")                                                                              \
+  /* A damaged binary project: what was being read. */                                                      \
+  X(IDS_PROJECT_DAMAGED, 575, "s")                                                                          \
+  X(IDS_PROJECT_ONE_ROOT, 576, "")                                                                          \
+  /* More errors than are listed: how many more. */                                                         \
+  X(IDS_PROJECT_MORE_ERRORS, 577, "d")                                                                      \
+  /* An object that cannot be saved: its path, why. */                                                      \
+  X(IDS_OBJECT_NOT_SAVED, 578, "ss")                                                                        \
+  /* What a text reader or the system says. */                                                              \
+  X(IDS_PROJECT_TEXT, 579, "s")                                                                             \
   /* Documents. Those up to 610 begin with file, line and column. Any other fault: what the parser says. */ \
   X(IDS_XML_FAULT, 600, "sdds")                                                                             \
   /* The element that is open, its line, the name that closes it. */                                        \

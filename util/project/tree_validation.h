@@ -1,0 +1,31 @@
+// Checking the objects of a tree against their definitions, and by their own checks.
+//
+//   for (auto& failure : zorutil::project::ValidateTree(*plant))
+//     Show(failure.path, failure.failure.name, failure.failure.message->GetMessageText(0));
+//
+// Of each object the property list is checked (CollectValidationFailures), with its editors (GetPropertyHelper), then
+// the object's own ValidateProperties is asked. The object comes before its children, those in the order of their
+// tables. Functions without state; the tables' locks are taken on the way down.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "platform/export.h"
+#include "util/objects/table_obj.h"
+#include "util/properties/validation.h"
+
+namespace zorutil::project {
+
+struct object_failure_t {
+  CString path;  ///< of the object
+  /// Of an object's own check the property's id is 0, and the name is the first text of its exception.
+  properties::validation_failure_t failure;
+};
+
+/// All failures, up to `maxFailures`.
+ZORUTIL_API std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures = 1000);
+/// Those of one object alone.
+ZORUTIL_API std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures = 1000);
+
+}  // namespace zorutil::project
