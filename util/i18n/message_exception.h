@@ -14,6 +14,7 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "platform/export.h"
 #include "platform/framework/cstring.h"
@@ -40,6 +41,8 @@ class ZORUTIL_API message_exception_t : public std::exception {
 
   int GetErrorCode() const noexcept { return code_; }
   bool HasMessage() const noexcept { return message_ != nullptr; }
+  /// Hands the message over, and leaves the exception without one.
+  std::unique_ptr<ILocalizedMessage> DetachMessage() noexcept { return std::move(message_); }
   /// Empty without a message; otherwise as ILocalizedMessage::GetMessageText.
   CString GetMessageText(unsigned short languageId) const;
 

@@ -2,8 +2,8 @@
 // its children.
 //
 // From the description come the records, documents and property lists of the object, which children it takes and where
-// they are found. A type overrides what is its own: names, hooks, checks of its values (ValidateProperties, which calls
-// the one here), and calls the base from OnLoadComplete.
+// they are found. A type overrides what is its own: names, hooks, checks of its values (ValidateProperties), and calls
+// the base from OnLoadComplete.
 //
 // Its own data in a record: the fields in their order, little-endian, without gaps, each as long as its kind (texts as
 // in string_serialization.h, variants in their own form), then, unless the object alone is written, its tables in their
@@ -18,7 +18,7 @@
 // Threads, lifetime and copying are those of CTableObj. The description outlives the object.
 #pragma once
 
-#include <vector>
+#include <atomic>
 
 #include "platform/export.h"
 #include "util/objects/table.h"
@@ -42,9 +42,6 @@ class ZORUTIL_API CDescribedObj : public CTableObj {
   /// ids, and the type, are left alone. All or nothing: i18n::message_exception_t for a value that a field cannot take,
   /// with the field's name as its first text, or a name that is taken or not valid, and then the object is as it was.
   void SetProperties(const properties::property_list_t& list) override;
-  /// Nothing beyond CTableObj: limits are the definitions' business.
-  void ValidateProperties(const properties::property_list_t& list,
-                          properties::IValidationContext& context) const override;
 
   // --- children --------------------------------------------------------------------------------------------------
 
@@ -53,9 +50,11 @@ class ZORUTIL_API CDescribedObj : public CTableObj {
   /// Inserts into the first table that takes the type. False, and the object is still the caller's, when none does or
   /// the name is taken there.
   bool AddObject(CTableObj* object) override;
-  /// The children, not theirs: of a type and subtype, -1 being any.
+  CTable* GetChildTable(unsigned index) const override;
   ref_counted_obj_ptr_vec_t GetChildObjects(short type, short subtype) override;
-  /// Makes the name of an object free in the table that takes it. False when none does.
+  ref_counted_obj_ptr FindObjectByName(const char16_t* name, ITableObjVisitor& visitor) const override;
+  /// Makes the name of an object free in the table that takes it; an object without name is called after its type.
+  /// False when no table takes it.
   bool GenerateName(CTableObj* object) const override;
   /// That of every child, then nothing of its own: called once for the root when a project is loaded.
   void OnLoadComplete() override;
@@ -71,6 +70,9 @@ class ZORUTIL_API CDescribedObj : public CTableObj {
   CDescribedObj(const CDescribedObj&) = default;
 
  private:
+  class CDocumentReader;
+  CTable* GetTableFor(const CTableObj* object) const;
+
   const type_description_t* type_;
 };
 
@@ -83,12 +85,21 @@ inline CDescribedObj* AsDescribed(CTableObj* object) { return dynamic_cast<CDesc
 ZORUTIL_API field_result_t SetField(CDescribedObj& object, const field_t& field, const CVariant& value);
 ZORUTIL_API CVariant GetField(const CTableObj& object, const field_t& field);
 
-/// A table of children as a member of a described object. Its name is the description's.
+/// A table of children as a member of a described object. Its name is the description's, and it takes no objects of
+/// other types than the description says.
 class ZORUTIL_API CChildTable : public CTable {
  public:
   explicit CChildTable(CDescribedObj& owner, unsigned growthIncrement = 16);
   ~CChildTable() override;
   CString GetTableName() const override;
+  /// Null when the owner's description does not have the table, which then takes nothing.
+  const child_table_t* GetTableDescription() const;
+
+ protected:
+  unsigned FindInsertPos(const CTableObj* object) const override;
+
+ private:
+  mutable std::atomic<const child_table_t*> description_{nullptr};
 };
 
 }  // namespace zorutil

@@ -9,6 +9,7 @@
 #include <limits>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include "platform/text/collation.h"
@@ -434,6 +435,28 @@ std::unique_ptr<i18n::ILocalizedMessage> MakeFieldMessage(const field_t& field, 
   PlainToText(field.kind, low, lowText);
   PlainToText(field.kind, high, highText);
   return i18n::MakeLocalizedMessage(i18n::IDS_SETTING_RANGE, {name, CVariant(lowText), CVariant(highText)});
+}
+
+CString UnitsToBase64(const CString& text) {
+  memory_serializer_t bytes;
+  primitives::WriteUnits(bytes, text.View());
+  const auto content = bytes.GetContent();
+  CString base64;
+  base64_encode(reinterpret_cast<const unsigned char*>(content.data()), static_cast<unsigned>(content.size()), base64);
+  return base64;
+}
+
+bool UnitsFromBase64(const CString& base64, CString& text) {
+  zorplatform::CGrowableBuffer bytes;
+  base64_decode(base64, bytes);
+  std::u16string units(bytes.GetSize() / sizeof(char16_t), u'\0');
+  if (bytes.GetSize() % sizeof(char16_t) != 0) return false;
+  if (!units.empty()) std::memcpy(units.data(), bytes.GetData(), bytes.GetSize());
+  primitives::SwapElements(units.data(), units.size(), sizeof(char16_t));
+  const CString decoded(units);
+  if (UnitsToBase64(decoded) != base64) return false;  // rubbish behind it, or in between
+  text = decoded;
+  return true;
 }
 
 std::size_t FieldWidth(field_kind_t kind) noexcept { return RowOf(kind).width; }

@@ -110,6 +110,10 @@ ZORUTIL_API field_result_t FieldFromText(const field_t& field, const CString& te
 /// Why a value was not taken, with the name of the field, and its range; for results other than TAKEN.
 ZORUTIL_API std::unique_ptr<i18n::ILocalizedMessage> MakeFieldMessage(const field_t& field, field_result_t result);
 
+/// A text that a document may not hold, as base64 of its UTF-16 units, little-endian; and back, false for what is none.
+ZORUTIL_API CString UnitsToBase64(const CString& text);
+ZORUTIL_API bool UnitsFromBase64(const CString& base64, CString& text);
+
 /// The bytes that the value of a kind has in a record; 0 for texts and variants, which say their size themselves.
 ZORUTIL_API std::size_t FieldWidth(field_kind_t kind) noexcept;
 /// To and from those bytes, little-endian. For kinds with a width.

@@ -35,8 +35,8 @@ class ZORUTIL_API ILoadErrors {
   /// The objects around what is read next, from the outside in; what an error's path is made of.
   virtual void EnterObject(const CString& name) = 0;
   virtual void LeaveObject() noexcept = 0;
-  /// Loading of this object failed, and with it its parent's will: called from the inside out, for records without
-  /// elements, which are not entered.
+  /// Loading or saving of this object failed, and with it its parent's will: called from the inside out, for objects
+  /// that are not entered.
   virtual void OnFailedObject(const CString& name) noexcept = 0;
 
   /// Of the innermost scope of this thread; null when there is none.

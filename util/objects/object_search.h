@@ -17,6 +17,8 @@ namespace zorutil {
 /// Stands for any type, or any subtype, in searches.
 inline constexpr short kAnyType = -1;
 
+ZORUTIL_API bool IsOfType(const CTableObj& object, short type, short subtype) noexcept;
+
 /// The object that lies `path` below `from`: the names of records joined by ".", each compared as its table compares
 /// names. Where several tables hold a name, each is tried in turn; only the last object must be of the type and
 /// subtype. Empty for no such object, and for an empty path or name.

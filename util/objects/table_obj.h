@@ -95,6 +95,7 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
    private:
     const CTableObj& object_;
     std::uint8_t saved_;
+    bool root_;
   };
 
   /// The deepest nesting of Load and Save, and so of a tree that is stored.
@@ -351,14 +352,33 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
 
   class table_visit_t;
   class table_pin_t;
-  class load_state_t;
+  class record_load_t;
+  // Changes are not recorded as long as it lives.
+  class untracked_t {
+   public:
+    explicit untracked_t(CTableObj& object) noexcept : object_(object), wasTracking_(object.IsTrackingMods()) {
+      object.SetTrackMods(false);
+    }
+    untracked_t(const untracked_t&) = delete;
+    untracked_t& operator=(const untracked_t&) = delete;
+    ~untracked_t() { object_.SetTrackMods(wasTracking_); }
+
+   private:
+    CTableObj& object_;
+    bool wasTracking_;
+  };
 
   unsigned GetFlags() const noexcept { return flags_.load(std::memory_order_relaxed); }
   bool HasFlags(unsigned flags) const noexcept { return (GetFlags() & flags) == flags; }
-  void SetFlags(unsigned flags, bool value) const noexcept;
+  void ReplaceFlags(unsigned mask, unsigned value) const noexcept;
+  void SetFlags(unsigned flags, bool value) const noexcept { ReplaceFlags(flags, value ? flags : 0); }
   std::int32_t AddRefs(std::int32_t count) const noexcept;
   std::int32_t RemoveRefs(std::int32_t count) const noexcept;
   void BeginVisit(std::uint64_t references) const noexcept;
+  static CString TextOf(const char16_t* text);
+  void SetLoadedName(const CString& name);
+  void SetDescriptionText(const CString& text);
+  std::uint16_t ReadRecordFormat(CFile& file);
   /// For the table that moves its record, under its lock.
   void SwapName(CString& name) noexcept { name_.Swap(name); }
 

@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "platform/export.h"
@@ -56,8 +57,11 @@ class ZORUTIL_API load_report_t : public ILoadErrors {
   void EnterObject(const CString& name) override;
   void LeaveObject() noexcept override;
   void OnFailedObject(const CString& name) noexcept override;
-  /// The path of the objects that are entered, or that failed.
-  CString GetPath() const;
+  /// Gives the errors that have no path yet that of the objects that failed, and returns it.
+  CString EndFailedObject();
+  std::vector<load_error_t> TakeErrors() noexcept { return std::move(errors_); }
+  /// The path of the objects that are entered.
+  const CString& GetPath() const noexcept { return path_; }
   /// The line of an element of the document that is being read; by default there is none.
   void SetLineOf(int (*lineOf)(const void* document, void* element), const void* document) noexcept {
     lineOf_ = lineOf;
@@ -69,6 +73,7 @@ class ZORUTIL_API load_report_t : public ILoadErrors {
   std::vector<load_error_t> errors_;
   std::size_t count_ = 0;
   CString path_;
+  CString failed_;
   std::vector<int> lengths_;  // of the path before each object that is entered
   int (*lineOf_)(const void*, void*) = nullptr;
   const void* document_ = nullptr;

@@ -19,7 +19,7 @@ namespace zorutil::project {
 
 struct object_failure_t {
   CString path;  ///< of the object
-  /// Of an object's own check the property's id is 0, and the name is the first text of its exception.
+  /// Of an object's own check the id and the name are the number and the first text of its exception.
   properties::validation_failure_t failure;
 };
 

@@ -1,0 +1,114 @@
+// For tests, fuzz targets and benchmarks of tables: an object with a number and one table of children, and a table whose
+// hooks are functions.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+#include "platform/framework/file.h"
+#include "util/docs/structured_doc.h"
+#include "util/objects/table.h"
+#include "util/objects/table_obj.h"
+#include "util/objects/type_registry.h"
+
+namespace table_testing {
+
+inline constexpr short kLeaf = 0x101;
+inline constexpr short kNode = 0x102;
+/// A record of this number refuses to be read and written.
+inline constexpr std::uint32_t kRefused = 0xDEAD;
+
+inline int living = 0;  ///< objects of this header; tests with threads do not look at it
+
+class CLeaf : public CTableObj {
+ public:
+  explicit CLeaf(const char16_t* name = u"", std::uint32_t number = 0) : CLeaf(kLeaf, name, number) {}
+  ~CLeaf() override { --living; }
+  int OnSave(CStructuredDoc* doc, void* element, const char16_t* ns) const override {
+    return value != kRefused && doc->WriteElement(element, ns, u"Value", true, value) != nullptr ? 1 : 0;
+  }
+  int OnSave(CFile* file) const override {
+    file->Write(&value, sizeof value);
+    return value != kRefused ? 1 : 0;
+  }
+  int OnLoad(CStructuredDoc* doc, void* element, const char16_t* ns) override {
+    return doc->ReadElement(element, ns, u"Value", true, value) != nullptr && value != kRefused ? 1 : 0;
+  }
+  int OnLoad(CFile* file) override {
+    return file->Read(&value, sizeof value) == sizeof value && value != kRefused ? 1 : 0;
+  }
+  std::uint32_t value;
+
+ protected:
+  CLeaf(short type, const char16_t* name, std::uint32_t number) : CTableObj(type, true, 1), value(number) {
+    SetName(name);
+    SetModified(false);
+    ++living;
+  }
+};
+
+class CHookedTable : public CTable {
+ public:
+  explicit CHookedTable(CTableObj* owner = nullptr, unsigned growth = 4) : CTable(kLeaf, true, growth) {
+    SetOwner(owner);
+  }
+  CHookedTable(const CHookedTable& other) = default;
+  CHookedTable& operator=(const CHookedTable& other) = default;
+  CString GetTableName() const override { return u"Children"; }
+
+  std::function<void(CTableObj*)> onCreate;
+  std::function<void(unsigned)> onInsert;
+  std::function<void(unsigned)> onLoad;
+  std::function<void(unsigned)> onRemove;
+  std::function<bool(unsigned)> onSave;
+  std::function<bool(const CTableObj&)> canHold;
+  int loads = 0;
+
+ protected:
+  void OnCreateRecord(CTableObj* object) const override { Call(onCreate, object); }
+  void OnRecordInsert(unsigned index) override { Call(onInsert, index); }
+  void OnRecordLoad(unsigned index) override { Call(onLoad, index); }
+  void OnRecordRemove(unsigned index) override { Call(onRemove, index); }
+  bool OnRecordSave(unsigned index) const override { return !onSave || onSave(index); }
+  bool CanHold(const CTableObj& object) const override { return !canHold || canHold(object); }
+  void OnLoad() override { ++loads; }
+
+ private:
+  template <class Hook, class T>
+  static void Call(const Hook& hook, T argument) {
+    if (hook) hook(argument);
+  }
+};
+
+class CNode : public CLeaf {
+ public:
+  explicit CNode(const char16_t* name = u"", std::uint32_t number = 0) : CLeaf(kNode, name, number) {}
+  CTable* GetChildTable(unsigned index) const override { return index == 0 ? &children : nullptr; }
+  int OnSave(CStructuredDoc* doc, void* element, const char16_t* ns) const override {
+    return CLeaf::OnSave(doc, element, ns) != 0 && (!IsRecursing() || children.Save(doc, element, ns) != 0) ? 1 : 0;
+  }
+  int OnSave(CFile* file) const override {
+    return CLeaf::OnSave(file) != 0 && (!IsRecursing() || children.Save(file) != 0) ? 1 : 0;
+  }
+  int OnLoad(CStructuredDoc* doc, void* element, const char16_t* ns) override {
+    return CLeaf::OnLoad(doc, element, ns) != 0 && (!IsRecursing() || children.Load(doc, element, ns) != 0) ? 1 : 0;
+  }
+  int OnLoad(CFile* file) override {
+    return CLeaf::OnLoad(file) != 0 && (!IsRecursing() || children.Load(file) != 0) ? 1 : 0;
+  }
+  mutable CHookedTable children{this};
+};
+
+/// Makes both types known, once.
+inline void RegisterTypes() {
+  static const bool isDone = [] {
+    CTableObj::Register(kLeaf, 0, []() -> CTableObj* { return new CLeaf; });
+    CTableObj::Register(kNode, 0, []() -> CTableObj* { return new CNode; });
+    zorutil::CTypeRegistry::Register(CTableObj::MakeFullType(kLeaf, 0), u"Leaf");
+    zorutil::CTypeRegistry::Register(CTableObj::MakeFullType(kNode, 0), u"Node");
+    return true;
+  }();
+  static_cast<void>(isDone);
+}
+
+}  // namespace table_testing

@@ -1,0 +1,85 @@
+#include "util/project/tree_validation.h"
+
+#include <utility>
+
+#include "platform/framework/sync.h"
+#include "util/i18n/localized_message.h"
+#include "util/i18n/message_exception.h"
+#include "util/objects/table.h"
+
+namespace zorutil::project {
+
+namespace {
+
+using properties::property_list_t;
+
+// What the object itself knows better than its definitions.
+class CObjectContext final : public properties::IValidationContext {
+ public:
+  CObjectContext(CTableObj& object, const property_list_t& list) : object_(object), list_(list) {}
+  std::shared_ptr<properties::IPropertyEditor> GetPropertyEditor(int id) override {
+    return object_.GetPropertyHelper(id, list_);
+  }
+
+ private:
+  CTableObj& object_;
+  const property_list_t& list_;
+};
+
+class CValidation {
+ public:
+  explicit CValidation(std::size_t most) : most_(most) {}
+
+  void Check(const CTableObj& object) {
+    if (IsFull()) return;
+    property_list_t list;
+    object.GetProperties(list);
+    CObjectContext context(const_cast<CTableObj&>(object), list);
+    for (auto& failure : properties::CollectValidationFailures(list, context)) Add(object, std::move(failure));
+    try {
+      object.ValidateProperties(list, context);
+    } catch (i18n::message_exception_t& error) {
+      properties::validation_failure_t failure{error.GetNumber(), error.GetText1(), error.DetachMessage()};
+      if (failure.message == nullptr) failure.message = i18n::MakeNonLocalizedMessage(error.what());
+      Add(object, std::move(failure));
+    }
+  }
+
+  void CheckAll(const CTableObj& object) {
+    Check(object);
+    for (unsigned i = 0; const CTable* const table = object.GetChildTable(i); ++i) {
+      const CSingleLock lock(table->GetLock());
+      for (unsigned index = 0; index < table->GetCount() && !IsFull(); ++index) CheckAll(*table->GetRecord(index));
+    }
+  }
+
+  std::vector<object_failure_t> Take() { return std::move(failures_); }
+
+ private:
+  bool IsFull() const { return failures_.size() >= most_; }
+  void Add(const CTableObj& object, properties::validation_failure_t&& failure) {
+    if (IsFull()) return;
+    object_failure_t& added = failures_.emplace_back();
+    object.GetPath(added.path);
+    added.failure = std::move(failure);
+  }
+
+  const std::size_t most_;
+  std::vector<object_failure_t> failures_;
+};
+
+}  // namespace
+
+std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures) {
+  CValidation validation(maxFailures);
+  validation.CheckAll(root);
+  return validation.Take();
+}
+
+std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures) {
+  CValidation validation(maxFailures);
+  validation.Check(object);
+  return validation.Take();
+}
+
+}  // namespace zorutil::project
