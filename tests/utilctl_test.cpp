@@ -1,4 +1,7 @@
 // The program utilctl as its users run it: sources, definition files, messages, exit codes.
+#include <regex>
+
+#include "platform/framework/rows_testing.h"
 #include "tests/program_testing.h"
 
 namespace {
@@ -173,6 +176,24 @@ TEST_F(Utilctl, ConvertsAndFormatsValues) {
   EXPECT_EQ(Run("value convert --json --from Double --to Short 40000"), 1);
   EXPECT_TRUE(Holds(out_, "\"cause\": \"R8 to I2: the value does not fit into the type\"")) << out_;
   EXPECT_EQ(messages_, "");
+}
+
+TEST_F(Utilctl, ChecksAddresses) {
+  // The arguments, the exit code, and what is told, with single blanks for white space.
+  for (const auto& c : rows_testing::Rows(R"(
+      '10.0. 0.05:502'|0|kind IPv4 address address 10.0.0.5 port 502 loopback no valid yes ;
+      127.0.0.1 --resolve|0|kind IPv4 address address 127.0.0.1 loopback yes valid yes ;
+      plc-4:80|0|kind host name host plc-4 port 80 valid yes ;
+      10.1 --resolve|0|kind host name host 10.1 resolved 10.0.0.1 address 10.0.0.1 loopback no valid yes ;
+      'plc 4'|1|kind host name host plc 4 valid no "plc 4" has not the form of a host name ;
+      256.1.1.1|1|valid no "256.1.1.1" is no IPv4 address: an octet is above 255 ;
+      0.0.0.0|1|kind IPv4 address address 0.0.0.0 loopback no valid no 0.0.0.0 is the address of no single host ;
+      plc-4:65536|1|valid no "plc-4:65536": the port is above 65535 )")) {
+    EXPECT_EQ(std::to_string(Run("address check " + c[0])), c[1]);
+    EXPECT_EQ(std::regex_replace(out_ + messages_, std::regex("\\s+"), " "), c[2]);
+    Run("address check --json " + c[0]);
+    EXPECT_TRUE(Holds(out_, c[1] == "0" ? "\"valid\": true" : "\"cause\": ")) << out_;
+  }
 }
 
 TEST_F(Utilctl, ShowsAndLintsMessages) {

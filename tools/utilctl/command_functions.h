@@ -22,4 +22,6 @@ exit_t FormatValue(CCall& call);
 exit_t ShowMessage(CCall& call);
 exit_t LintMessages(CCall& call);
 
+exit_t CheckAddress(CCall& call);
+
 }  // namespace utilctl

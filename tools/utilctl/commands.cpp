@@ -26,7 +26,8 @@ const std::vector<group_t>& GetGroups() {
   static const std::vector<group_t> groups{{"defs", "Definitions of properties: compile, look at and use them"},
                                            {"json", "JSON text: check, format and patch it"},
                                            {"value", "Values: convert and format them"},
-                                           {"message", "Messages and language files"}};
+                                           {"message", "Messages and language files"},
+                                           {"address", "IPv4 addresses: check and resolve them"}};
   return groups;
 }
 
@@ -154,7 +155,17 @@ const std::vector<command_t>& GetCommands() {
        "one, and what is missing. The English file of the module lies in the same folder. For a module: all languages.",
        {{"FILE.lang|MODULE", kFile, count_t::one, "A language file, or the name of a module"}},
        {kModuleFolder},
-       LintMessages}};
+       LintMessages},
+      {"address",
+       "check",
+       "Tell what a text is as an address",
+       "utilctl address check 10.0.0.5:502",
+       "A dotted IPv4 address or a host name, with a port or without. The network is asked with --resolve only; "
+       "without "
+       "it, a host name is checked by its form.",
+       {{"TEXT", kText, count_t::one, "The address"}},
+       {{"--resolve", nullptr, kNone, "Ask the system for the addresses of a host name"}},
+       CheckAddress}};
   return commands;
 }
 

@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cstdint>
-#include <vector>
+#include <sstream>
+#include <string>
+
+#include "platform/framework/rows_testing.h"
 
 using zorplatform::CTimeStamp;
 using zorutil::time_utils::CThrottle;
@@ -12,49 +14,31 @@ using zorutil::time_utils::CThrottle;
 namespace {
 
 TEST(Throttle, SucceedsOncePerIntervalOfItsClock) {
-  std::int64_t now = 45'000LL * 86'400'000;
-  const auto clock = [&now] { return CTimeStamp::FromMilliseconds(now); };
-  // Milliseconds since the step before (negative: the clock was set back), and what Try answers; "reset" steps first.
-  struct step_t {
-    std::int64_t later;
-    bool expected;
-    bool reset = false;
-  };
-  const struct {
-    int interval;
-    std::vector<step_t> steps;
-  } cases[] = {{1000, {{0, true}, {500, false}, {500, true}, {500, false}, {499, false}, {1, true}, {9999, true}}},
-               {1000, {{0, true}, {-5000, false}, {5999, false}, {1, true}}},
-               {1000, {{0, false, true}, {999, false}, {1, true}, {999, false}, {0, false, true}, {1000, true}}},
-               {0, {{0, true}, {0, true}, {-1, false}, {1, true}}},
-               {-5, {{0, true}, {0, true}, {-5, true}, {-6, false}}},
-               {INT_MAX, {{0, true}, {INT_MAX - 1LL, false}, {1, true}}},
-               {INT_MIN, {{0, true}, {INT_MIN, true}}}};
-  for (const auto& c : cases) {
-    CThrottle throttle(c.interval, clock);
-    int number = 0;
-    for (const step_t& step : c.steps) {
-      now += step.later;
-      if (step.reset) throttle.Reset();
-      EXPECT_EQ(throttle.Try(), step.expected) << "interval " << c.interval << ", step " << number;
-      ++number;
+  // The interval, then steps: by how much the clock moves, "r" for a reset then, and what Try answers.
+  for (const auto& c : rows_testing::Rows(R"(
+      1000|0 1 500 0 500 1 500 0 499 0 1 1 9999 1; 1000|0 1 -5000 0 5999 0 1 1; 1000|0 r 0 999 0 1 1 999 0 0 r 0 1000 1;
+      0|0 1 0 1 -1 0 1 1; -5|0 1 0 1 -5 1 -6 0; 2147483647|0 1 2147483646 0 1 1; -2147483648|0 1 -2147483648 1)")) {
+    std::int64_t now = 45'000LL * 86'400'000, later = 0;
+    CThrottle throttle(std::stoi(c[0]), [&now] { return CTimeStamp::FromMilliseconds(now); });
+    std::istringstream steps(c[1]);
+    for (std::string answer; steps >> later >> answer;) {
+      now += later;
+      if (answer == "r") {
+        throttle.Reset();
+        steps >> answer;
+      }
+      EXPECT_EQ(throttle.Try(), answer == "1") << c[0] << ": " << c[1] << ", at " << now;
     }
   }
 }
 
 TEST(Throttle, CopiesGoTheirOwnWayAndASystemClockIsTheDefault) {
-  std::int64_t now = 0;
-  CThrottle first(1000, [&now] { return CTimeStamp::FromMilliseconds(now); });
+  CThrottle first(1000, [] { return CTimeStamp(); });
   CThrottle second = first;
-  EXPECT_TRUE(first.Try());
-  EXPECT_TRUE(second.Try());
-  now = 1000;
-  EXPECT_TRUE(CThrottle(first).Try());
-  EXPECT_TRUE(first.Try());
-
+  EXPECT_TRUE(first.Try() && second.Try());
+  EXPECT_FALSE(first.Try() || second.Try());
   const auto hourly = CThrottle::MakeUnique(3'600'000);
-  EXPECT_TRUE(hourly->Try());
-  EXPECT_FALSE(hourly->Try());
+  EXPECT_TRUE(hourly->Try() && !hourly->Try());
 }
 
 }  // namespace

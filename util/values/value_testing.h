@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/framework/rows_testing.h"
 #include "util/values/safe_array.h"
 #include "util/values/variant.h"
 
@@ -66,16 +67,6 @@ inline CVariant Value(std::string text) {
   return array;
 }
 
-/// The rows of a table, which ";" separates, each with its fields, which "|" separates. White space before a row does
-/// not count.
-inline std::vector<std::vector<std::string>> Rows(const std::string& table) {
-  std::vector<std::vector<std::string>> rows;
-  std::istringstream in(table);
-  for (std::string row; std::getline(in >> std::ws, row, ';');) {
-    auto& fields = rows.emplace_back(1);
-    for (const char unit : row) unit == '|' ? fields.emplace_back() : fields.back() += unit;
-  }
-  return rows;
-}
+using rows_testing::Rows;
 
 }  // namespace value_testing
