@@ -438,8 +438,9 @@ bool IsNamedWell(const CTableObj& object) {
   if (errors == nullptr) return true;
   const CString& name = object.GetName();
   if (name.Find(u'\0') >= 0 || !object.IsValidName(name.GetString())) {
-    errors->Add(nullptr, name.IsEmpty() ? i18n::MakeLocalizedMessage(i18n::IDS_OBJECT_NAME_MISSING)
-                                        : i18n::MakeLocalizedMessage(i18n::IDS_OBJECT_NAME_NOT_VALID, {CVariant(name)}));
+    errors->Add(nullptr, name.IsEmpty()
+                             ? i18n::MakeLocalizedMessage(i18n::IDS_OBJECT_NAME_MISSING)
+                             : i18n::MakeLocalizedMessage(i18n::IDS_OBJECT_NAME_NOT_VALID, {CVariant(name)}));
     return false;
   }
   if (object.HaveDescription() && object.GetDescription().Find(u'\0') >= 0) {

@@ -135,6 +135,14 @@ field_result_t FromJson(const field_t& field, const value_ptr& from, field_value
 
 // --- objects to JSON -----------------------------------------------------------------------------------------------
 
+[[noreturn]] void ThrowNotSaved(const CTableObj& object, i18n::ILocalizedMessage& why) {
+  CString path;
+  object.GetPath(path);
+  throw i18n::message_exception_t(
+      Message(i18n::IDS_OBJECT_NOT_SAVED, {CVariant(path), CVariant(why.GetMessageText(0))}), path, u"", 0,
+      static_cast<int>(why.GetMessageId()));
+}
+
 // The names of one type after another, as strings that all members share.
 class CNames {
  public:
@@ -156,13 +164,10 @@ class CWriter {
   object_t Write(const CTableObj& object, bool withChildren) {
     const CDescribedObj* const described = AsDescribed(&object);
     if (described == nullptr) {
-      CString path;
-      object.GetPath(path);
-      throw i18n::message_exception_t(
-          Message(i18n::IDS_OBJECT_NOT_SAVED,
-                  {CVariant(path),
-                   CVariant(Message(i18n::IDS_TYPE_NOT_DESCRIBED, {CVariant(object.GetObjectName())})->GetMessageText(0))}),
-          path, u"", 0, i18n::IDS_TYPE_NOT_DESCRIBED);
+      ThrowNotSaved(object, *Message(i18n::IDS_TYPE_NOT_DESCRIBED, {CVariant(object.GetObjectName())}));
+    }
+    if (!object.IsValidName(object.GetName().GetString())) {
+      ThrowNotSaved(object, *Message(i18n::IDS_OBJECT_NAME_NOT_VALID, {CVariant(object.GetName())}));
     }
     const type_description_t& type = described->GetTypeDescription();
     const CNames& names = NamesOf(type);

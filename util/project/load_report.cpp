@@ -29,7 +29,8 @@ void load_report_t::Start(CString file) {
 
 void load_report_t::AddAt(int line, int column, std::unique_ptr<i18n::ILocalizedMessage> message) {
   ++count_;
-  if (errors_.size() < kMaxErrors) errors_.push_back({line, column, CString(path_.View()), std::move(message)});  // of its own, for LeaveObject
+  if (errors_.size() < kMaxErrors)
+    errors_.push_back({line, column, CString(path_.View()), std::move(message)});  // of its own, for LeaveObject
 }
 
 void load_report_t::Add(void* element, std::unique_ptr<i18n::ILocalizedMessage> message) {

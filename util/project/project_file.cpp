@@ -187,9 +187,8 @@ owned_obj_ptr Load(CFile& file, load_report_t& report, const load_options_t& opt
     if (root == nullptr || (report.HasErrors() && !options.isLenient)) return nullptr;
     root->OnLoadComplete();
   } catch (const CException& error) {
-    fail(error.GetCode() == CException::kShortRead
-             ? Message(i18n::IDS_PROJECT_CUT)
-             : Message(i18n::IDS_PROJECT_DAMAGED, {CVariant(error.what())}));
+    fail(error.GetCode() == CException::kShortRead ? Message(i18n::IDS_PROJECT_CUT)
+                                                   : Message(i18n::IDS_PROJECT_DAMAGED, {CVariant(error.what())}));
   } catch (i18n::message_exception_t& error) {
     auto message = error.DetachMessage();
     fail(message != nullptr ? std::move(message) : Message(i18n::IDS_PROJECT_TEXT, {CVariant(error.what())}));
