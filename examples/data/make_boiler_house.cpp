@@ -67,7 +67,7 @@ std::string TagText(const instrument_t& tag) {
 class CObjectWriter {
  public:
   void Open(const std::string& text) {
-    Line(text + " {");
+    Line(text.empty() ? "{" : text + " {");
     isFirst_.push_back(true);
   }
   void Close() {

@@ -98,7 +98,8 @@ void CActivityPicture::Write(std::ostream& out, std::int64_t startMs) const {
     out << Text(kLeft - 8, y + 11, "e", row.name);
     for (std::size_t i = 0; i < row.cells.size();) {
       const auto colourOf = [&](const cell_t& cell) {
-        return Colour(most == 0 ? 0 : std::sqrt(cell.reported / most), cell.pieces == 0 ? 0 : cell.faulty / cell.pieces);
+        return Colour(most == 0 ? 0 : std::sqrt(cell.reported / most),
+                      cell.pieces == 0 ? 0 : cell.faulty / cell.pieces);
       };
       const std::string colour = colourOf(row.cells[i]);
       std::size_t end = i + 1;

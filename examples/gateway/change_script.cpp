@@ -11,6 +11,7 @@
 #include "util/json/value_conversions.h"
 #include "util/objects/described_object.h"
 #include "util/project/json_mapping.h"
+#include "util/properties/definition_loader.h"
 #include "util/properties/property.h"
 #include "util/properties/validation.h"
 
@@ -75,7 +76,8 @@ std::string Add(CTableObj& parent, const json::object_t& objects, unsigned short
 }
 
 // Checks the settings as they would be, so that conditions see the others of the object, then takes the new ones.
-std::string Set(CTableObj& object, const json::object_t& settings, unsigned short languageId) {
+std::string Set(CTableObj& object, const json::object_t& settings, unsigned short languageId,
+                properties::CDefinitionStore* definitions) {
   zorutil::CDescribedObj* const described = zorutil::AsDescribed(&object);
   if (described == nullptr) return "the object has no settings";
   properties::property_list_t changes;
@@ -94,7 +96,7 @@ std::string Set(CTableObj& object, const json::object_t& settings, unsigned shor
     properties::RemoveProperty(change->GetId(), all);
     all.push_back(change);
   }
-  properties::CValidationContext plain;
+  properties::CValidationContext plain(definitions != nullptr ? *definitions : properties::GetDefinitionStore());
   for (const auto& failure : properties::CollectValidationFailures(all, plain)) {
     return failure.name.ToUtf8() + ": " + failure.message->GetMessageText(languageId).ToUtf8();
   }
@@ -136,16 +138,15 @@ bool CChangeScript::ReadChange(const json::IValue& entry, change_t& change, std:
   const struct {
     const char16_t* name;
     kind_t kind;
-    value_kind_t of;               // what it takes
-    const char16_t* other;         // what else is needed; null: nothing
+    value_kind_t of;        // what it takes
+    const char16_t* other;  // what else is needed; null: nothing
     const char* expected;
-  } kKinds[] = {
-      {u"rename", kind_t::rename, &json::IValue::IsString, u"to", "\"rename\": path, \"to\": name"},
-      {u"delete", kind_t::remove, &json::IValue::IsString, nullptr, "\"delete\": path"},
-      {u"copy", kind_t::copy, &json::IValue::IsString, u"to", "\"copy\": path, \"to\": name"},
-      {u"add", kind_t::add, &json::IValue::IsObject, u"to", "\"add\": objects by their names, \"to\": path"},
-      {u"set", kind_t::set, &json::IValue::IsObject, u"of", "\"set\": settings by their names, \"of\": path"},
-      {u"patch", kind_t::patch, &json::IValue::IsArray, nullptr, "\"patch\": operations"}};
+  } kKinds[] = {{u"rename", kind_t::rename, &json::IValue::IsString, u"to", "\"rename\": path, \"to\": name"},
+                {u"delete", kind_t::remove, &json::IValue::IsString, nullptr, "\"delete\": path"},
+                {u"copy", kind_t::copy, &json::IValue::IsString, u"to", "\"copy\": path, \"to\": name"},
+                {u"add", kind_t::add, &json::IValue::IsObject, u"to", "\"add\": objects by their names, \"to\": path"},
+                {u"set", kind_t::set, &json::IValue::IsObject, u"of", "\"set\": settings by their names, \"of\": path"},
+                {u"patch", kind_t::patch, &json::IValue::IsArray, nullptr, "\"patch\": operations"}};
   if (!entry.IsObject()) return false;
   const auto& object = static_cast<const json::object_t&>(entry);
   if (!object.members.empty()) change.line = object.members.front().line;
@@ -179,12 +180,13 @@ bool CChangeScript::ReadChange(const json::IValue& entry, change_t& change, std:
 }
 
 std::string CChangeScript::Describe(const change_t& change) {
-  const std::string path = change.path.ToUtf8();
+  const std::string path = change.path.IsEmpty() ? "the project" : change.path.ToUtf8();
   switch (change.kind) {
     case kind_t::rename: return "rename " + path + " to " + change.name.ToUtf8();
     case kind_t::remove: return "delete " + path;
     case kind_t::copy: return "copy " + path + " to " + change.name.ToUtf8();
-    case kind_t::patch: return "patch of " + std::to_string(json::ValueAsArray(change.value).elements.size()) + " operations";
+    case kind_t::patch:
+      return "patch of " + std::to_string(json::ValueAsArray(change.value).elements.size()) + " operations";
     default: break;
   }
   std::string names;
@@ -194,7 +196,8 @@ std::string CChangeScript::Describe(const change_t& change) {
   return (change.kind == kind_t::add ? "add " + names + " to " : "set " + names + " of ") + path;
 }
 
-std::string CChangeScript::Apply(CTableObj& root, const change_t& change, unsigned short languageId) {
+std::string CChangeScript::Apply(CTableObj& root, const change_t& change, unsigned short languageId,
+                                 properties::CDefinitionStore* definitions) {
   if (change.kind == kind_t::patch) return "patches are not taken yet";
   const ref_counted_obj_ptr found = root.FindObject(change.path);
   CTableObj* const object = change.path.IsEmpty() ? &root : found.get();
@@ -207,26 +210,27 @@ std::string CChangeScript::Apply(CTableObj& root, const change_t& change, unsign
       return {};
     case kind_t::copy: return Copy(*object, change.name);
     case kind_t::add: return Add(*object, json::ValueAsObject(change.value), languageId);
-    default: return Set(*object, json::ValueAsObject(change.value), languageId);
+    default: return Set(*object, json::ValueAsObject(change.value), languageId, definitions);
   }
 }
 
-std::vector<std::string> CChangeScript::ApplyDue(CTableObj& root, std::int64_t elapsedMs, unsigned short languageId) {
-  std::vector<std::string> lines;
+std::vector<change_report_t> CChangeScript::ApplyDue(CTableObj& root, std::int64_t elapsedMs, unsigned short languageId,
+                                                     properties::CDefinitionStore* definitions) {
+  std::vector<change_report_t> reports;
   for (; next_ < changes_.size() && changes_[next_].atMs < elapsedMs; ++next_) {
     const change_t& change = changes_[next_];
     std::string fault;
     try {
-      fault = Apply(root, change, languageId);
+      fault = Apply(root, change, languageId, definitions);
     } catch (const i18n::message_exception_t& error) {
       fault = error.GetText1().ToUtf8() + ": " + error.GetMessageText(languageId).ToUtf8();
     } catch (const zorplatform::CException& error) {
       fault = error.what();
     }
     if (!fault.empty()) ++failed_;
-    lines.push_back(Describe(change) + (fault.empty() ? "" : ": not done: " + fault));
+    reports.push_back({change.atMs, Describe(change) + (fault.empty() ? "" : ": not done: " + fault)});
   }
-  return lines;
+  return reports;
 }
 
 }  // namespace gateway

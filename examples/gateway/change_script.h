@@ -2,7 +2,7 @@
 //
 //   CChangeScript script;
 //   if (!script.Read(text, "changes.json", log)) return;
-//   for (const std::string& line : script.ApplyDue(project, 600'000)) log << line << '\n';
+//   for (const auto& done : script.ApplyDue(project, 600'000, languageId, definitions)) log << done.text << '\n';
 //
 // A script is a JSON array; "at" is in seconds since the first reading:
 //
@@ -28,16 +28,26 @@
 #include "util/json/value.h"
 #include "util/objects/table_obj.h"
 
+namespace zorutil::properties {
+class CDefinitionStore;
+}
+
 namespace gateway {
+
+struct change_report_t {
+  std::int64_t atMs;  ///< since the start
+  std::string text;   ///< "rename Boiler 1.Drum.PT102 to PT102S", and why it was not done
+};
 
 class CChangeScript {
  public:
   /// False, with every fault reported, when the script is not good. `name` stands in messages.
   bool Read(std::string_view text, const std::string& name, readings::CProblemLog& log);
 
-  /// Makes the changes that are due within so many milliseconds of the start and were not made yet. A line for each,
-  /// in the language for the reasons.
-  std::vector<std::string> ApplyDue(CTableObj& project, std::int64_t elapsedMs, unsigned short languageId);
+  /// Makes the changes that are due within so many milliseconds of the start and were not made yet. Reasons are in the
+  /// language. `definitions`: null for those of the program.
+  std::vector<change_report_t> ApplyDue(CTableObj& project, std::int64_t elapsedMs, unsigned short languageId,
+                                        zorutil::properties::CDefinitionStore* definitions = nullptr);
 
   std::size_t GetCount() const { return changes_.size(); }
   /// Of those that were due.
@@ -50,15 +60,16 @@ class CChangeScript {
     std::int64_t atMs = 0;
     int line = 0;
     kind_t kind{};
-    CString path;                        // of what is changed
-    CString name;                        // a new one
+    CString path;  // of what is changed
+    CString name;  // a new one
     std::shared_ptr<zorutil::json::IValue> value;
   };
 
   bool ReadChange(const zorutil::json::IValue& entry, change_t& change, std::string& fault) const;
   static std::string Describe(const change_t& change);
   /// Why it could not be made; empty when it was.
-  static std::string Apply(CTableObj& project, const change_t& change, unsigned short languageId);
+  static std::string Apply(CTableObj& project, const change_t& change, unsigned short languageId,
+                           zorutil::properties::CDefinitionStore* definitions);
 
   std::vector<change_t> changes_;  // in the order of time
   std::size_t next_ = 0;

@@ -7,9 +7,9 @@
 namespace gateway {
 
 CChannelLog::entry_t CChannelLog::Make(int intervalMs) {
-  return {zorutil::time_utils::CThrottle(
-              intervalMs, [this] { return zorplatform::CTimeStamp::FromMilliseconds(nowMs_); }),
-          0};
+  return {
+      zorutil::time_utils::CThrottle(intervalMs, [this] { return zorplatform::CTimeStamp::FromMilliseconds(nowMs_); }),
+      0};
 }
 
 CChannelLog::CChannelLog(int intervalMs)

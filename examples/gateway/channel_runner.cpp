@@ -100,8 +100,7 @@ bool CChannelRunner::ReadNode(node_t& node, const node_t* parent) {
     case kTagGroup: isCollected = isCollected && static_cast<const CTagGroup&>(*node.object).IsCollected(); break;
     default: break;
   }
-  const bool isOther =
-      !node.isRead || path != node.path || station != node.station || isCollected != node.isCollected;
+  const bool isOther = !node.isRead || path != node.path || station != node.station || isCollected != node.isCollected;
   node.isRead = true;
   node.path = std::move(path);
   node.station = std::move(station);
@@ -190,7 +189,8 @@ void CChannelRunner::ReadTag(const node_t& node, tag_t& tag) {
   ++settingsRead_;
   if (tag.number < 0) {
     tag.number = lane_.AddTag(settings);
-    if (places_.size() <= static_cast<std::size_t>(tag.number)) places_.resize(static_cast<std::size_t>(tag.number) + 1);
+    if (places_.size() <= static_cast<std::size_t>(tag.number))
+      places_.resize(static_cast<std::size_t>(tag.number) + 1);
     places_[static_cast<std::size_t>(tag.number)] = {};
     ++activity_[node.device].tags;
   } else {

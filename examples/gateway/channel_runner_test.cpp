@@ -18,7 +18,8 @@
 namespace gateway {
 namespace {
 
-constexpr std::string_view kProjectText = R"({"P": {"Type": "Project", "Channels": {"C": {"Type": "Channel", "Devices": {
+constexpr std::string_view kProjectText =
+    R"({"P": {"Type": "Project", "Channels": {"C": {"Type": "Channel", "Devices": {
   "D": {"Type": "Device", "StationId": 1, "Tags": {
     "A": {"Type": "Tag", "Address": "a", "DataType": 6, "ScanRate": 100},
     "B": {"Type": "Tag", "Address": "b", "DataType": 6, "ScanRate": 100}}},
@@ -64,7 +65,7 @@ class ChannelRunner : public testing::Test {
     readings::CProblemLog log(messages, 9);
     CChangeScript script;
     if (!script.Read("[{\"at\": 0, " + text + "}]", "s", log)) return messages.str();
-    const std::string line = script.ApplyDue(*project_, 1, i18n::kLanguageEnglish).at(0);
+    const std::string line = script.ApplyDue(*project_, 1, i18n::kLanguageEnglish).at(0).text;
     return script.GetFailed() == 0 ? "" : line.substr(line.find("not done"));
   }
 
@@ -79,20 +80,19 @@ TEST_F(ChannelRunner, FollowsEveryChangeOfItsTagsFromTheNextSliceOn) {
     const char* change;
     const char* value;
     const char* reported;
-  } rows[] = {
-      {R"("rename": "C.D.A", "to": "Z")", "2", "C.D.B,2 C.D.Z,2 C.E.G.F,2 "},
-      {R"("rename": "C.D", "to": "D2")", "3", "C.D2.B,3 C.D2.Z,3 C.E.G.F,3 "},
-      {R"("set": {"ScanRate": 1000}, "of": "C.D2.Z")", "4", "C.D2.B,4 C.E.G.F,4 "},
-      {R"("set": {"ScanRate": 100, "Address": "b"}, "of": "C.D2.Z")", "5", "C.D2.B,5 C.D2.Z,5 C.E.G.F,5 "},
-      {R"("set": {"Collects": false}, "of": "C.E.G")", "6", "C.D2.B,6 C.D2.Z,6 "},
-      {R"("set": {"Collects": true}, "of": "C.E.G")", "7", "C.D2.B,7 C.D2.Z,7 C.E.G.F,7 "},
-      {R"("delete": "C.D2.Z")", "8", "C.D2.B,8 C.E.G.F,8 "},
-      {R"("copy": "C.D2.B", "to": "N")", "9", "C.D2.B,9 C.D2.N,9 C.E.G.F,9 "},
-      {R"("add": {"Y": {"Type": "Tag", "Address": "f", "DataType": 6, "ScanRate": 100}}, "to": "C.E")", "10",
-       "C.D2.B,10 C.D2.N,10 C.E.G.F,10 C.E.Y,10 "},
-      {R"("set": {"StationId": 7}, "of": "C.D2")", "11", "C.E.G.F,11 C.E.Y,11 "},  // nothing there at b
-      {R"("delete": "C.E")", "12", ""},
-      {R"("delete": "C.D2")", "13", ""}};
+  } rows[] = {{R"("rename": "C.D.A", "to": "Z")", "2", "C.D.B,2 C.D.Z,2 C.E.G.F,2 "},
+              {R"("rename": "C.D", "to": "D2")", "3", "C.D2.B,3 C.D2.Z,3 C.E.G.F,3 "},
+              {R"("set": {"ScanRate": 1000}, "of": "C.D2.Z")", "4", "C.D2.B,4 C.E.G.F,4 "},
+              {R"("set": {"ScanRate": 100, "Address": "b"}, "of": "C.D2.Z")", "5", "C.D2.B,5 C.D2.Z,5 C.E.G.F,5 "},
+              {R"("set": {"Collects": false}, "of": "C.E.G")", "6", "C.D2.B,6 C.D2.Z,6 "},
+              {R"("set": {"Collects": true}, "of": "C.E.G")", "7", "C.D2.B,7 C.D2.Z,7 C.E.G.F,7 "},
+              {R"("delete": "C.D2.Z")", "8", "C.D2.B,8 C.E.G.F,8 "},
+              {R"("copy": "C.D2.B", "to": "N")", "9", "C.D2.B,9 C.D2.N,9 C.E.G.F,9 "},
+              {R"("add": {"Y": {"Type": "Tag", "Address": "f", "DataType": 6, "ScanRate": 100}}, "to": "C.E")", "10",
+               "C.D2.B,10 C.D2.N,10 C.E.G.F,10 C.E.Y,10 "},
+              {R"("set": {"StationId": 7}, "of": "C.D2")", "11", "C.E.G.F,11 C.E.Y,11 "},  // nothing there at b
+              {R"("delete": "C.E")", "12", ""},
+              {R"("delete": "C.D2")", "13", ""}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.change);
     EXPECT_EQ(Change(row.change), "");

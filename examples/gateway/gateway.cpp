@@ -28,7 +28,8 @@ std::uint64_t GetResidentBytes() {
 }
 
 CGateway::CGateway(CTableObj& project, const settings_t& settings, CReadingFeed& feed, CChangeScript& changes,
-                   std::ostream& log, std::ostream* reported, readings::CPlot& plot, CActivityPicture* picture)
+                   std::ostream& log, std::ostream* reported, readings::CPlot& plot, CActivityPicture* picture,
+                   zorutil::properties::CDefinitionStore* definitions)
     : project_(project),
       settings_(settings),
       feed_(feed),
@@ -36,7 +37,8 @@ CGateway::CGateway(CTableObj& project, const settings_t& settings, CReadingFeed&
       log_(log),
       reported_(reported),
       plot_(plot),
-      picture_(picture) {
+      picture_(picture),
+      definitions_(definitions) {
   for (const std::string& path : settings.watched) {
     std::string unit, type;
     if (const auto tag = project.FindObject(CString(path), kTag, -1)) {
@@ -73,8 +75,9 @@ void CGateway::RunSlice(std::int64_t untilMs, bool isLast) {
   for (const auto& runner : runners_) runner->Go(untilMs);
   std::exception_ptr failure;
   try {
-    for (const std::string& line : changes_.ApplyDue(project_, untilMs - startMs_, settings_.languageId)) {
-      log_ << readings::TimeText(nowMs_) << "  " << line << '\n';
+    for (const change_report_t& change :
+         changes_.ApplyDue(project_, untilMs - startMs_, settings_.languageId, definitions_)) {
+      log_ << readings::TimeText(startMs_ + change.atMs) << "  " << change.text << '\n';
     }
     if (!isLast) feed_.Take(untilMs + settings_.sliceMs, GetNextBatches());
   } catch (...) {

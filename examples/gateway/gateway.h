@@ -38,10 +38,10 @@ struct result_t {
   std::vector<channel_summary_t> channels;  ///< in the order of the project, then those that are gone
   std::vector<tag_summary_t> tags;
   std::uint64_t updates = 0;
-  std::uint64_t unrouted = 0;     ///< readings that no channel takes
+  std::uint64_t unrouted = 0;  ///< readings that no channel takes
   std::int64_t simulatedMs = 0;
-  double seconds = 0;             ///< of the clock on the wall
-  double cpuSeconds = 0;          ///< of all threads
+  double seconds = 0;     ///< of the clock on the wall
+  double cpuSeconds = 0;  ///< of all threads
   std::vector<memory_mark_t> memory;
 };
 
@@ -50,10 +50,11 @@ std::uint64_t GetResidentBytes();
 
 class CGateway {
  public:
-  /// All of these outlive the gateway; so does the log, a line for each entry. `reported` and `picture` may be null. The
-  /// feed is open. `plot` gets the watched tags.
+  /// All of these outlive the gateway; so does the log, a line for each entry. `reported` and `picture` may be null.
+  /// The feed is open. `plot` gets the watched tags.
   CGateway(CTableObj& project, const settings_t& settings, CReadingFeed& feed, CChangeScript& changes,
-           std::ostream& log, std::ostream* reported, readings::CPlot& plot, CActivityPicture* picture);
+           std::ostream& log, std::ostream* reported, readings::CPlot& plot, CActivityPicture* picture,
+           zorutil::properties::CDefinitionStore* definitions);
 
   void Run();
   result_t GetResult() const;
@@ -79,6 +80,7 @@ class CGateway {
   readings::CPlot& plot_;
   std::vector<int> panels_;  // by the number of the watched tag
   CActivityPicture* picture_;
+  zorutil::properties::CDefinitionStore* definitions_;
   std::function<void(std::uint64_t)> progress_;
 
   std::vector<std::unique_ptr<CChannelRunner>> runners_;

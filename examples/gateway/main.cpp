@@ -87,13 +87,9 @@ bool IsTerminal() {
 }
 
 // Prints what is wrong with the settings of the objects. False when anything is.
-bool Validate(const CTableObj& root, const settings_t& settings) {
+bool Validate(const CTableObj& root, const settings_t& settings, properties::CDefinitionStore* definitions) {
   constexpr std::size_t kMost = 1000;
-  std::unique_ptr<properties::CDefinitionStore> store;
-  if (!settings.definitions.empty()) {
-    store = std::make_unique<properties::CDefinitionStore>(zorplatform::FromNativePath(settings.definitions) + u"\\");
-  }
-  const auto failures = project::ValidateTree(root, kMost, store.get());
+  const auto failures = project::ValidateTree(root, kMost, definitions);
   for (const auto& [path, failure] : failures) {
     std::cerr << path.ToUtf8() << ": " << failure.name.ToUtf8() << ": "
               << failure.message->GetMessageText(settings.languageId).ToUtf8() << '\n';
@@ -115,7 +111,8 @@ void WritePictures(const settings_t& settings, const readings::CPlot& plot, cons
 }
 
 // Runs the project over the readings. False when there was anything to complain about.
-bool RunProject(CTableObj& root, const settings_t& settings, gateway::CChangeScript& changes) {
+bool RunProject(CTableObj& root, const settings_t& settings, gateway::CChangeScript& changes,
+                properties::CDefinitionStore* definitions) {
   readings::CProblemLog problems(std::cerr, 20);
   gateway::CReadingFeed feed(
       settings.readings, [&settings] { return std::make_unique<readings::CFileSource>(settings.readings); }, problems);
@@ -135,7 +132,7 @@ bool RunProject(CTableObj& root, const settings_t& settings, gateway::CChangeScr
   gateway::CActivityPicture picture(name);
   gateway::CGateway running(root, settings, feed, changes, settings.log.empty() ? std::cerr : logFile,
                             settings.reported.empty() ? nullptr : &reportedFile, plot,
-                            settings.overview.empty() ? nullptr : &picture);
+                            settings.overview.empty() ? nullptr : &picture, definitions);
   CProgressLine progress;
   if (IsTerminal()) running.SetProgress([&progress](std::uint64_t updates) { progress.Show(updates); });
   running.Run();
@@ -180,8 +177,13 @@ exit_t Run(const std::string& path, const settings_t& settings) {
     readings::CProblemLog problems(std::cerr, 20);
     if (!changes.Read(ReadText(settings.changes), settings.changes, problems)) return EXIT_IO;
   }
-  bool isFine = Validate(*root, settings);
-  if (!settings.readings.empty()) isFine = RunProject(*root, settings, changes) && isFine;
+  std::unique_ptr<properties::CDefinitionStore> definitions;
+  if (!settings.definitions.empty()) {
+    definitions =
+        std::make_unique<properties::CDefinitionStore>(zorplatform::FromNativePath(settings.definitions) + u"\\");
+  }
+  bool isFine = Validate(*root, settings, definitions.get());
+  if (!settings.readings.empty()) isFine = RunProject(*root, settings, changes, definitions.get()) && isFine;
   const auto trips = gateway::SaveAndReload(*root, settings.save, settings.languageId);
   std::cout << '\n';
   gateway::PrintRoundTrips(std::cout, trips);
@@ -201,7 +203,8 @@ int main(int argc, char** argv) {
   settings_t settings;
   CLI::App app{
       "Example: gateway boiler_house.json --readings boiler_house.csv --plot boilers.svg\n\n"
-      "Loads a project (binary, XML or JSON), validates every object, runs its channels over recorded readings, each on "
+      "Loads a project (binary, XML or JSON), validates every object, runs its channels over recorded readings, each "
+      "on "
       "a thread of its own, and takes changes meanwhile; then saves the project in all three forms, loads each again "
       "and compares. Without --readings nothing is run.\n\n"
       "Exit codes: 0 fine; 1 something was found: settings that are not valid, bad readings, changes that could not be "
@@ -215,7 +218,8 @@ int main(int argc, char** argv) {
   app.add_option("--changes", settings.changes, "Changes to make while it runs: a JSON array, see change_script.h");
   app.add_option("--language", language, "The language of failures, such as de")
       ->capture_default_str()
-      ->check([](const std::string& tag) { return i18n::LanguageIdFromTag(tag) != 0 ? "" : tag + ": no such language"; });
+      ->check(
+          [](const std::string& tag) { return i18n::LanguageIdFromTag(tag) != 0 ? "" : tag + ": no such language"; });
   app.add_option("--reported", settings.reported, "Write the reported values into this CSV file");
   app.add_option("--log", settings.log, "Write the log into this file instead of standard error");
   app.add_option("--log-interval", settings.logIntervalMs, "Entries of one kind of a channel are this far apart, in ms")

@@ -98,8 +98,8 @@ void PrintSummary(std::ostream& out, const result_t& result) {
   if (silent != 0) out << silent << " tags have no readings\n";
   if (result.unrouted != 0) out << Grouped(result.unrouted) << " readings are for channels that are not there\n";
   out << '\n'
-      << Duration(result.simulatedMs) << " of the plant in " << Fixed(result.seconds, 2) << " s: "
-      << Grouped(result.updates) << " updates, " << PerSecond(result.updates, result.seconds) << " a second, "
+      << Duration(result.simulatedMs) << " of the plant in " << Fixed(result.seconds, 2)
+      << " s: " << Grouped(result.updates) << " updates, " << PerSecond(result.updates, result.seconds) << " a second, "
       << PerSecond(result.updates, result.cpuSeconds) << " for each second of one core\n";
   for (const memory_mark_t& mark : result.memory) {
     out << MiB(mark.bytes) << " in memory after " << Grouped(mark.updates) << " updates\n";

@@ -54,7 +54,8 @@ constexpr field_t CProject::kFields[] = {
     Field<&CProject::revision_>(MakePropertyId(kProjects, 1024), u"Revision"),
 };
 constexpr zorutil::child_table_t CProject::kTables[] = {ChildTable<&CProject::channels_, kChannel>(u"Channels")};
-constexpr type_description_t CProject::kType = {kProject, 0, 1, u"Project", &CreateDescribed<CProject>, kFields, kTables};
+constexpr type_description_t CProject::kType = {kProject, 0,      1, u"Project", &CreateDescribed<CProject>,
+                                                kFields,  kTables};
 
 // --- channel ------------------------------------------------------------------------------------------------------
 
@@ -68,7 +69,8 @@ constexpr field_t CChannel::kFields[] = {
     Field<&CChannel::writesPerRead_>(MakePropertyId(kChannels, 7936), u"WritesPerRead"),
 };
 constexpr zorutil::child_table_t CChannel::kTables[] = {ChildTable<&CChannel::devices_, kDevice>(u"Devices")};
-constexpr type_description_t CChannel::kType = {kChannel, 0, 1, u"Channel", &CreateDescribed<CChannel>, kFields, kTables};
+constexpr type_description_t CChannel::kType = {kChannel, 0,      1, u"Channel", &CreateDescribed<CChannel>,
+                                                kFields,  kTables};
 
 CString CChannel::GetLineAddress() const {
   switch (medium_) {
@@ -94,16 +96,16 @@ constexpr field_t CDevice::kFields[] = {
     Field<&CDevice::setsClockAt_>(MakePropertyId(kDevices, 10496), u"ClockSyncAt", 0, properties::TYPE_TIME_OF_DAY),
 };
 constexpr zorutil::child_table_t CDevice::kTables[] = {ChildTable<&CDevice::tags_, kTag>(u"Tags"),
-                                                   ChildTable<&CDevice::groups_, kTagGroup>(u"TagGroups")};
+                                                       ChildTable<&CDevice::groups_, kTagGroup>(u"TagGroups")};
 constexpr type_description_t CDevice::kType = {kDevice, 0, 1, u"Device", &CreateDescribed<CDevice>, kFields, kTables};
 
 constexpr field_t CTagGroup::kFields[] = {
     Field<&CTagGroup::isCollected_>(MakePropertyId(kTagGroups, 768), u"Collects", 0, properties::TYPE_ENABLE_DISABLE),
 };
 constexpr zorutil::child_table_t CTagGroup::kTables[] = {ChildTable<&CTagGroup::tags_, kTag>(u"Tags"),
-                                                     ChildTable<&CTagGroup::groups_, kTagGroup>(u"TagGroups")};
-constexpr type_description_t CTagGroup::kType = {kTagGroup, 0,      1,      u"TagGroup", &CreateDescribed<CTagGroup>,
-                                             kFields,   kTables};
+                                                         ChildTable<&CTagGroup::groups_, kTagGroup>(u"TagGroups")};
+constexpr type_description_t CTagGroup::kType = {kTagGroup, 0,      1, u"TagGroup", &CreateDescribed<CTagGroup>,
+                                                 kFields,   kTables};
 
 // --- tag ----------------------------------------------------------------------------------------------------------
 
@@ -131,27 +133,26 @@ constexpr field_t CTag::kFields[] = {
     Field<&CTag::isWritable_>(MakePropertyId(kTags, 1280), u"Writable", 0, properties::TYPE_ALLOW_DENY),
     Field<&CTag::GetScanMs, &CTag::SetScanMs>(MakePropertyId(kTags, 1536), u"ScanRate"),
     Field<&CTag::Of<&CScaling::GetUnits>, &CTag::Put<&CScaling::SetUnits, CString>>(MakePropertyId(kTags, 1792),
-                                                                                   u"Unit"),
+                                                                                    u"Unit"),
     Field<&CTag::Of<&CScaling::GetScalingType>, &CTag::SetScalingType>(MakePropertyId(kTags, 2560), u"Scaling"),
     Field<&CTag::Of<&CScaling::GetRawLow>, &CTag::Put<&CScaling::SetRawLow, double>>(MakePropertyId(kTags, 2816),
-                                                                                   u"RawLow"),
+                                                                                     u"RawLow"),
     Field<&CTag::Of<&CScaling::GetRawHigh>, &CTag::Put<&CScaling::SetRawHigh, double>>(MakePropertyId(kTags, 3072),
-                                                                                     u"RawHigh"),
+                                                                                       u"RawHigh"),
     Field<&CTag::Of<&CScaling::GetScaledLow>, &CTag::Put<&CScaling::SetScaledLow, double>>(MakePropertyId(kTags, 3328),
-                                                                                         u"ScaledLow"),
+                                                                                           u"ScaledLow"),
     Field<&CTag::Of<&CScaling::GetScaledHigh>, &CTag::Put<&CScaling::SetScaledHigh, double>>(
         MakePropertyId(kTags, 3584), u"ScaledHigh"),
     Field<&CTag::Of<&CScaling::GetScaledDataType>, &CTag::SetScaledType>(MakePropertyId(kTags, 3840), u"ScaledType"),
     Field<&CTag::Of<&CScaling::GetClampLow>, &CTag::Put<&CScaling::SetClampLow, bool>>(MakePropertyId(kTags, 4096),
-                                                                                     u"ClampLow"),
+                                                                                       u"ClampLow"),
     Field<&CTag::Of<&CScaling::GetClampHigh>, &CTag::Put<&CScaling::SetClampHigh, bool>>(MakePropertyId(kTags, 4352),
-                                                                                       u"ClampHigh"),
+                                                                                         u"ClampHigh"),
     Field<&CTag::Of<&CScaling::GetNegateValue>, &CTag::Put<&CScaling::SetNegateValue, bool>>(
         MakePropertyId(kTags, 4608), u"Negate"),
-    Field<&CTag::Of<&CDeadband::GetDeadbandType>, &CTag::SetDeadbandType>(MakePropertyId(kTags, 4864),
-                                                                         u"DeadbandType"),
+    Field<&CTag::Of<&CDeadband::GetDeadbandType>, &CTag::SetDeadbandType>(MakePropertyId(kTags, 4864), u"DeadbandType"),
     Field<&CTag::Of<&CDeadband::GetDeadband>, &CTag::Put<&CDeadband::SetDeadband, double>>(MakePropertyId(kTags, 5120),
-                                                                                         u"Deadband"),
+                                                                                           u"Deadband"),
 };
 constexpr type_description_t CTag::kType = {kTag, 0, 1, u"Tag", &CreateDescribed<CTag>, kFields};
 

@@ -22,8 +22,7 @@ const std::shared_ptr<const i18n::CLanguageModule>& Texts() {
 std::unique_ptr<i18n::ILocalizedMessage> MakeScalingMessage(CScaling::SCALINGRESULT verdict) {
   static_assert(CScaling::INVALID_RAW_TYPE == 1 && CScaling::INVALID_SCALED_TYPE == 2 &&
                 CScaling::INVALID_RAW_RANGE == 3 && CScaling::INVALID_SCALED_RANGE == 4);
-  return std::make_unique<i18n::CLocalizedMessage>(
-      i18n::CLocalizedResource(Texts(), static_cast<unsigned>(verdict)));
+  return std::make_unique<i18n::CLocalizedMessage>(i18n::CLocalizedResource(Texts(), static_cast<unsigned>(verdict)));
 }
 
 }  // namespace gateway
