@@ -11,7 +11,6 @@
 #include "util/json/value_conversions.h"
 #include "util/objects/described_object.h"
 #include "util/project/json_mapping.h"
-#include "util/properties/definition_loader.h"
 #include "util/properties/property.h"
 #include "util/properties/validation.h"
 
@@ -77,7 +76,7 @@ std::string Add(CTableObj& parent, const json::object_t& objects, unsigned short
 
 // Checks the settings as they would be, so that conditions see the others of the object, then takes the new ones.
 std::string Set(CTableObj& object, const json::object_t& settings, unsigned short languageId,
-                properties::CDefinitionStore* definitions) {
+                properties::CDefinitionStore& definitions) {
   zorutil::CDescribedObj* const described = zorutil::AsDescribed(&object);
   if (described == nullptr) return "the object has no settings";
   properties::property_list_t changes;
@@ -96,7 +95,7 @@ std::string Set(CTableObj& object, const json::object_t& settings, unsigned shor
     properties::RemoveProperty(change->GetId(), all);
     all.push_back(change);
   }
-  properties::CValidationContext plain(definitions != nullptr ? *definitions : properties::GetDefinitionStore());
+  properties::CValidationContext plain(definitions);
   for (const auto& failure : properties::CollectValidationFailures(all, plain)) {
     return failure.name.ToUtf8() + ": " + failure.message->GetMessageText(languageId).ToUtf8();
   }
@@ -197,7 +196,7 @@ std::string CChangeScript::Describe(const change_t& change) {
 }
 
 std::string CChangeScript::Apply(CTableObj& root, const change_t& change, unsigned short languageId,
-                                 properties::CDefinitionStore* definitions) {
+                                 properties::CDefinitionStore& definitions) {
   if (change.kind == kind_t::patch) return "patches are not taken yet";
   const ref_counted_obj_ptr found = root.FindObject(change.path);
   CTableObj* const object = change.path.IsEmpty() ? &root : found.get();
@@ -215,7 +214,7 @@ std::string CChangeScript::Apply(CTableObj& root, const change_t& change, unsign
 }
 
 std::vector<change_report_t> CChangeScript::ApplyDue(CTableObj& root, std::int64_t elapsedMs, unsigned short languageId,
-                                                     properties::CDefinitionStore* definitions) {
+                                                     properties::CDefinitionStore& definitions) {
   std::vector<change_report_t> reports;
   for (; next_ < changes_.size() && changes_[next_].atMs < elapsedMs; ++next_) {
     const change_t& change = changes_[next_];

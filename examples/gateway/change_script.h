@@ -45,9 +45,9 @@ class CChangeScript {
   bool Read(std::string_view text, const std::string& name, readings::CProblemLog& log);
 
   /// Makes the changes that are due within so many milliseconds of the start and were not made yet. Reasons are in the
-  /// language. `definitions`: null for those of the program.
+  /// language.
   std::vector<change_report_t> ApplyDue(CTableObj& project, std::int64_t elapsedMs, unsigned short languageId,
-                                        zorutil::properties::CDefinitionStore* definitions = nullptr);
+                                        zorutil::properties::CDefinitionStore& definitions);
 
   std::size_t GetCount() const { return changes_.size(); }
   /// Of those that were due.
@@ -69,7 +69,7 @@ class CChangeScript {
   static std::string Describe(const change_t& change);
   /// Why it could not be made; empty when it was.
   static std::string Apply(CTableObj& project, const change_t& change, unsigned short languageId,
-                           zorutil::properties::CDefinitionStore* definitions);
+                           zorutil::properties::CDefinitionStore& definitions);
 
   std::vector<change_t> changes_;  // in the order of time
   std::size_t next_ = 0;

@@ -31,10 +31,4 @@ void CChannelLog::Add(kind_t kind, std::int64_t ms, std::string_view path, std::
 
 std::string CChannelLog::Take() { return std::exchange(text_, {}); }
 
-std::uint64_t CChannelLog::GetLeftOut() const {
-  std::uint64_t leftOut = 0;
-  for (const entry_t& entry : entries_) leftOut += entry.leftOut;
-  return leftOut;
-}
-
 }  // namespace gateway

@@ -29,8 +29,7 @@ class CChannelLog {
   void Add(kind_t kind, std::int64_t ms, std::string_view path, std::string_view text);
   /// What was written since the last time.
   std::string Take();
-  /// What was left out and not told.
-  std::uint64_t GetLeftOut() const;
+  /// Of all entries, those included that were left out.
   std::uint64_t GetCount() const { return count_; }
 
  private:

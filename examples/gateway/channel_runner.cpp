@@ -312,7 +312,6 @@ channel_summary_t CChannelRunner::GetSummary() const {
   }
   summary.settingsRead = settingsRead_;
   summary.logEntries = log_.GetCount();
-  summary.logLeftOut = log_.GetLeftOut();
   summary.busySeconds = busySeconds_;
   return summary;
 }

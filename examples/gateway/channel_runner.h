@@ -67,7 +67,6 @@ struct channel_summary_t {
   tag_counts_t total;              ///< of all its tags, those included that are gone
   std::uint64_t settingsRead = 0;  ///< how often a tag's settings were read
   std::uint64_t logEntries = 0;
-  std::uint64_t logLeftOut = 0;
   double busySeconds = 0;  ///< that its thread was at work
 };
 

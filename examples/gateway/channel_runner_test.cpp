@@ -14,6 +14,7 @@
 #include "platform/framework/allocation_testing.h"
 #include "util/objects/tree_invariants_testing.h"
 #include "util/project/project_file.h"
+#include "util/properties/definition_loader.h"
 
 namespace gateway {
 namespace {
@@ -65,7 +66,8 @@ class ChannelRunner : public testing::Test {
     readings::CProblemLog log(messages, 9);
     CChangeScript script;
     if (!script.Read("[{\"at\": 0, " + text + "}]", "s", log)) return messages.str();
-    const std::string line = script.ApplyDue(*project_, 1, i18n::kLanguageEnglish).at(0).text;
+    const std::string line =
+        script.ApplyDue(*project_, 1, i18n::kLanguageEnglish, zorutil::properties::GetDefinitionStore()).at(0).text;
     return script.GetFailed() == 0 ? "" : line.substr(line.find("not done"));
   }
 

@@ -29,7 +29,7 @@ std::uint64_t GetResidentBytes() {
 
 CGateway::CGateway(CTableObj& project, const settings_t& settings, CReadingFeed& feed, CChangeScript& changes,
                    std::ostream& log, std::ostream* reported, readings::CPlot& plot, CActivityPicture* picture,
-                   zorutil::properties::CDefinitionStore* definitions)
+                   zorutil::properties::CDefinitionStore& definitions)
     : project_(project),
       settings_(settings),
       feed_(feed),

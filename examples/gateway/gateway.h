@@ -54,7 +54,7 @@ class CGateway {
   /// The feed is open. `plot` gets the watched tags.
   CGateway(CTableObj& project, const settings_t& settings, CReadingFeed& feed, CChangeScript& changes,
            std::ostream& log, std::ostream* reported, readings::CPlot& plot, CActivityPicture* picture,
-           zorutil::properties::CDefinitionStore* definitions);
+           zorutil::properties::CDefinitionStore& definitions);
 
   void Run();
   result_t GetResult() const;
@@ -80,7 +80,7 @@ class CGateway {
   readings::CPlot& plot_;
   std::vector<int> panels_;  // by the number of the watched tag
   CActivityPicture* picture_;
-  zorutil::properties::CDefinitionStore* definitions_;
+  zorutil::properties::CDefinitionStore& definitions_;
   std::function<void(std::uint64_t)> progress_;
 
   std::vector<std::unique_ptr<CChannelRunner>> runners_;

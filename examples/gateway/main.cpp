@@ -20,9 +20,11 @@
 #include "platform/framework/native_path.h"
 #include "util/i18n/language.h"
 #include "util/i18n/message_exception.h"
+#include "util/objects/type_library.h"
 #include "util/project/tree_validation.h"
 #include "util/properties/definition_loader.h"
 #include "util/properties/definition_store.h"
+#include "util/properties/functor.h"
 
 #if defined(__unix__) || defined(__APPLE__)
 #include <unistd.h>
@@ -87,9 +89,15 @@ bool IsTerminal() {
 }
 
 // Prints what is wrong with the settings of the objects. False when anything is.
-bool Validate(const CTableObj& root, const settings_t& settings, properties::CDefinitionStore* definitions) {
+bool Validate(const CTableObj& root, const settings_t& settings, properties::CDefinitionStore& definitions) {
   constexpr std::size_t kMost = 1000;
-  const auto failures = project::ValidateTree(root, kMost, definitions);
+  std::size_t namespaces = 0;
+  using namespace_t = const std::pair<int, properties::metadata_t>&;
+  auto count = properties::MakeFunctor<namespace_t>([&namespaces](namespace_t) { return ++namespaces, false; });
+  definitions.IterateNamespaces(count);
+  if (namespaces == 0)
+    std::cerr << "no definitions were found (--definitions): settings are not checked against them\n";
+  const auto failures = project::ValidateTree(root, kMost, &definitions);
   for (const auto& [path, failure] : failures) {
     std::cerr << path.ToUtf8() << ": " << failure.name.ToUtf8() << ": "
               << failure.message->GetMessageText(settings.languageId).ToUtf8() << '\n';
@@ -112,7 +120,7 @@ void WritePictures(const settings_t& settings, const readings::CPlot& plot, cons
 
 // Runs the project over the readings. False when there was anything to complain about.
 bool RunProject(CTableObj& root, const settings_t& settings, gateway::CChangeScript& changes,
-                properties::CDefinitionStore* definitions) {
+                properties::CDefinitionStore& definitions) {
   readings::CProblemLog problems(std::cerr, 20);
   gateway::CReadingFeed feed(
       settings.readings, [&settings] { return std::make_unique<readings::CFileSource>(settings.readings); }, problems);
@@ -142,11 +150,8 @@ bool RunProject(CTableObj& root, const settings_t& settings, gateway::CChangeScr
   if (!settings.reported.empty()) Close(reportedFile, settings.reported);
 
   const gateway::result_t result = running.GetResult();
-  std::uint64_t entries = 0, leftOut = 0;
-  for (const gateway::channel_summary_t& channel : result.channels) {
-    entries += channel.logEntries;
-    leftOut += channel.logLeftOut;
-  }
+  std::uint64_t entries = 0;
+  for (const gateway::channel_summary_t& channel : result.channels) entries += channel.logEntries;
   gateway::PrintSummary(std::cout, result);
   if (entries != 0) {
     std::cout << readings::Grouped(entries) << " entries of the log, limited to one of a kind in "
@@ -161,6 +166,8 @@ bool RunProject(CTableObj& root, const settings_t& settings, gateway::CChangeScr
 
 exit_t Run(const std::string& path, const settings_t& settings) {
   gateway::RegisterTypes();
+  std::vector<zorutil::CTypeLibrary> plugins;  // outlive the project
+  for (const std::string& file : settings.types) plugins.emplace_back(zorplatform::FromNativePath(file));
   project::load_report_t report;
   const auto started = std::chrono::steady_clock::now();
   const zorutil::owned_obj_ptr root = project::LoadProject(zorplatform::FromNativePath(path), report);
@@ -177,13 +184,13 @@ exit_t Run(const std::string& path, const settings_t& settings) {
     readings::CProblemLog problems(std::cerr, 20);
     if (!changes.Read(ReadText(settings.changes), settings.changes, problems)) return EXIT_IO;
   }
-  std::unique_ptr<properties::CDefinitionStore> definitions;
+  std::unique_ptr<properties::CDefinitionStore> own;
   if (!settings.definitions.empty()) {
-    definitions =
-        std::make_unique<properties::CDefinitionStore>(zorplatform::FromNativePath(settings.definitions) + u"\\");
+    own = std::make_unique<properties::CDefinitionStore>(zorplatform::FromNativePath(settings.definitions) + u"\\");
   }
-  bool isFine = Validate(*root, settings, definitions.get());
-  if (!settings.readings.empty()) isFine = RunProject(*root, settings, changes, definitions.get()) && isFine;
+  properties::CDefinitionStore& definitions = own != nullptr ? *own : properties::GetDefinitionStore();
+  bool isFine = Validate(*root, settings, definitions);
+  if (!settings.readings.empty()) isFine = RunProject(*root, settings, changes, definitions) && isFine;
   const auto trips = gateway::SaveAndReload(*root, settings.save, settings.languageId);
   std::cout << '\n';
   gateway::PrintRoundTrips(std::cout, trips);
@@ -215,6 +222,7 @@ int main(int argc, char** argv) {
   app.add_option("--readings", settings.readings, "CSV with the columns time, station, address, value");
   app.add_option("--definitions", settings.definitions,
                  "The folder of the compiled definitions; without it the folder Properties beside the program");
+  app.add_option("--types", settings.types, "A plug-in with further types of objects (type_library.h)");
   app.add_option("--changes", settings.changes, "Changes to make while it runs: a JSON array, see change_script.h");
   app.add_option("--language", language, "The language of failures, such as de")
       ->capture_default_str()

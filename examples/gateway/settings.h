@@ -8,14 +8,15 @@
 namespace gateway {
 
 struct settings_t {
-  std::string readings;     ///< the recorded readings, CSV
-  std::string definitions;  ///< the folder of the compiled definitions; empty: beside the program
-  std::string changes;      ///< a script of changes; empty: none
-  std::string reported;     ///< where reported values go, CSV; empty: nowhere
-  std::string log;          ///< where the log goes; empty: standard error
-  std::string plot;         ///< curves of the watched tags, SVG; empty: none
-  std::string overview;     ///< all devices over time, SVG; empty: none
-  std::string save;         ///< where the project goes, in all three forms, without ending; empty: memory alone
+  std::string readings;            ///< the recorded readings, CSV
+  std::string definitions;         ///< the folder of the compiled definitions; empty: beside the program
+  std::vector<std::string> types;  ///< plug-ins with further types of objects
+  std::string changes;             ///< a script of changes; empty: none
+  std::string reported;            ///< where reported values go, CSV; empty: nowhere
+  std::string log;                 ///< where the log goes; empty: standard error
+  std::string plot;                ///< curves of the watched tags, SVG; empty: none
+  std::string overview;            ///< all devices over time, SVG; empty: none
+  std::string save;                ///< where the project goes, in all three forms, without ending; empty: memory alone
   std::vector<std::string> watched;  ///< paths of tags below the project
   bool isRealTime = false;
   std::uint64_t passes = 1;      ///< over the readings

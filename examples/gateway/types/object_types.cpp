@@ -57,6 +57,8 @@ constexpr zorutil::child_table_t CProject::kTables[] = {ChildTable<&CProject::ch
 constexpr type_description_t CProject::kType = {kProject, 0,      1, u"Project", &CreateDescribed<CProject>,
                                                 kFields,  kTables};
 
+CProject::CProject() : CConfigObj(kType) {}
+
 // --- channel ------------------------------------------------------------------------------------------------------
 
 constexpr field_t CChannel::kFields[] = {
@@ -71,6 +73,8 @@ constexpr field_t CChannel::kFields[] = {
 constexpr zorutil::child_table_t CChannel::kTables[] = {ChildTable<&CChannel::devices_, kDevice>(u"Devices")};
 constexpr type_description_t CChannel::kType = {kChannel, 0,      1, u"Channel", &CreateDescribed<CChannel>,
                                                 kFields,  kTables};
+
+CChannel::CChannel() : CConfigObj(kType) {}
 
 CString CChannel::GetLineAddress() const {
   switch (medium_) {
@@ -106,6 +110,9 @@ constexpr zorutil::child_table_t CTagGroup::kTables[] = {ChildTable<&CTagGroup::
                                                          ChildTable<&CTagGroup::groups_, kTagGroup>(u"TagGroups")};
 constexpr type_description_t CTagGroup::kType = {kTagGroup, 0,      1, u"TagGroup", &CreateDescribed<CTagGroup>,
                                                  kFields,   kTables};
+
+CDevice::CDevice() : CConfigObj(kType) {}
+CTagGroup::CTagGroup() : CConfigObj(kType) {}
 
 // --- tag ----------------------------------------------------------------------------------------------------------
 

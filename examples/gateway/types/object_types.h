@@ -53,7 +53,7 @@ class GATEWAY_TYPES_API CConfigObj : public zorutil::CDescribedObj {
 class GATEWAY_TYPES_API CProject : public CConfigObj {
  public:
   static const zorutil::type_description_t kType;
-  CProject() : CConfigObj(kType) {}
+  CProject();
 
  private:
   static const zorutil::field_t kFields[];
@@ -69,7 +69,7 @@ class GATEWAY_TYPES_API CChannel : public CConfigObj {
   enum medium_t : std::int32_t { TCP_IP, SERIAL, SIMULATION };
 
   static const zorutil::type_description_t kType;
-  CChannel() : CConfigObj(kType) {}
+  CChannel();
 
   /// How its readings name it: "10.1.1.20:502", "serial 3", "simulation".
   CString GetLineAddress() const;
@@ -91,7 +91,7 @@ class GATEWAY_TYPES_API CChannel : public CConfigObj {
 class GATEWAY_TYPES_API CDevice : public CConfigObj {
  public:
   static const zorutil::type_description_t kType;
-  CDevice() : CConfigObj(kType) {}
+  CDevice();
 
   std::uint16_t GetStation() const noexcept { return station_; }
   bool IsCollected() const noexcept { return isCollected_; }
@@ -118,7 +118,7 @@ class GATEWAY_TYPES_API CDevice : public CConfigObj {
 class GATEWAY_TYPES_API CTagGroup : public CConfigObj {
  public:
   static const zorutil::type_description_t kType;
-  CTagGroup() : CConfigObj(kType) {}
+  CTagGroup();
 
   bool IsCollected() const noexcept { return isCollected_; }
 
