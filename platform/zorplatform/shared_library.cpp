@@ -4,6 +4,8 @@
 #include <link.h>
 
 #include <cerrno>
+#include <cstdint>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -24,11 +26,31 @@ std::string CauseOf(const char* words, const std::string& path) {
   return "cannot load the library: " + std::string(cause);
 }
 
+// The loader takes a library's word for where its parts lie, and dies of one that was copied half.
+bool IsWhole(const CString& path) {
+  CFile file(path, CFile::modeRead);
+  ElfW(Ehdr) head;
+  if (file.Read(&head, sizeof head) != sizeof head || std::memcmp(head.e_ident, ELFMAG, SELFMAG) != 0 ||
+      head.e_phentsize != sizeof(ElfW(Phdr))) {
+    return true;  // of which the loader says what it is
+  }
+  const std::uint64_t length = file.GetLength();
+  for (std::uint64_t i = 0; i < head.e_phnum; ++i) {
+    ElfW(Phdr) part;
+    if (head.e_phoff > length) return false;
+    file.Seek(static_cast<std::int64_t>(head.e_phoff + i * sizeof part), CFile::begin);
+    if (file.Read(&part, sizeof part) != sizeof part) return false;
+    if (part.p_type == PT_LOAD && (part.p_offset > length || part.p_filesz > length - part.p_offset)) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 CSharedLibrary::CSharedLibrary(const CString& path) : path_(path) {
   // A pipe would keep the loader waiting.
   if (!FileExists(path)) throw CFileException(path, "cannot load the library", ENOENT);
+  if (!IsWhole(path)) throw CFileException(path, "cannot load the library: the file is cut off", 0);
   // A path without folder would be looked for where the system keeps its libraries.
   const std::string file = std::filesystem::absolute(ToNativePath(path)).string();
   handle_ = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);

@@ -22,7 +22,7 @@ class ZORPLATFORM_API CSharedLibrary {
   /// those that it needs. Everything that it uses of others is looked up at once, so that what is missing is told here
   /// rather than when it is called; what it offers is not used to make up for what another plug-in lacks.
   /// CFileException, with the system's words for the cause, when there is no such file, it is no library of this
-  /// machine, or something that it needs is missing.
+  /// machine or not a whole one, or something that it needs is missing.
   explicit CSharedLibrary(const CString& path);
   CSharedLibrary(CSharedLibrary&& other) noexcept;
   CSharedLibrary& operator=(CSharedLibrary&& other) noexcept;
