@@ -1,9 +1,8 @@
 // An IPv4 address as configuration holds it: read from text, checked, printed.
 //
 //   std::uint32_t raw = 0;
-//   if (CIpAddr::FromDottedQuad(u"10.0.0.5", raw)) Show(CIpAddr(raw).ToString());       // never waits
-//   CIpAddr device(CString(u"plc-4"));                                                  // may ask the resolver, and
-//   wait
+//   if (CIpAddr::FromDottedQuad(u"10.0.0.5", raw)) Show(CIpAddr(raw).ToString());
+//   CIpAddr device(u"plc-4");                        // asks the resolver, and may wait
 //
 // The raw value is in network byte order: its bytes in memory are the octets, first octet first. 0 is no address.
 //

@@ -51,9 +51,11 @@ inline std::uint32_t Raw(const char* dotted) {
   return raw;
 }
 
-/// A field of a table as the text that it stands for: '~' is a blank, '^' a NUL, '%' half a surrogate pair.
+/// A field of a table as the text that it stands for: '~' is a blank, '^' a NUL, '%' half a surrogate pair, and "63*a"
+/// is 63 times the unit.
 inline CString TextOf(const std::string& field) {
   CString text(field);
+  if (const int star = text.Find(u'*'); star > 0) text = CString(text[star + 1], std::stoi(field));
   text.Replace(u'~', u' ');
   text.Replace(u'^', u'\0');
   text.Replace(u'%', char16_t{0xD800});

@@ -1,6 +1,6 @@
 // An IPv4 address and a TCP port, as in "10.0.0.5:502".
 //
-//   CTcpAddr device(CString(u"10.0.0.5:502"));
+//   CTcpAddr device(u"10.0.0.5:502");
 //   device.GetPort();                                            // 502
 //
 // A plain value; copy it freely, any number of threads may read one. Only what takes a text asks the resolver, and only
