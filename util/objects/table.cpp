@@ -74,7 +74,7 @@ int CTable::CompareWith(const CTableObj* record, std::u16string_view name) const
 }
 
 zorutil::CRecordList::place_t CTable::FindPlace(std::u16string_view name) const {
-  return records_.Find([&](const CTableObj* record) { return CompareWith(record, name); });
+  return records_.Find(name, [&](const CTableObj* record) { return CompareWith(record, name); });
 }
 
 // Whether the name belongs between the records before and at the index.
