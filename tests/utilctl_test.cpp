@@ -250,8 +250,8 @@ TEST_F(Utilctl, FindsWhatIsWrongInAFolder) {
   EXPECT_EQ(Run("defs compile new.json --out fresh"), 3);
   EXPECT_EQ(out_, "") << "no success is told";
   EXPECT_EQ(Run("defs check defs"), 1);
-  for (const char* part : {"twin.prop: namespace number 3 is that of defs/tag.prop too", "cut.prop: end of data",
-                           "namespace 1 is to be in \"channel.prop\"", "ConnectTimeout", "watches the unknown id"}) {
+  for (const char* part : {"twin.prop: namespace number 6 is that of defs/tag.prop too", "cut.prop: end of data",
+                           "namespace 3 is to be in \"channel.prop\"", "ConnectTimeout", "watches the unknown id"}) {
     EXPECT_TRUE(Holds(messages_, part)) << part << "\n" << messages_;
   }
 }
@@ -265,12 +265,12 @@ TEST_F(Utilctl, KnowsTheExamplesDefinitions) {
   EXPECT_EQ(Run("defs decompile defs/device.prop --out device.json"), 0) << messages_;
   EXPECT_EQ(Run("defs compile device.json --out defs && diff -r defs '" EXAMPLE_DEFINITIONS "'"), 0) << out_;
   // A serial channel has no network port, so nobody looks at it.
-  Write("plant.json", R"({"Channels": {"Name": "Line 1", "Medium": 1, "Port": 0},
-    "Devices": {"Password": "short", "Retries": 3, "ClockSyncAt": "03:00:00"}, "Tags": {"Deadband": -1, "DataType": 9}})");
+  Write("plant.json", R"({"Channels": {"Medium": 1, "Port": 0},
+    "Devices": {"UserName": "op", "Password": "short", "Retries": 3, "ClockSyncAt": "03:00:00"}, "Tags": {"DeadbandType": 1, "Deadband": -1, "DataType": 9}})");
   EXPECT_EQ(RunExamples("defs validate plant.json --language de"), 1);
   EXPECT_EQ(messages_,
-            "plant.json:2:29: /Devices/Password: Der Text ist zu kurz. Geben Sie mindestens 8 Zeichen ein.\n"
-            "plant.json:2:101: /Tags/Deadband: Der Wert liegt außerhalb des Bereichs. Geben Sie einen Wert von 0 bis "
+            "plant.json:2:47: /Devices/Password: Der Text ist zu kurz. Geben Sie mindestens 8 Zeichen ein.\n"
+            "plant.json:2:138: /Tags/Deadband: Der Wert liegt außerhalb des Bereichs. Geben Sie einen Wert von 0 bis "
             "1000000000000 ein.\n");
 }
 

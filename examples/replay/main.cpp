@@ -12,8 +12,8 @@
 #include <string>
 #include <system_error>
 
+#include "examples/readings/file_source.h"
 #include "examples/replay/replay.h"
-#include "platform/framework/file.h"
 #include "util/i18n/language.h"
 
 #if defined(__unix__) || defined(__APPLE__)
@@ -22,7 +22,7 @@
 
 namespace {
 
-using replay::CByteSource;
+using readings::CByteSource;
 
 enum exit_t : int { EXIT_FINE = 0, EXIT_FINDINGS = 1, EXIT_USAGE = 2, EXIT_IO = 3 };
 
@@ -37,22 +37,11 @@ struct arguments_t {
   std::uint64_t messages = 20;
 };
 
-class CFileSource : public CByteSource {
- public:
-  explicit CFileSource(const std::string& path) : file_(CString(path), CFile::modeRead) {}
-  std::size_t Read(char* buffer, std::size_t count) override {
-    return file_.Read(buffer, static_cast<unsigned>(count));
-  }
-
- private:
-  CFile file_;
-};
-
 // Standard input. Gives what is there without waiting for a whole block, and flushes the output before it waits, so
 // that a live stream passes through at once.
 class CStandardInput : public CByteSource {
  public:
-  explicit CStandardInput(replay::COutputBuffer& out) : out_(out) {
+  explicit CStandardInput(readings::COutputBuffer& out) : out_(out) {
     std::ios::sync_with_stdio(false);
     std::cin.rdbuf()->pubsetbuf(block_.get(), kBlock);
   }
@@ -68,7 +57,7 @@ class CStandardInput : public CByteSource {
 
  private:
   static constexpr std::streamsize kBlock = 256 * 1024;
-  replay::COutputBuffer& out_;
+  readings::COutputBuffer& out_;
   std::unique_ptr<char[]> block_{new char[kBlock]};
 };
 
@@ -113,12 +102,12 @@ class CProgressLine {
 
 bool IsXml(const std::string& path) { return CString(path).Right(4).CompareNoCase(u".xml") == 0; }
 
-bool ReadTags(const arguments_t& arguments, replay::CTagList& tags, replay::CProblemLog& log) {
+bool ReadTags(const arguments_t& arguments, replay::CTagList& tags, readings::CProblemLog& log) {
   if (IsXml(arguments.tags)) {
     if (!tags.ReadXml(arguments.tags, log)) return false;
   } else {
-    CFileSource source(arguments.tags);
-    replay::CCsvReader reader(source);
+    readings::CFileSource source(arguments.tags);
+    readings::CCsvReader reader(source);
     if (!tags.Read(reader, arguments.tags, log)) return false;
   }
   const bool any = std::any_of(tags.GetTags().begin(), tags.GetTags().end(),
@@ -135,14 +124,14 @@ std::string LanguageExpected(const std::string& tag) {
   return text;
 }
 
-void WritePlot(const replay::CPlot& plot, std::ofstream& file, const std::string& path) {
+void WritePlot(const readings::CPlot& plot, std::ofstream& file, const std::string& path) {
   plot.Write(file);
   file.close();
   if (!file) throw std::runtime_error(path + ": cannot write: " + std::generic_category().message(errno));
 }
 
 exit_t Run(const arguments_t& arguments) {
-  replay::CProblemLog log(std::cerr, arguments.messages);
+  readings::CProblemLog log(std::cerr, arguments.messages);
   replay::CTagList tags;
   if (!ReadTags(arguments, tags, log)) return EXIT_IO;
   if (arguments.strict && log.GetCount() != 0) {
@@ -160,18 +149,18 @@ exit_t Run(const arguments_t& arguments) {
 
   // Opened before the work, so that a path that cannot be written costs no wait.
   std::ofstream plotFile;
-  replay::CPlot plot(arguments.input == "-" ? "Readings"
-                                            : arguments.input.substr(arguments.input.find_last_of('/') + 1));
+  readings::CPlot plot(arguments.input == "-" ? "Readings"
+                                              : arguments.input.substr(arguments.input.find_last_of('/') + 1));
   errno = 0;
   if (!arguments.plot.empty()) plotFile.open(arguments.plot, std::ios::binary);
   if (!plotFile) throw std::runtime_error(arguments.plot + ": cannot write: " + std::generic_category().message(errno));
 
-  replay::COutputBuffer out(WriteToStandardOutput);
+  readings::COutputBuffer out(WriteToStandardOutput);
   std::unique_ptr<CByteSource> source;
   if (arguments.input == "-") {
     source = std::make_unique<CStandardInput>(out);
   } else {
-    source = std::make_unique<CFileSource>(arguments.input);
+    source = std::make_unique<readings::CFileSource>(arguments.input);
   }
 
   const auto start = std::chrono::steady_clock::now();
@@ -179,7 +168,7 @@ exit_t Run(const arguments_t& arguments) {
   replay::replay_options_t options{.strict = arguments.strict, .plot = arguments.plot.empty() ? nullptr : &plot};
   if (IsTerminal()) options.onProgress = [&](std::uint64_t readings) { progress.Show(readings); };
   replay::CReplay run(tags, out, log, std::move(options));
-  replay::CCsvReader reader(*source);
+  readings::CCsvReader reader(*source);
   const bool any = run.Run(reader, arguments.input);
   out.Flush();
   progress.Clear();

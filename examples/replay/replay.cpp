@@ -5,11 +5,18 @@
 #include <string>
 #include <utility>
 
-#include "examples/replay/reading.h"
+#include "examples/readings/reading.h"
 #include "platform/zorplatform/utf8_string.h"
 
 namespace replay {
 namespace {
+
+using readings::AppendCsvField;
+using readings::csv_problem_t;
+using readings::ExpectedRaw;
+using readings::ParseRaw;
+using readings::ParseTime;
+using readings::raw_verdict_t;
 
 constexpr std::uint64_t kProgressEvery = 1 << 16;
 

@@ -17,14 +17,17 @@
 #include <string_view>
 #include <vector>
 
-#include "examples/replay/csv_reader.h"
-#include "examples/replay/output_buffer.h"
-#include "examples/replay/plot.h"
-#include "examples/replay/problem_log.h"
+#include "examples/readings/csv_reader.h"
+#include "examples/readings/output_buffer.h"
+#include "examples/readings/plot.h"
+#include "examples/readings/problem_log.h"
 #include "examples/replay/tag_list.h"
 #include "util/values/variant.h"
 
 namespace replay {
+
+using readings::COutputBuffer;
+using readings::CPlot;
 
 struct tag_statistics_t {
   const tag_t* tag = nullptr;

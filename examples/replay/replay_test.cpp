@@ -7,10 +7,12 @@
 #include <string>
 #include <utility>
 
-#include "examples/replay/test_source.h"
+#include "examples/readings/source_testing.h"
 
 namespace replay {
 namespace {
+
+using readings::CTextSource;
 
 constexpr const char* kTags =
     "name,unit,raw type,scaling type,raw low,raw high,scaled type,scaled low,scaled high,deadband\n"

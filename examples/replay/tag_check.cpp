@@ -1,6 +1,6 @@
 #include "examples/replay/tag_check.h"
 
-#include "examples/replay/reading.h"
+#include "examples/readings/reading.h"
 #include "platform/text/collation.h"
 #include "util/i18n/language.h"
 #include "util/i18n/localized_resource.h"
@@ -8,6 +8,8 @@
 
 namespace replay {
 namespace {
+
+using readings::ExpectedRaw;
 
 template <class T, class TextOf>
 std::string OneOf(int first, int last, TextOf textOf) {

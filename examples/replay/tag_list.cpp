@@ -3,11 +3,14 @@
 #include <optional>
 #include <utility>
 
-#include "examples/replay/reading.h"
+#include "examples/readings/reading.h"
 #include "examples/replay/tag_check.h"
 
 namespace replay {
 namespace {
+
+using readings::ParseRaw;
+using readings::raw_verdict_t;
 
 // A row as it stands there; what is missing is settled when all of it is known.
 struct cells_t {

@@ -30,13 +30,19 @@
 #include <unordered_map>
 #include <vector>
 
-#include "examples/replay/csv_reader.h"
-#include "examples/replay/problem_log.h"
+#include "examples/readings/csv_reader.h"
+#include "examples/readings/problem_log.h"
 #include "util/tagproc/deadband.h"
 #include "util/tagproc/scaling.h"
 #include "util/values/data_type.h"
 
 namespace replay {
+
+using readings::CCsvReader;
+using readings::CProblemLog;
+using readings::Quoted;
+using readings::text_position_t;
+using readings::Trimmed;
 
 struct tag_t {
   std::string name;

@@ -5,11 +5,13 @@
 #include <sstream>
 #include <string>
 
-#include "examples/replay/test_source.h"
+#include "examples/readings/source_testing.h"
 #include "platform/framework/temp_folder_testing.h"
 
 namespace replay {
 namespace {
+
+using readings::CTextSource;
 
 struct read_t {
   CTagList tags;

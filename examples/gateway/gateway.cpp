@@ -1,0 +1,203 @@
+#include "examples/gateway/gateway.h"
+
+#include <algorithm>
+#include <ctime>
+#include <fstream>
+#include <thread>
+#include <unordered_map>
+#include <utility>
+
+#include "examples/readings/reading.h"
+#include "util/objects/object_search.h"
+
+#if defined(__unix__)
+#include <unistd.h>
+#endif
+
+namespace gateway {
+
+using zorutil::object_lock_t;
+
+std::uint64_t GetResidentBytes() {
+#if defined(__linux__)
+  std::ifstream statm("/proc/self/statm");
+  std::uint64_t total = 0, resident = 0;
+  if (statm >> total >> resident) return resident * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+#endif
+  return 0;
+}
+
+CGateway::CGateway(CTableObj& project, const settings_t& settings, CReadingFeed& feed, CChangeScript& changes,
+                   std::ostream& log, std::ostream* reported, readings::CPlot& plot, CActivityPicture* picture,
+                   zorutil::properties::CDefinitionStore& definitions)
+    : project_(project),
+      settings_(settings),
+      feed_(feed),
+      changes_(changes),
+      log_(log),
+      reported_(reported),
+      plot_(plot),
+      picture_(picture),
+      definitions_(definitions) {
+  for (const std::string& path : settings.watched) {
+    std::string unit, type;
+    if (const auto tag = project.FindObject(CString(path), kTag, -1)) {
+      const object_lock_t lock(*tag);
+      unit = static_cast<const CTag&>(*tag).GetScaling().GetUnits().ToUtf8();
+      type = CString(CDataType::TextFromType(static_cast<const CTag&>(*tag).GetDataType())).ToUtf8();
+    }
+    panels_.push_back(plot.AddPanel({path, unit, type}));
+  }
+}
+
+void CGateway::Run() {
+  const std::int64_t sliceMs = settings_.sliceMs;
+  startMs_ = feed_.GetTime() - feed_.GetTime() % 1000;
+  nowMs_ = startMs_;
+  startedAt_ = std::chrono::steady_clock::now();
+  const std::clock_t cpuStart = std::clock();
+  if (reported_ != nullptr) *reported_ << "time,path,value\n";
+  SynchronizeChannels(startMs_);
+  feed_.Take(nowMs_ + sliceMs, GetNextBatches());
+  bool isLast = false;
+  while (!isLast) {
+    // The readings of this slice are with the runners; without further ones it is the last.
+    isLast = feed_.IsAtEnd() || (settings_.updates != 0 && GetUpdates() >= settings_.updates);
+    RunSlice(nowMs_ + sliceMs, isLast);
+    MarkMemory();
+    if (progress_) progress_(GetUpdates());
+  }
+  seconds_ = std::chrono::duration<double>(std::chrono::steady_clock::now() - startedAt_).count();
+  cpuSeconds_ = static_cast<double>(std::clock() - cpuStart) / CLOCKS_PER_SEC;
+}
+
+void CGateway::RunSlice(std::int64_t untilMs, bool isLast) {
+  for (const auto& runner : runners_) runner->Go(untilMs);
+  std::exception_ptr failure;
+  try {
+    for (const change_report_t& change :
+         changes_.ApplyDue(project_, untilMs - startMs_, settings_.languageId, definitions_)) {
+      log_ << readings::TimeText(startMs_ + change.atMs) << "  " << change.text << '\n';
+    }
+    if (!isLast) feed_.Take(untilMs + settings_.sliceMs, GetNextBatches());
+  } catch (...) {
+    failure = std::current_exception();
+  }
+  for (const auto& runner : runners_) {
+    try {
+      runner->Wait();
+    } catch (...) {
+      failure = std::current_exception();
+    }
+  }
+  if (failure) std::rethrow_exception(failure);
+  Collect(untilMs);
+  nowMs_ = untilMs;
+  if (!isLast) SynchronizeChannels(untilMs);
+  if (settings_.isRealTime) WaitUntil(untilMs);
+}
+
+void CGateway::Collect(std::int64_t untilMs) {
+  for (const auto& runner : runners_) {
+    log_ << runner->TakeLog();
+    if (reported_ != nullptr) {
+      *reported_ << runner->GetReported();
+      runner->ClearReported();
+    }
+    TakeWatched(*runner);
+    runner->ClearWatched();
+    if (picture_ == nullptr) continue;
+    for (const device_activity_t& device : runner->GetActivity()) {
+      picture_->Add(device.path, untilMs - startMs_ - settings_.sliceMs, device.reported,
+                    static_cast<double>(device.faulty) / device.tags);
+    }
+  }
+}
+
+void CGateway::TakeWatched(const CChannelRunner& runner) {
+  for (const watched_update_t& update : runner.GetWatched()) {
+    const int panel = panels_[update.watched];
+    switch (update.quality) {
+      case quality_t::good: plot_.AddValue(panel, update.ms, update.raw, update.value); break;
+      case quality_t::noAnswer: plot_.AddDropout(panel, update.ms); break;
+      default: plot_.AddFailure(panel, update.ms, update.raw); break;
+    }
+    if (update.isReported) plot_.AddReported(panel, update.ms, update.value);
+  }
+}
+
+// Brings the runners in step with the channels of the project, and the feed with their addresses.
+void CGateway::SynchronizeChannels(std::int64_t startMs) {
+  const std::uint32_t count = static_cast<const CConfigObj&>(project_).GetChangeCount();
+  if (isSynchronized_ && count == seen_) return;
+  seen_ = count;
+  isSynchronized_ = true;
+  std::unordered_map<const CTableObj*, std::unique_ptr<CChannelRunner>> known;
+  for (auto& runner : runners_) {
+    const CTableObj* const channel = &runner->GetChannel();
+    known.emplace(channel, std::move(runner));
+  }
+  runners_.clear();
+  for (auto& channel : zorutil::GetChildObjectsOf(project_, kChannel)) {
+    const auto found = known.find(channel.get());
+    if (found != known.end()) {
+      runners_.push_back(std::move(found->second));
+      known.erase(found);
+      continue;
+    }
+    runner_options_t options{reported_ != nullptr, settings_.logIntervalMs, settings_.watched};
+    runners_.push_back(std::make_unique<CChannelRunner>(std::move(channel), std::move(options), startMs));
+  }
+  for (const auto& [channel, runner] : known) {
+    gone_.push_back(runner->GetSummary());
+    goneUpdates_ += runner->GetUpdates();
+  }
+  std::vector<CReadingFeed::route_t> routes;
+  for (std::size_t i = 0; i < runners_.size(); ++i) {
+    const object_lock_t lock(runners_[i]->GetChannel());
+    routes.push_back({runners_[i]->GetChannel().GetLineAddress().ToUtf8(), i});
+  }
+  feed_.SetRoutes(routes);
+}
+
+// Memory at a tenth, at half and at the whole of the updates that were asked for.
+void CGateway::MarkMemory() {
+  constexpr std::uint64_t kTenths[] = {1, 5, 10};
+  if (settings_.updates == 0 || memory_.size() == std::size(kTenths)) return;
+  const std::uint64_t updates = GetUpdates();
+  if (updates >= settings_.updates / 10 * kTenths[memory_.size()]) memory_.push_back({updates, GetResidentBytes()});
+}
+
+void CGateway::WaitUntil(std::int64_t ms) const {
+  std::this_thread::sleep_until(startedAt_ + std::chrono::milliseconds(ms - startMs_));
+}
+
+std::uint64_t CGateway::GetUpdates() const {
+  std::uint64_t updates = goneUpdates_;
+  for (const auto& runner : runners_) updates += runner->GetUpdates();
+  return updates;
+}
+
+std::vector<CReadingBatch*> CGateway::GetNextBatches() {
+  std::vector<CReadingBatch*> batches;
+  for (const auto& runner : runners_) batches.push_back(&runner->GetNextBatch());
+  return batches;
+}
+
+result_t CGateway::GetResult() const {
+  result_t result;
+  for (const auto& runner : runners_) {
+    result.channels.push_back(runner->GetSummary());
+    for (tag_summary_t& tag : runner->GetTags()) result.tags.push_back(std::move(tag));
+  }
+  result.channels.insert(result.channels.end(), gone_.begin(), gone_.end());
+  result.updates = GetUpdates();
+  result.unrouted = feed_.GetUnrouted();
+  result.simulatedMs = nowMs_ - startMs_;
+  result.seconds = seconds_;
+  result.cpuSeconds = cpuSeconds_;
+  result.memory = memory_;
+  return result;
+}
+
+}  // namespace gateway
