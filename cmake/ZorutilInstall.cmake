@@ -1,5 +1,6 @@
 # Installed: libzorplatform, libzorutil, their headers under include/zorutil, the CMake package and the pkg-config
-# file, both named zorutil. Consumers of the shared libraries need nothing else; the static ones bring ICU, libxml2, libcrypto and simdjson along.
+# file, both named zorutil. Consumers of the shared libraries need nothing else; the static ones bring ICU, libxml2,
+# libcrypto, simdjson and SQLite along.
 
 # Every header is public, but for those of tests and those named *_internal.h. Each compiles alone; the target
 # all_verify_interface_header_sets proves it.
@@ -32,7 +33,7 @@ if(BUILD_SHARED_LIBS)
   set(pc_requires "")
   set(pc_cflags "")
 else()
-  set(pc_requires "icu-i18n icu-uc libxml-2.0 libcrypto simdjson")
+  set(pc_requires "icu-i18n icu-uc libxml-2.0 libcrypto simdjson sqlite3")
   set(pc_cflags "-DZORUTIL_STATIC")
 endif()
 configure_file("${CMAKE_CURRENT_LIST_DIR}/zorutil.pc.in" "${PROJECT_BINARY_DIR}/zorutil.pc" @ONLY)
