@@ -5,21 +5,13 @@
 #include <algorithm>
 #include <atomic>
 #include <fstream>
-#include <iterator>
 #include <mutex>
 #include <random>
-#include <span>
-#include <sstream>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "platform/framework/allocation_testing.h"
-#include "platform/framework/mem_file.h"
-#include "platform/zorplatform/exception.h"
 #include "util/docs/xml_document.h"
 #include "util/i18n/message_ids.h"
-#include "util/objects/load_errors.h"
 #include "util/objects/surrogate_table.h"
 #include "util/objects/table_testing.h"
 #include "util/objects/tree_invariants_testing.h"
@@ -29,44 +21,6 @@ using namespace table_testing;
 using tree_testing::FindBroken;
 
 namespace {
-
-// "tag2 Tag1": objects of these names, one after the other; how many came in.
-int Add(CTable& table, const std::string& names) {
-  std::istringstream words(names);
-  int taken = 0;
-  for (std::string word; words >> word;) {
-    auto* const leaf = new CLeaf(CString(word));
-    const bool isTaken = table.Insert(leaf) != CTable::invalid_index;
-    if (!isTaken) delete leaf;
-    taken += isTaken ? 1 : 0;
-  }
-  return taken;
-}
-
-// The names in the order of the records.
-std::string Names(const CTable& table) {
-  std::string names;
-  for (unsigned i = 0; i < table.GetCount(); ++i) names += (i == 0 ? "" : " ") + table.GetRecord(i)->GetName().ToUtf8();
-  return names;
-}
-
-using bytes_t = std::vector<std::byte>;
-
-bytes_t Saved(const CTable& table) {
-  CMemFile file;
-  EXPECT_EQ(table.Save(&file), 1);
-  return {file.GetContent().begin(), file.GetContent().end()};
-}
-
-// 0 for a failure of any kind.
-int Load(CTable& table, std::span<const std::byte> bytes) {
-  CMemFile file(bytes);
-  try {
-    return table.Load(&file);
-  } catch (const zorplatform::CException&) {
-    return 0;
-  }
-}
 
 class TableTest : public testing::Test {
  protected:
@@ -310,15 +264,6 @@ TEST_F(TableTest, KeepsInsertionOrderAndEqualNamesWhereNothingIsSorted) {
   unordered.Reset();
 }
 
-// What a load tells about, by number.
-struct errors_t : zorutil::ILoadErrors {
-  void Add(void*, std::unique_ptr<i18n::ILocalizedMessage> message) override { ids.push_back(message->GetMessageId()); }
-  void EnterObject(const CString&) override {}
-  void LeaveObject() noexcept override {}
-  void OnFailedObject(const CString&) noexcept override {}
-  std::vector<unsigned> ids;
-};
-
 TEST_F(TableTest, LivesInDocuments) {
   Add(table, "b");
   auto* const node = new CNode(u"a");
@@ -347,7 +292,7 @@ TEST_F(TableTest, LivesInDocuments) {
     errors_t errors;
     const zorutil::CLoadErrorScope scope(&errors);
     EXPECT_EQ(table.Load(&loaded, element, u""), 1);
-    EXPECT_EQ(errors.ids, id != 0 ? std::vector<unsigned>(2, id) : std::vector<unsigned>());
+    EXPECT_EQ(errors.ids, std::vector<unsigned>(id != 0 ? 2 : 0, id));
     EXPECT_EQ(Names(table), id == 0 ? "q " + name : "q");
   };
   table.canHold = [](const CTableObj& object) { return object.GetType() == kLeaf; };
