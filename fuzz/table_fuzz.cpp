@@ -70,7 +70,7 @@ class CDriver {
       case 3: {  // many at a time, in some order
         CString name;
         const unsigned step = Next() * 2 + 1;
-        for (unsigned i = 0, number = Next(); i < 600; ++i, number = (number + step) % 1024) {
+        for (unsigned i = 0, number = Next(); i < 300; ++i, number = (number + step) % 1024) {
           name.AssignInteger(number);
           auto* const leaf = new CLeaf(name);
           if (table.Insert(leaf) == CTable::invalid_index) delete leaf;

@@ -53,6 +53,13 @@ std::vector<CString> MakeNames(std::size_t count, order_t order) {
   return names;
 }
 
+// The names with their case changed, in another order.
+void MakeQuestions(std::vector<CString>& names) {
+  for (CString& name : names) name.MakeUpper();
+  std::mt19937 random(2);
+  std::shuffle(names.begin(), names.end(), random);
+}
+
 std::vector<CLeaf*> Leaves(const std::vector<CString>& names) {
   std::vector<CLeaf*> leaves;
   for (const CString& name : names) leaves.push_back(new CLeaf(name));
@@ -133,7 +140,7 @@ void FindBySortKey(benchmark::State& state, std::size_t count) {
   std::vector<std::pair<std::string, CLeaf*>> sorted;
   for (CLeaf* leaf : leaves) sorted.emplace_back(collator.Key(leaf->GetName()), leaf);
   std::sort(sorted.begin(), sorted.end());
-  for (CString& name : names) name.MakeUpper();
+  MakeQuestions(names);
   std::size_t i = 0;
   for (auto _ : state) {
     const std::string key = collator.Key(names[i]);
@@ -151,7 +158,7 @@ void FindOurs(benchmark::State& state, std::size_t count) {
   auto names = MakeNames(count, order_t::RANDOM);
   CTable table(0, true, 16);
   for (CLeaf* leaf : Leaves(names)) table.Insert(leaf);
-  for (CString& name : names) name.MakeUpper();
+  MakeQuestions(names);
   std::size_t i = 0;
   for (auto _ : state) {
     CTableObj* found = table.FindRecord(names[i]);
