@@ -253,7 +253,7 @@ int CDatabase::Wait(void* database, int looks) noexcept {
 void CDatabase::Check(int result, const char* doing) {
   if (result == SQLITE_OK) return;
   int system = database_ == nullptr ? 0 : sqlite3_system_errno(database_);
-  if (system == 0 && (result & 0xFF) == SQLITE_IOERR) {
+  if (database_ != nullptr && system == 0 && (result & 0xFF) == SQLITE_IOERR) {
     sqlite3_file_control(database_, "main", SQLITE_FCNTL_LAST_ERRNO, &system);
   }
   const std::string cause = database_ == nullptr ? sqlite3_errstr(result) : sqlite3_errmsg(database_);

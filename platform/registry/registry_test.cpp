@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <csignal>
 #include <functional>
-#include <thread>
+#include <future>
 
 #include "platform/framework/temp_folder_testing.h"
 
@@ -33,8 +33,7 @@ class Registry : public testing::Test {
   }
   static CKey Make(std::uint32_t number = 1, std::u16string_view path = kBase) {
     CKey key;
-    EXPECT_TRUE(key.Create(HKEY_LOCAL_MACHINE, path));
-    EXPECT_EQ(Set(key, u"v", number), code_t::success);
+    EXPECT_TRUE(key.Create(HKEY_LOCAL_MACHINE, path) && Set(key, u"v", number) == code_t::success);
     return key;
   }
   // The number, or the code of what failed behind 1000.
@@ -45,12 +44,6 @@ class Registry : public testing::Test {
     return status ? (value.ToDword(number), number) : No(status.code);
   }
   static std::uint32_t No(code_t code) { return 1000 + static_cast<std::uint32_t>(code); }
-  static std::string Subkeys(const CKey& key) {
-    std::vector<CString> names;
-    std::string text = key.GetSubkeys(names).text;
-    for (const CString& name : names) text += name.ToUtf8() + ' ';
-    return text;
-  }
   // Whether the function is true in a child process, which with `asNobody` has no rights of its own.
   static bool InChild(bool asNobody, const std::function<bool()>& work) {
     const pid_t child = ::fork();
@@ -66,7 +59,8 @@ class Registry : public testing::Test {
 TEST_F(Registry, MakesItsFileWithTheFirstWriteAndFollowsItsPlace) {
   SetRegistryFile(folder_.PathOf("a/r.db"));
   CKey hive;
-  EXPECT_TRUE(hive.Open(HKEY_LOCAL_MACHINE, u"", KEY_READ_WRITE) && Subkeys(hive).empty());
+  std::vector<CString> names;
+  EXPECT_TRUE(hive.Open(HKEY_LOCAL_MACHINE, u"", KEY_READ_WRITE) && hive.GetSubkeys(names));
   EXPECT_FALSE(hive.DeleteTree(kBase) || hive.DeleteValue(u"v") || fs::exists(folder_.Native("a")));
   CKey key = Make(3);
   fs::rename(folder_.Native("a/r.db"), folder_.Native("old.db"));
@@ -85,20 +79,20 @@ TEST_F(Registry, NamesIgnoreLetterCaseAndKeepIt) {
   EXPECT_EQ(names, ",a/b,b,C,é,v,");
   bool wasCreated = true;
   EXPECT_TRUE(key.Create(HKEY_LOCAL_MACHINE, u"ÜBERBLICK\\B", KEY_READ, &wasCreated) && !wasCreated);
-  EXPECT_TRUE(key.Create(HKEY_LOCAL_MACHINE, u"ÜBERBLICK\\A", KEY_READ, &wasCreated) && wasCreated);
-  EXPECT_TRUE(key.Open(HKEY_LOCAL_MACHINE, u"Überblick") && Subkeys(key) == "A b ");
-  std::u16string deep = u"d";
-  for (int i = 1; i < 512; ++i) deep += u"\\d";
+  Make(1, u"ÜBERBLICK\\A");
+  std::vector<CString> keys;
+  EXPECT_TRUE(key.Open(HKEY_LOCAL_MACHINE, u"Überblick") && key.GetSubkeys(keys));
+  EXPECT_EQ(keys, (std::vector<CString>{u"A", u"b"}));
   const std::u16string longest(255, u'k');
   const std::u16string odd = u"\xD800\xFFFF]\"\n";
-  for (const auto& path : {longest, deep, odd}) Make(1, path);
-  for (const auto& path : {longest + u'k', deep + u"\\d", u'\\' + odd, odd + u'\\', odd + u"\\\\" + odd, odd + u'\0'}) {
+  for (const auto& path : {longest, odd}) Make(1, path);
+  for (const auto& path : {longest + u'k', u'\\' + odd, odd + u'\\', odd + u"\\\\" + odd, odd + u'\0'}) {
     EXPECT_EQ(key.Create(HKEY_LOCAL_MACHINE, path).code, code_t::badPathname) << path.size();
   }
-  key = Make();
   const std::u16string longName(16383, u'ö');
-  EXPECT_TRUE(Set(key, longName, 1) == code_t::success && Get(longName) == 1U);
-  EXPECT_EQ(Set(key, longName + u"o", 1), code_t::invalidParameter);
+  key = Make();
+  EXPECT_EQ(Set(key, longName, 1), code_t::success);
+  EXPECT_TRUE(Get(longName) == 1 && Set(key, longName + u"o", 1) == code_t::invalidParameter);
 }
 
 TEST_F(Registry, TellsTypeAndSizeFirstThenTheBytesOfAnyLength) {
@@ -120,13 +114,11 @@ TEST_F(Registry, TellsTypeAndSizeFirstThenTheBytesOfAnyLength) {
 TEST_F(Registry, KeysGiveTheRightsTheyWereOpenedWith) {
   CKey key = Make();
   CKey other;
-  EXPECT_EQ(other.DeleteTree(u"Acme").code, code_t::invalidHandle);
-  EXPECT_TRUE(other.Open(HKEY_LOCAL_MACHINE, u"Software"));
+  EXPECT_TRUE(!other.DeleteTree(u"Acme") && other.Open(HKEY_LOCAL_MACHINE, u"Software"));
   EXPECT_EQ(other.SetValue(u"v", {}).text, "HKEY_LOCAL_MACHINE\\Software: the key was opened for reading");
   EXPECT_TRUE(other.Open(other, u"Acme\\Gateway") && other.GetPath() == kBase);
   EXPECT_TRUE(other.Open(HKEY_LOCAL_MACHINE, u"Software", KEY_READ_WRITE));
   EXPECT_EQ(other.DeleteKey(u"Acme").code, code_t::keyHasChildren);
-  EXPECT_EQ(other.DeleteTree(u"").code, code_t::badPathname);
   EXPECT_TRUE(Get() == 1 && CKey().Create(other, u"Acme2\\x") && other.DeleteTree(u"ACME"));
   EXPECT_EQ(Set(key, u"v", 1), code_t::fileNotFound);
   EXPECT_TRUE(other.DeleteKey(u"Acme2\\X") && CKey().Create(HKEY_LOCAL_MACHINE, kBase));
@@ -137,9 +129,8 @@ TEST_F(Registry, ATransactionIsWrittenWholeOrNotAtAllAndReadsOfOneMoment) {
   CKey key = Make();
   SetBusyTimeout(30);
   const auto isLocked = [&] {  // for another thread, which may read what was there before
-    bool is = false;
-    std::thread([&] { is = Get() == 1 && Set(key, u"v", 7) == code_t::lockViolation; }).join();
-    return is;
+    return std::async(std::launch::async, [&] { return Get() == 1 && Set(key, u"v", 7) == code_t::lockViolation; })
+        .get();
   };
   {
     CTransaction undone;
@@ -151,33 +142,31 @@ TEST_F(Registry, ATransactionIsWrittenWholeOrNotAtAllAndReadsOfOneMoment) {
   EXPECT_TRUE(transaction.Begin(CTransaction::read) && Get() == 1 && isLocked());
   EXPECT_EQ(Set(key, u"v", 3), code_t::accessDenied);
   EXPECT_TRUE(Get() == 1 && transaction.Commit());
-  EXPECT_EQ(transaction.Commit().code, code_t::invalidHandle);
-  EXPECT_TRUE(transaction.Begin() && Set(key, u"v", 4) == code_t::success);
+  EXPECT_TRUE(!transaction.Commit() && transaction.Begin() && Set(key, u"v", 4) == code_t::success);
   EXPECT_EQ(Get(u"none"), No(code_t::fileNotFound));
   EXPECT_TRUE(transaction.Commit() && Get() == 4);
 }
 
 TEST_F(Registry, ThreadsCountTogether) {
   CKey key = Make(0);
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 3; ++i) {
-    threads.emplace_back([&] {
+  std::vector<std::future<void>> threads(3);
+  for (auto& each : threads) {
+    each = std::async(std::launch::async, [&] {
       CTransaction one;
       for (std::uint32_t step = 0; step < 20; ++step) {
         EXPECT_TRUE(one.Begin() && Set(key, u"v", Get() + 1) == code_t::success && one.Commit() && Get() > step);
       }
     });
   }
-  for (std::thread& each : threads) each.join();
+  threads.clear();
   EXPECT_EQ(Get(), 60U);
 }
 
 TEST_F(Registry, ChildrenUseWhatTheyInherit) {
   CKey key = Make();
   EXPECT_TRUE(InChild(false, [&] { return Set(key, u"v", Get() + 1) == code_t::success; }));
-  EXPECT_EQ(Get(), 2U);
   CTransaction transaction;
-  EXPECT_TRUE(transaction.Begin() && Set(key, u"v", 3) == code_t::success);
+  EXPECT_TRUE(Get() == 2 && transaction.Begin() && Set(key, u"v", 3) == code_t::success);
   EXPECT_TRUE(InChild(false, [&] {
     const bool isRefused = Set(key, u"v", 9) == code_t::invalidHandle;
     transaction.Rollback();
@@ -198,8 +187,7 @@ TEST_F(Registry, RefusesWhatIsNoRegistryWithAText) {
   };
   for (std::size_t cut = 1; cut < good.size(); cut += 1021) {
     const status_t status = write(good.substr(0, cut));
-    EXPECT_EQ(status.code, code_t::badDatabase) << cut;
-    EXPECT_TRUE(status.text.starts_with(file_.string() + ": ")) << status.text;
+    EXPECT_TRUE(status.code == code_t::badDatabase && status.text.starts_with(file_.string() + ": ")) << status.text;
   }
   // Rubbish anywhere: an answer, whichever it is.
   for (std::size_t at = 0; at < good.size(); at += 1536) {
@@ -214,9 +202,8 @@ TEST_F(Registry, RefusesWhatIsNoRegistryWithAText) {
     EXPECT_EQ(write(content).code, code_t::badDatabase) << content.substr(0, 20);
     EXPECT_TRUE(Get() == No(code_t::badDatabase) && folder_.Get("registry.db") == content);
   }
-  EXPECT_TRUE(write(""));
-  fs::remove(file_);
-  EXPECT_TRUE(::mkfifo(file_.c_str(), 0600) == 0 && Get() == No(code_t::badDatabase));
+  EXPECT_TRUE(write("") && fs::remove(file_) && ::mkfifo(file_.c_str(), 0600) == 0);
+  EXPECT_EQ(Get(), No(code_t::badDatabase));
 }
 
 TEST_F(Registry, ReadersNeedNoRightToWriteAndWriteNothing) {

@@ -219,7 +219,7 @@ class CParser {
       } catch (const fault_t& fault) {
         problems_.push_back({number, fault.cause});
         if (number == 1) break;  // another kind of file
-        goesOn_ = false;
+        next_ = LOST;
       }
       if (end == text.npos) break;
       text.remove_prefix(end + 1);
@@ -238,19 +238,21 @@ class CParser {
     CLine line(text);
     if (line.IsAtEnd() || text.starts_with('#')) return;
     if (text.starts_with(' ') || text.starts_with('\t')) {
-      if (!goesOn_) throw fault_t{"only bytes go on in a line that begins with a blank"};
-      TakeBytes(line, keys_.back().values.back().value.data);
-    } else if (text.starts_with('[')) {
-      goesOn_ = false;
-      ParseKey(text);
+      if (next_ == NOTHING) throw fault_t{"only bytes go on in a line that begins with a blank"};
+      if (next_ == BYTES) TakeBytes(line, keys_.back().values.back().value.data);
+      return;
+    }
+    next_ = NOTHING;
+    if (text.starts_with('[')) {
+      keys_.emplace_back();  // also for the values of a key that cannot be read
+      ParseKey(text, keys_.back());
     } else {
-      goesOn_ = false;
       ParseValue(line);
       if (!line.IsAtEnd()) throw fault_t{"something stands behind the value"};
     }
   }
 
-  void ParseKey(std::string_view text) {
+  void ParseKey(std::string_view text, key_values_t& key) {
     const std::size_t end = text.find_last_not_of(" \t");
     if (text[end] != ']' || end == 0) throw fault_t{"the closing ] is missing"};
     const std::string_view inside = text.substr(1, end - 1);
@@ -262,15 +264,17 @@ class CParser {
     } else {
       path = CString(inside);
     }
-    key_values_t key;
     if (!SplitPath(path, key.hive, key.path)) {
       throw fault_t{"a path begins with HKEY_LOCAL_MACHINE or HKEY_USERS, and does not end in \\"};
     }
     if (const status_t status = CheckPath(key.hive, key.path); !status) throw fault_t{status.text};
-    keys_.push_back(std::move(key));
   }
 
   void ParseValue(CLine& line) {
+    if (keys_.empty()) {
+      keys_.emplace_back();
+      throw fault_t{"it stands before the first key"};
+    }
     named_value_t named{line.TakeQuoted("the name of a value"), {}};
     if (const status_t status = CheckName(named.name); !status) throw fault_t{status.text};
     if (!line.Take('=')) throw fault_t{"expected = behind the name"};
@@ -279,10 +283,6 @@ class CParser {
     if (!type) throw fault_t{"expected a type, such as REG_SZ, instead of \"" + word + '"'};
     ParseData(line, *type, named.value);
     named.value.type = *type;
-    if (keys_.empty()) {
-      if (problems_.empty()) throw fault_t{"the value stands before the first key"};
-      return;  // that of a key that could not be read
-    }
     keys_.back().values.push_back(std::move(named));
   }
 
@@ -291,10 +291,10 @@ class CParser {
     CLine ahead = line;
     if (ahead.TakeWord() == kBytes) {
       line = ahead;
-      goesOn_ = true;
+      next_ = BYTES;
     }
-    goesOn_ = goesOn_ || type == REG_BINARY;
-    if (goesOn_) {
+    if (type == REG_BINARY) next_ = BYTES;
+    if (next_ == BYTES) {
       TakeBytes(line, value.data);
     } else if (isText) {
       value = value_t::FromText(line.TakeQuoted("a text"), type);
@@ -312,7 +312,8 @@ class CParser {
 
   std::vector<text_problem_t>& problems_;
   std::vector<key_values_t> keys_;
-  bool goesOn_ = false;  // the last value is of bytes, and the next line may bring more
+  // What a line that begins with a blank brings: more of the last value's bytes, or of what could not be read.
+  enum { NOTHING, BYTES, LOST } next_ = NOTHING;
 };
 
 // --- the registry --------------------------------------------------------------------------------------------------
