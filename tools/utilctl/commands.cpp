@@ -291,10 +291,8 @@ const std::vector<option_t>& GetProgramOptions() {
 
 const char* GetIntroduction() {
   return "Example: utilctl defs compile channel.json --out build/Properties\n\n"
-         "Makes and checks what programs of the family read: definitions of properties, JSON, values, messages, "
-         "settings.";
-  "Makes and checks what programs of the family read: definitions of properties, JSON, values, messages,\n"
-  "the registry.";
+         "Makes and checks what programs of the family read: definitions of properties, JSON, values, messages,\n"
+         "settings, the registry.";
 }
 
 const char* GetExitCodes() {
