@@ -52,7 +52,7 @@ TEST(Options, RememberWhatTheyReadByTheAddressOfTheName) {
 
 TEST(Options, TellEveryHandlerWhateverTheOthersDo) {
   auto first = std::make_unique<COpenOptions>();
-  COpenOptions second, later(COptions::LEVEL_2);
+  COpenOptions second, third, later(COptions::LEVEL_2);
   std::uint32_t seen = 0;
   CCountingHandler handlers[] = {CCountingHandler([] { throw 1; }),
                                  CCountingHandler([&] { first->UnregisterChangeHandler(&handlers[1]); }),
@@ -61,14 +61,15 @@ TEST(Options, TellEveryHandlerWhateverTheOthersDo) {
                                    seen = first->ReadDWord(u"K", 0);
                                    LoadSettings("[S]\nK=3", COptions::LEVEL_2);
                                  })};
-  CCountingHandler last([&] { first.reset(); }), ofLater;
+  CCountingHandler last([&] { first.reset(); }), ofThird, ofLater;
   for (int i = 4; i >= 0; --i) first->RegisterChangeHandler(&handlers[i]);
   second.RegisterChangeHandler(&last);
+  third.RegisterChangeHandler(&ofThird);
   later.RegisterChangeHandler(&ofLater);
   LoadSettings("[S]\nK=1");
   for (int i = 0; i < 5; ++i) EXPECT_EQ(handlers[i].calls, i == 3 ? 0 : 1) << i;
   LoadSettings("[S]\nK=2");
-  EXPECT_TRUE(seen == 1 && last.calls == 2 && ofLater.calls == 1) << seen << last.calls << ofLater.calls;
+  EXPECT_TRUE(seen == 1 && last.calls == 2 && ofThird.calls == 2 && ofLater.calls == 1) << seen << last.calls;
   EXPECT_EQ(Container().Find(u"s"), &second) << "the destroyed one is gone";
 }
 
