@@ -21,6 +21,7 @@
 
 namespace {
 
+using namespace std::string_view_literals;
 using plant_testing::Add;
 using plant_testing::CChannel;
 using plant_testing::CDevice;
@@ -48,7 +49,7 @@ owned_obj_ptr MakeOddPlant() {
   auto& plant = static_cast<CPlant&>(*owner);
   plant.SetName(u"<Werk> & \\ 'Süd' / ~1");
   plant.SetDescription(u"  two\r\nlines\t ");
-  plant.title = CString(u"NUL \0, bell \a, half \xD83D", 23);
+  plant.title = u"NUL \0, bell \a, half \xD83D"sv;
   const CVariant values[] = {CVariant(),
                              CVariant::Null(),
                              CVariant(u""),
