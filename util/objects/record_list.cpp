@@ -3,7 +3,32 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/text/collation.h"
+#include "util/objects/table_obj.h"
+
 namespace zorutil {
+namespace {
+
+// What names share is taken for so much less than it is, so that not each new name is a new beginning for its block.
+constexpr unsigned kSlack = 1;
+constexpr unsigned kMostShared = 0x7FFF;
+
+char16_t Folded(char16_t unit) { return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit | 0x20) : unit; }
+
+// Of the first `most` characters, how many two names have in common.
+unsigned Common(std::u16string_view a, std::u16string_view b, unsigned most) {
+  const std::size_t length = std::min({a.size(), b.size(), std::size_t{most}});
+  std::size_t i = 0;
+  while (i < length && Folded(a[i]) == Folded(b[i])) ++i;
+  return static_cast<unsigned>(i);
+}
+
+std::uint64_t BeginningFrom(std::u16string_view name, unsigned from) {
+  return collation::BeginningOf(name.substr(std::min<std::size_t>(from, name.size())));
+}
+std::uint64_t BeginningOf(const CTableObj* record, unsigned from) { return BeginningFrom(record->GetName(), from); }
+
+}  // namespace
 
 CRecordList::~CRecordList() = default;
 
@@ -12,6 +37,76 @@ std::size_t CRecordList::BlockOf(unsigned index) const noexcept {
   return static_cast<std::size_t>(behind - starts_.begin()) - 1;
 }
 
+// ---- beginnings of names
+// ----------------------------------------------------------------------------------------------
+
+bool CRecordList::FindBlocks(std::u16string_view name, range_t& range) const noexcept {
+  if (blocks_.empty()) return false;
+  if (Common(blocks_.front().slots[0].record->GetName(), name, shared_) < shared_) return false;
+  const std::uint64_t beginning = collation::BeginningOf(name.substr(shared_));
+  const auto equal = std::equal_range(firsts_.begin(), firsts_.end(), beginning);
+  range = {static_cast<unsigned>(equal.first - firsts_.begin()), static_cast<unsigned>(equal.second - firsts_.begin())};
+  return true;
+}
+
+CRecordList::range_t CRecordList::FindSlots(unsigned at, std::u16string_view name) const noexcept {
+  const block_t& block = blocks_[at];
+  const std::uint64_t beginning = BeginningFrom(name, block.shared);
+  const auto before = [](const slot_t& slot, std::uint64_t sought) { return slot.beginning < sought; };
+  const auto behind = [](std::uint64_t sought, const slot_t& slot) { return sought < slot.beginning; };
+  const slot_t* const slots = block.slots.get();
+  const slot_t* const end = slots + block.count;
+  const slot_t* const first = std::lower_bound(slots + 1, end, beginning, before);
+  // Seldom more than one.
+  const slot_t* last = first;
+  if (last != end && last->beginning == beginning) ++last;
+  if (last != end && last->beginning == beginning) last = std::upper_bound(last, end, beginning, behind);
+  return {static_cast<unsigned>(first - slots), static_cast<unsigned>(last - slots)};
+}
+
+void CRecordList::SetShared(block_t& block, unsigned shared) noexcept {
+  block.shared = static_cast<std::uint16_t>(shared);
+  for (slot_t* slot = block.slots.get(); slot != block.slots.get() + block.count; ++slot)
+    slot->beginning = BeginningOf(slot->record, shared);
+}
+
+// Of a block whose records became fewer.
+void CRecordList::ShareMore(std::size_t at) noexcept {
+  block_t& block = blocks_[at];
+  const unsigned common =
+      Common(block.slots[0].record->GetName(), block.slots[block.count - 1].record->GetName(), kMostShared);
+  if (common > block.shared + 3 * kSlack) SetShared(block, common - kSlack);
+}
+
+// A block begins with another record than before.
+void CRecordList::SetFirst(std::size_t at) noexcept {
+  const CTableObj* const record = blocks_[at].slots[0].record;
+  const CTableObj* const other = blocks_[at == 0 ? blocks_.size() - 1 : 0].slots[0].record;
+  const unsigned common = Common(record->GetName(), other->GetName(), kMostShared);
+  if (blocks_.size() == 1) {
+    shared_ = common > kSlack ? common - kSlack : 0;
+  } else if (common < shared_) {
+    shared_ = common > kSlack ? common - kSlack : 0;
+    for (std::size_t i = 0; i < blocks_.size(); ++i) firsts_[i] = BeginningOf(blocks_[i].slots[0].record, shared_);
+    return;
+  }
+  firsts_[at] = BeginningOf(record, shared_);
+}
+
+// A name comes to a block.
+void CRecordList::Share(std::size_t at, std::u16string_view name) noexcept {
+  block_t& block = blocks_[at];
+  if (block.count == 0) {
+    block.shared = static_cast<std::uint16_t>(std::clamp<std::size_t>(name.size(), kSlack, kMostShared) - kSlack);
+    return;
+  }
+  const unsigned common = Common(block.slots[0].record->GetName(), name, block.shared);
+  if (common < block.shared) SetShared(block, common > kSlack ? common - kSlack : 0);
+}
+
+// ---- blocks
+// -----------------------------------------------------------------------------------------------------------
+
 void CRecordList::ShiftStarts(std::size_t from, unsigned by) noexcept {
   unsigned* const starts = starts_.data();
   const std::size_t count = starts_.size();
@@ -19,48 +114,67 @@ void CRecordList::ShiftStarts(std::size_t from, unsigned by) noexcept {
 }
 
 void CRecordList::GrowBlock(block_t& block) {
-  const unsigned more = std::max({increment_, block.capacity / 2, 1U});
+  const unsigned more = std::max({increment_, block.capacity / 2U, 1U});
   const unsigned capacity = std::min(kBlockSize, block.capacity + std::min(more, kBlockSize));
-  auto slots = std::make_unique_for_overwrite<CTableObj*[]>(capacity);
+  auto slots = std::make_unique_for_overwrite<slot_t[]>(capacity);
   std::copy_n(block.slots.get(), block.count, slots.get());
   block.slots = std::move(slots);
-  block.capacity = capacity;
+  block.capacity = static_cast<std::uint16_t>(capacity);
 }
 
 void CRecordList::AddBlock(std::size_t at, unsigned capacity) {
-  if (spare_.slots == nullptr) spare_ = {std::make_unique_for_overwrite<CTableObj*[]>(capacity), 0, capacity};
-  // Room in both before either changes, and more than one each time.
-  if (blocks_.size() == blocks_.capacity()) blocks_.reserve(std::max<std::size_t>(1, blocks_.size() * 2));
-  if (starts_.size() == starts_.capacity()) starts_.reserve(std::max<std::size_t>(1, starts_.size() * 2));
+  if (spare_.slots == nullptr)
+    spare_ = {std::make_unique_for_overwrite<slot_t[]>(capacity), 0, static_cast<std::uint16_t>(capacity), 0};
+  // Room in all of them before one changes, and more than one each time.
+  const auto makeRoom = [](auto& vector) {
+    if (vector.size() == vector.capacity()) vector.reserve(std::max<std::size_t>(1, vector.size() * 2));
+  };
+  makeRoom(blocks_);
+  makeRoom(starts_);
+  makeRoom(firsts_);
   const unsigned start = at < starts_.size() ? starts_[at] : count_;
-  blocks_.insert(blocks_.begin() + static_cast<std::ptrdiff_t>(at), std::exchange(spare_, {}));
-  starts_.insert(starts_.begin() + static_cast<std::ptrdiff_t>(at), start);
+  const auto place = static_cast<std::ptrdiff_t>(at);
+  blocks_.insert(blocks_.begin() + place, std::exchange(spare_, {}));
+  starts_.insert(starts_.begin() + place, start);
+  firsts_.insert(firsts_.begin() + place, 0);
 }
 
 void CRecordList::SplitBlock(std::size_t at) {
   AddBlock(at + 1, kBlockSize);
   block_t& lower = blocks_[at];
   block_t& upper = blocks_[at + 1];
-  const unsigned kept = lower.count / 2;
-  upper.count = lower.count - kept;
+  const auto kept = static_cast<std::uint16_t>(lower.count / 2);
+  upper.count = static_cast<std::uint16_t>(lower.count - kept);
   std::copy_n(lower.slots.get() + kept, upper.count, upper.slots.get());
+  upper.shared = lower.shared;
   lower.count = kept;
   starts_[at + 1] = starts_[at] + kept;
+  SetFirst(at + 1);
+  ShareMore(at);
+  ShareMore(at + 1);
 }
 
 void CRecordList::RemoveBlock(std::size_t at) noexcept {
-  blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(at));
-  starts_.erase(starts_.begin() + static_cast<std::ptrdiff_t>(at));
+  const auto place = static_cast<std::ptrdiff_t>(at);
+  blocks_.erase(blocks_.begin() + place);
+  starts_.erase(starts_.begin() + place);
+  firsts_.erase(firsts_.begin() + place);
 }
 
 void CRecordList::MergeBlock(std::size_t at) noexcept {
   block_t& lower = blocks_[at];
   const block_t& upper = blocks_[at + 1];
-  if (lower.count + upper.count > std::min(lower.capacity, kBlockSize / 2)) return;
+  if (lower.count + upper.count > std::min<unsigned>(lower.capacity, kBlockSize / 2)) return;
   std::copy_n(upper.slots.get(), upper.count, lower.slots.get() + lower.count);
-  lower.count += upper.count;
+  lower.count = static_cast<std::uint16_t>(lower.count + upper.count);
   RemoveBlock(at + 1);
+  const unsigned common =
+      Common(lower.slots[0].record->GetName(), lower.slots[lower.count - 1].record->GetName(), lower.shared);
+  SetShared(lower, common > kSlack ? common - kSlack : 0);
 }
+
+// ---- records
+// ----------------------------------------------------------------------------------------------------------
 
 void CRecordList::Insert(unsigned index, CTableObj* record) {
   if (blocks_.empty()) AddBlock(0, std::clamp(increment_, 1U, kBlockSize));
@@ -80,20 +194,22 @@ void CRecordList::Insert(unsigned index, CTableObj* record) {
   } else if (blocks_[at].count == blocks_[at].capacity) {
     GrowBlock(blocks_[at]);
   }
+  Share(at, record->GetName());
   block_t& block = blocks_[at];
-  CTableObj** const slot = block.slots.get() + (index - starts_[at]);
+  slot_t* const slot = block.slots.get() + (index - starts_[at]);
   std::copy_backward(slot, block.slots.get() + block.count, block.slots.get() + block.count + 1);
-  *slot = record;
+  *slot = {BeginningOf(record, block.shared), record};
   ++block.count;
   ++count_;
   ShiftStarts(at + 1, 1);
+  if (slot == block.slots.get()) SetFirst(at);
 }
 
 CTableObj* CRecordList::Take(unsigned index, bool keepRoom) noexcept {
   const std::size_t at = BlockOf(index);
   block_t& block = blocks_[at];
-  CTableObj** const slot = block.slots.get() + (index - starts_[at]);
-  CTableObj* const record = *slot;
+  slot_t* const slot = block.slots.get() + (index - starts_[at]);
+  CTableObj* const record = slot->record;
   std::copy(slot + 1, block.slots.get() + block.count, slot);
   --block.count;
   --count_;
@@ -101,7 +217,10 @@ CTableObj* CRecordList::Take(unsigned index, bool keepRoom) noexcept {
   if (block.count == 0) {
     if (keepRoom) spare_ = std::move(block);
     RemoveBlock(at);
-  } else if (!keepRoom && block.count < kBlockSize / 4) {
+    return record;
+  }
+  if (index == starts_[at]) SetFirst(at);
+  if (!keepRoom && block.count < kBlockSize / 4) {
     if (at + 1 < blocks_.size()) MergeBlock(at);
     if (at > 0) MergeBlock(at - 1);
   }
@@ -110,10 +229,10 @@ CTableObj* CRecordList::Take(unsigned index, bool keepRoom) noexcept {
 
 unsigned CRecordList::IndexOf(const CTableObj* record) const noexcept {
   for (std::size_t at = 0; at < blocks_.size(); ++at) {
-    CTableObj* const* const begin = blocks_[at].slots.get();
-    CTableObj* const* const end = begin + blocks_[at].count;
-    if (CTableObj* const* const found = std::find(begin, end, record); found != end)
-      return starts_[at] + static_cast<unsigned>(found - begin);
+    const slot_t* const begin = blocks_[at].slots.get();
+    const slot_t* const end = begin + blocks_[at].count;
+    const slot_t* const found = std::find_if(begin, end, [&](const slot_t& slot) { return slot.record == record; });
+    if (found != end) return starts_[at] + static_cast<unsigned>(found - begin);
   }
   return count_;
 }
@@ -121,6 +240,8 @@ unsigned CRecordList::IndexOf(const CTableObj* record) const noexcept {
 void CRecordList::Swap(CRecordList& other) noexcept {
   blocks_.swap(other.blocks_);
   starts_.swap(other.starts_);
+  firsts_.swap(other.firsts_);
+  std::swap(shared_, other.shared_);
   std::swap(count_, other.count_);
 }
 
