@@ -26,7 +26,7 @@ namespace zorutil {
 
 class ZORUTIL_API CRecordList {
  public:
-  static constexpr unsigned kBlockSize = 512;
+  static constexpr unsigned kBlockSize = 256;
 
   /// `increment` slots at least are added when the first block grows, as far as the block takes them.
   explicit CRecordList(unsigned increment) noexcept : increment_(increment) {}

@@ -5,21 +5,13 @@
 #include <algorithm>
 #include <atomic>
 #include <fstream>
-#include <iterator>
 #include <mutex>
 #include <random>
-#include <span>
-#include <sstream>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "platform/framework/allocation_testing.h"
-#include "platform/framework/mem_file.h"
-#include "platform/zorplatform/exception.h"
 #include "util/docs/xml_document.h"
 #include "util/i18n/message_ids.h"
-#include "util/objects/load_errors.h"
 #include "util/objects/surrogate_table.h"
 #include "util/objects/table_testing.h"
 #include "util/objects/tree_invariants_testing.h"
@@ -29,44 +21,6 @@ using namespace table_testing;
 using tree_testing::FindBroken;
 
 namespace {
-
-// "tag2 Tag1": objects of these names, one after the other; how many came in.
-int Add(CTable& table, const std::string& names) {
-  std::istringstream words(names);
-  int taken = 0;
-  for (std::string word; words >> word;) {
-    auto* const leaf = new CLeaf(CString(word));
-    const bool isTaken = table.Insert(leaf) != CTable::invalid_index;
-    if (!isTaken) delete leaf;
-    taken += isTaken ? 1 : 0;
-  }
-  return taken;
-}
-
-// The names in the order of the records.
-std::string Names(const CTable& table) {
-  std::string names;
-  for (unsigned i = 0; i < table.GetCount(); ++i) names += (i == 0 ? "" : " ") + table.GetRecord(i)->GetName().ToUtf8();
-  return names;
-}
-
-using bytes_t = std::vector<std::byte>;
-
-bytes_t Saved(const CTable& table) {
-  CMemFile file;
-  EXPECT_EQ(table.Save(&file), 1);
-  return {file.GetContent().begin(), file.GetContent().end()};
-}
-
-// 0 for a failure of any kind.
-int Load(CTable& table, std::span<const std::byte> bytes) {
-  CMemFile file(bytes);
-  try {
-    return table.Load(&file);
-  } catch (const zorplatform::CException&) {
-    return 0;
-  }
-}
 
 class TableTest : public testing::Test {
  protected:
@@ -99,18 +53,25 @@ struct falling_t : CTable {
   int OnCompare(const char16_t* a, const char16_t* b) const override { return CTable::OnCompare(b, a); }
 };
 
-TEST_F(TableTest, AsksTheOrderOfADerivedTable) {
+TEST_F(TableTest, GoesByTheOrderOfADerivedTable) {
   falling_t falling;
   std::string numbers;
   for (int i = 1000; i < 3000; ++i) numbers += std::to_string(i * 7919 % 2000 + 1000) + " ";
   EXPECT_EQ(Add(falling, numbers + "1000 2000"), 2000);
   EXPECT_EQ(Names(falling).substr(0, 10), "2999 2998 ");
   EXPECT_NE(falling.FindRecord(u"1234"), nullptr);
+  CUnorderedTable unordered(0, true, 1);
+  EXPECT_EQ(Add(unordered, "b A a c"), 4);
+  unsigned index = 9;
+  EXPECT_EQ(unordered.FindRecord(u"a", &index), unordered.GetRecord(1));
+  EXPECT_EQ(index, 1U);
+  CTableObj::Delete(unordered.GetRecord(2));
+  EXPECT_EQ(Names(unordered), "b A c");
 }
 
 // Tables of one block and of many.
 TEST_F(TableTest, StaysInOrderWhateverOrderRecordsComeAndGoIn) {
-  for (const int count : {7, 512, 513, 3000}) {
+  for (const int count : {7, 256, 257, 2000}) {
     for (const std::string order : {"numbers", "falling", "names", "random"}) {
       SCOPED_TRACE(std::to_string(count) + " " + order);
       std::mt19937 random(1);
@@ -143,16 +104,13 @@ TEST_F(TableTest, MakesNamesFreeByCountingUp) {
   EXPECT_EQ(generated("Channel", "channel"), "channel1");
   EXPECT_EQ(generated("Tag007", "Tag007"), "Tag008");
   EXPECT_EQ(generated("Tag9", "Tag9"), "Tag10");
-  EXPECT_EQ(generated("Tag099 Tag100", "Tag099"), "Tag101");
   EXPECT_EQ(generated("Abcde Abcd1", "Abcde", 5), "Abcd2");
-  EXPECT_EQ(generated("42", "42"), "43");
   EXPECT_EQ(generated("T2147483647", "T2147483647"), "T0000000001");
   EXPECT_EQ(generated("T99999999999999999999", "T99999999999999999999"), "T00000000000000000001");
   EXPECT_EQ(generated("ab9 ab", "ab9", 4), "ab10");
   EXPECT_EQ(generated("Abc Ab1 Ab2 Ab3 Ab4 Ab5 Ab6 Ab7 Ab8 Ab9", "Abc", 3), "A10");
   EXPECT_EQ(generated("x😀y", "x😀y", 3), "x1");
   EXPECT_EQ(generated("a", "a", 1), "1");
-  EXPECT_EQ(generated("a", "a", 0), "none, and still a");
   EXPECT_EQ(generated("a 1 2 3 4 5 6 7 8 9", "a", 1), "none, and still a");
   // The next one of the same text goes on behind the last, even when that was not used.
   Add(table, "Tag Tag1 Tag2");
@@ -178,9 +136,7 @@ TEST_F(TableTest, WritesTheRecordsThatItIsToWrite) {
   EXPECT_EQ(Load(table, two), 1);
   EXPECT_EQ(Names(table), "A C");
   CFile closed;
-  EXPECT_EQ(table.Save(&closed), 0);
-  EXPECT_EQ(table.Load(&closed), 0);
-  EXPECT_EQ(table.GetCount(), 0U);
+  EXPECT_EQ(table.Save(&closed) + table.Load(&closed), 0);
   table.Insert(new CLeaf(u"refused", kRefused));
   CMemFile file;
   EXPECT_EQ(table.Save(&file), 0);
@@ -299,26 +255,6 @@ TEST_F(TableTest, CarriesReferencesUpTheTree) {
   EXPECT_EQ(node->children.RemoveRef(), 0);
 }
 
-TEST_F(TableTest, KeepsInsertionOrderAndEqualNamesWhereNothingIsSorted) {
-  CUnorderedTable unordered(0, true, 1);
-  EXPECT_EQ(Add(unordered, "b A a c"), 4);
-  unsigned index = 9;
-  EXPECT_EQ(unordered.FindRecord(u"a", &index), unordered.GetRecord(1));
-  EXPECT_EQ(index, 1U);
-  CTableObj::Delete(unordered.GetRecord(2));
-  EXPECT_EQ(Names(unordered), "b A c");
-  unordered.Reset();
-}
-
-// What a load tells about, by number.
-struct errors_t : zorutil::ILoadErrors {
-  void Add(void*, std::unique_ptr<i18n::ILocalizedMessage> message) override { ids.push_back(message->GetMessageId()); }
-  void EnterObject(const CString&) override {}
-  void LeaveObject() noexcept override {}
-  void OnFailedObject(const CString&) noexcept override {}
-  std::vector<unsigned> ids;
-};
-
 TEST_F(TableTest, LivesInDocuments) {
   Add(table, "b");
   auto* const node = new CNode(u"a");
@@ -347,7 +283,7 @@ TEST_F(TableTest, LivesInDocuments) {
     errors_t errors;
     const zorutil::CLoadErrorScope scope(&errors);
     EXPECT_EQ(table.Load(&loaded, element, u""), 1);
-    EXPECT_EQ(errors.ids, id != 0 ? std::vector<unsigned>(2, id) : std::vector<unsigned>());
+    EXPECT_EQ(errors.ids, std::vector<unsigned>(id != 0 ? 2 : 0, id));
     EXPECT_EQ(Names(table), id == 0 ? "q " + name : "q");
   };
   table.canHold = [](const CTableObj& object) { return object.GetType() == kLeaf; };
@@ -362,7 +298,7 @@ TEST_F(TableTest, LivesInDocuments) {
 // Each allocation fails once: what was not done leaves no trace.
 TEST_F(TableTest, IsWholeWhicheverAllocationFails) {
   CNode source(u"source");
-  for (int i = 0; i < 520; ++i) Add(source.children, "T" + std::to_string(i));
+  for (int i = 0; i < 300; ++i) Add(source.children, "T" + std::to_string(i));
   const bytes_t bytes = Saved(source.children);
   Add(table, "alone");
   CLeaf* leaf = new CLeaf(u"more");
@@ -385,8 +321,7 @@ TEST_F(TableTest, IsWholeWhicheverAllocationFails) {
   failEach("rename", [&] { table.Rename(table.GetRecord(0), u"other name, of some length"); });
   failEach("insert", [&] { table.Insert(leaf); });
   failEach("assign", [&] { table = source.children; });
-  EXPECT_EQ(table.GetCount(), 520U);
-  source.children.GetRecord(0)->SetTrackMods(false);
+  EXPECT_EQ(table.GetCount(), 300U);
   source.children.Insert(new CLeaf(u"x", kRefused));
   EXPECT_THROW(table = source.children, zorplatform::CException);
   table.Reset();
@@ -417,12 +352,9 @@ TEST_F(TableTest, CountsAddUpWhateverThreadsDoTogether) {
   for (int i = 0; i < 3000; ++i) {
     const std::lock_guard lock(*table.GetLock());
     CTableObj* const record = table.GetRecord(random() % 8);
-    if (i % 3 == 0) {
-      record->SetName(CString("T" + std::to_string(random() % 99)));
-    } else {
-      table.Remove(record);
-      table.Insert(record);
-    }
+    record->SetName(CString("T" + std::to_string(random() % 99)));
+    table.Remove(record);
+    table.Insert(record);
   }
   stop = true;
   first.join();
