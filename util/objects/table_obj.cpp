@@ -18,8 +18,7 @@ using zorutil::properties::FindProperty;
 
 namespace {
 
-// Both stay to the end of the process, for objects may live as long.
-
+// They stay to the end of the process, for objects may live as long.
 struct descriptions_t {
   CCriticalSection lock;
   std::map<const CTableObj*, CString> texts;
@@ -30,9 +29,10 @@ descriptions_t& Descriptions() {
   return descriptions;
 }
 
-CCriticalSection& FreeObjectsLock() {
-  static CCriticalSection& lock = *new CCriticalSection;
-  return lock;
+// Objects share the locks of their names; each is held for a few instructions.
+CLightLock& NameLock(const CTableObj* object) {
+  static CLightLock locks[64];
+  return locks[reinterpret_cast<std::uintptr_t>(object) / sizeof(CTableObj) % std::size(locks)];
 }
 
 [[noreturn]] void RefuseName(unsigned messageId, const CString& name) {
@@ -56,7 +56,7 @@ CTableObj::CTableObj(const CTableObj& other)
       fullType_(other.fullType_),
       versionWord_(other.versionWord_ & kVersionMask),
       flags_(std::uint8_t{kNotTracking}),
-      name_(other.name_) {
+      name_(other.CopyName()) {
   SetDescriptionText(other.GetDescription());
   SetTrackMods(other.IsTrackingMods());
 }
@@ -66,9 +66,10 @@ CTableObj& CTableObj::operator=(const CTableObj& other) {
   {
     const untracked_t untracked(*this);
     if (IsInTable()) {
-      SetName(other.name_.GetString());
+      SetName(other.CopyName().GetString());
     } else {
-      name_ = other.name_;
+      CString name = other.CopyName();
+      SwapName(name);
     }
     SetDescriptionText(other.GetDescription());
   }
@@ -88,7 +89,7 @@ CTableObj::~CTableObj() {
 // --- properties ----------------------------------------------------------------------------------------------------
 
 void CTableObj::GetProperties(property_list_t& list) const {
-  list.push_back(CProperty::Create(zorutil::kObjectName, CVariant(name_.View())));
+  list.push_back(CProperty::Create(zorutil::kObjectName, CVariant(CopyName().View())));
   list.push_back(CProperty::Create(zorutil::kObjectDescription, CVariant(GetDescription().View())));
   list.push_back(CProperty::Create(zorutil::kObjectType, CVariant::FromInt16(GetType())));
   list.push_back(CProperty::Create(zorutil::kObjectSubtype, CVariant::FromInt16(GetSubType())));
@@ -124,8 +125,8 @@ bool CTableObj::SetName(const char16_t* name) {
     const table_pin_t pin(*this);
     CTable* const table = pin.GetTable();
     if (table == nullptr) {
-      if (name_ == newName) return true;
-      name_.Swap(newName);
+      if (CopyName() == newName) return true;
+      SwapName(newName);
     } else {
       const std::lock_guard guard(*table->GetLock());
       if (name_ == newName) return true;
@@ -151,27 +152,39 @@ CString& CTableObj::FixUpLegacyName(CString& name) {
   return name;
 }
 
-CString CTableObj::GetDisplayName() const {
-  const object_lock_t guard(*this);
+CString CTableObj::CopyName() const {
+  const std::lock_guard guard(NameLock(this));
   return name_;
 }
+
+void CTableObj::SwapName(CString& name) noexcept {
+  const std::lock_guard guard(NameLock(this));
+  name_.Swap(name);
+}
+
+CString CTableObj::GetDisplayName() const { return CopyName(); }
 
 bool CTableObj::GenerateName(CTableObj*) const { return false; }
 
 CString& CTableObj::GetPath(const CTableObj* object, CString& path) {
-  path.Empty();
+  std::vector<CString> names;
   // Each step holds the object that it stands on; the first is the caller's.
   zorutil::ref_counted_obj_ptr held;
   while (object != nullptr) {
+    names.push_back(object->CopyName());
     zorutil::ref_counted_obj_ptr parent;
     {
-      const object_lock_t guard(*object);
-      if (!path.IsEmpty()) path.Insert(0, u".");
-      path.Insert(0, object->name_.View());
+      const table_visit_t visit(*object);
       parent = object->GetParent();
     }
     held = std::move(parent);
     object = held.get();
+  }
+  path.Empty();
+  while (!names.empty()) {
+    if (!path.IsEmpty()) path += u'.';
+    path += names.back();
+    names.pop_back();
   }
   return path;
 }
@@ -191,7 +204,7 @@ zorutil::ref_counted_obj_ptr CTableObj::FindObject(const char16_t* path, short t
   if (GetParent() == nullptr) {
     const std::u16string_view whole = path;
     const std::size_t end = std::min(whole.find(u'.'), whole.size());
-    if (!whole.empty() && collation::CompareNoCase(whole.substr(0, end), GetDisplayName()) == 0) {
+    if (!whole.empty() && collation::CompareNoCase(whole.substr(0, end), CopyName()) == 0) {
       if (end < whole.size()) {
         auto found = zorutil::FindObjectByPath(*this, path + end + 1, type, subtype);
         if (found) return found;
@@ -211,7 +224,12 @@ bool CTableObj::CanAddObject(const CTableObj* object) const { return object != n
 
 CSyncObject* CTableObj::GetLock() const {
   const CTable* const table = GetTable();
-  return table != nullptr ? table->GetLock() : &FreeObjectsLock();
+  return table != nullptr ? table->GetLock() : GetFreeObjectsLock();
+}
+
+CSyncObject* CTableObj::GetFreeObjectsLock() {
+  static CCriticalSection& lock = *new CCriticalSection;
+  return &lock;
 }
 
 CTableObj* CTableObj::GetParent() const {
@@ -284,14 +302,14 @@ void CTableObj::SetModified(bool isModified) {
 
 void CTableObj::SetCustomBit(unsigned bit, bool value) {
   if (bit >= 8) return;
-  const object_lock_t guard(*this);
-  const unsigned mask = 1U << bit;
-  customBits_ = static_cast<std::uint8_t>(value ? customBits_ | mask : customBits_ & ~mask);
+  const object_lock_t guard(*this, object_lock_t::unless_free_t());
+  const auto mask = static_cast<std::uint8_t>(1U << bit);
+  value ? customBits_ |= mask : customBits_ &= static_cast<std::uint8_t>(~mask);
 }
 
 bool CTableObj::GetCustomBit(unsigned bit) const {
   if (bit >= 8) return false;
-  const object_lock_t guard(*this);
+  const object_lock_t guard(*this, object_lock_t::unless_free_t());
   return (customBits_ >> bit & 1U) != 0;
 }
 

@@ -21,14 +21,15 @@
 //   the object cannot go: under the lock of its table, or by the one who made it. FindObject and its like do so.
 // - An object with a reference keeps its table and all ancestors in memory as long as it stands below them. What
 //   GetParent, GetTable and GetLock return is valid as long as the object stays where it is.
-// - The name, description, custom bits, properties, loading and saving: under the object's lock
-// (zorutil::object_lock_t), which
-//   is that of its table. These take it themselves: SetName, SetDescription (its own lock), SetCustomBit, GetCustomBit,
-//   Load, Save, GetDisplayName, GetPath. GetName does not: where others may rename, read it under the lock, or take
-//   GetDisplayName. The bool queries of the state may be called at any time.
-// - Locks are taken downwards only: whoever holds the lock of a table may take that of a table below one of its
-//   records, never the other way round. The library itself climbs (counts, modified marks) without any lock. An object
-//   in no table is one thread's, with its whole tree, but for references.
+// - The names, the descriptions and the bool queries of the state may be read at any time, but GetName itself: where
+//   others may rename, take GetDisplayName, GetPath, or the lock. SetName, SetDescription and SetModified may be called
+//   at any time.
+// - Everything else that changes, properties above all, is read and changed under the object's lock (GetLock, best held
+//   by zorutil::object_lock_t), which is that of its table. SetCustomBit, GetCustomBit, Load and Save take it
+//   themselves, but for objects in no table, which are one thread's: there Load and the custom bits do without.
+// - Locks are taken downwards only: the process's lock of objects in no table (of the root, that is), the lock of a
+//   table, that of a table below one of its records. Whoever holds one does not take an upper one. The library itself
+//   climbs (counts, modified marks, paths) without these locks.
 // - A table destroys its records with itself, on Reset and on CTable::Delete, whoever holds references on them.
 #pragma once
 
@@ -123,7 +124,8 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
   virtual void SetDefaultName() {}
   /// The rule of IsValidBaseName.
   virtual bool IsValidName(const char16_t* name) const;
-  /// The name as people see it, also while another thread renames the object.
+  /// The name as people see it, also while another thread renames the object. A name that SetName then refuses may be
+  /// seen for a moment.
   virtual CString GetDisplayName() const;
   /// Gives an object that is to be added a name that is free among the children. False if there is none, and here.
   virtual bool GenerateName(CTableObj* object) const;
@@ -148,7 +150,7 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
   /// True marks the object, its table and every ancestor, each only if it tracks modifications; while the object is
   /// being loaded or saved, only itself. False clears the object's own mark.
   virtual void SetModified(bool isModified);
-  /// Null for an object in no table, and in a table without owner.
+  /// Null for an object in no table, and in a table without owner. An override takes no reference on this object.
   virtual CTableObj* GetParent() const;
   /// The object was made by a person, not loaded.
   virtual void OnInitialCreation() {}
@@ -194,7 +196,7 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
   /// Valid until the object is renamed.
   const CString& GetName() const noexcept { return name_; }
   /// Empty for null.
-  static CString GetName(const CTableObj* object) { return object == nullptr ? CString() : object->name_; }
+  static CString GetName(const CTableObj* object) { return object == nullptr ? CString() : object->CopyName(); }
   CString GetDescription() const;
   /// Null is empty. std::bad_alloc changes nothing.
   void SetDescription(const char16_t* text);
@@ -375,18 +377,21 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
   std::int32_t AddRefs(std::int32_t count) const noexcept;
   std::int32_t RemoveRefs(std::int32_t count) const noexcept;
   void BeginVisit(std::uint64_t references) const noexcept;
+  static CSyncObject* GetFreeObjectsLock();
   static CString TextOf(const char16_t* text);
   void SetLoadedName(const CString& name);
   void SetDescriptionText(const CString& text);
   std::uint16_t ReadRecordFormat(CFile& file);
-  /// For the table that moves its record, under its lock.
-  void SwapName(CString& name) noexcept { name_.Swap(name); }
+  // Names have locks of their own, in which nothing else is done, so that reading one never waits for a load or save.
+  CString CopyName() const;
+  /// For tables too, which hold their lock.
+  void SwapName(CString& name) noexcept;
 
   void* param_ = nullptr;
   std::int32_t fullType_;
   std::uint16_t versionWord_;
   mutable std::atomic<std::uint8_t> flags_;
-  std::uint8_t customBits_ = 0;
+  std::atomic<std::uint8_t> customBits_{0};
   CString name_;
   std::atomic<CTable*> table_{nullptr};
   mutable std::atomic<std::uint64_t> references_{0};
@@ -402,9 +407,17 @@ class ZORUTIL_API object_lock_t {
   explicit object_lock_t(const CTableObj& object);
   object_lock_t(const object_lock_t&) = delete;
   object_lock_t& operator=(const object_lock_t&) = delete;
-  ~object_lock_t() { lock_->Unlock(); }
+  ~object_lock_t() {
+    if (lock_ != nullptr) lock_->Unlock();
+  }
 
  private:
+  friend class ::CTableObj;
+  /// Without the process's lock, if that is the object's: it is not the first that this thread takes.
+  struct unless_free_t {};
+  object_lock_t(const CTableObj& object, unless_free_t) : object_lock_t(object, false) {}
+  object_lock_t(const CTableObj& object, bool evenIfFree);
+
   CSyncObject* lock_;
 };
 

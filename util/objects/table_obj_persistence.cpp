@@ -105,7 +105,7 @@ int CTableObj::Save(CFile* file, bool single) const {
     WriteLittle(out, fullType_);
     WriteLittle(out, static_cast<std::uint16_t>((versionWord_ & kVersionMask) |
                                                 (description.IsEmpty() ? 0 : kDescriptionFollows)));
-    zorutil::Serialize(name_, out);
+    zorutil::Serialize(CopyName(), out);
     if (!description.IsEmpty()) zorutil::Serialize(description, out);
     result = OnSave(file);
   }
@@ -142,7 +142,7 @@ std::uint16_t CTableObj::ReadRecordFormat(CFile& file) {
 }
 
 int CTableObj::Load(CFile* file, bool single) {
-  const object_lock_t guard(*this);
+  const object_lock_t guard(*this, object_lock_t::unless_free_t());
   if (file == nullptr || !file->IsOpen()) return 0;
   CheckDepth();
   int result = 0;
@@ -187,7 +187,7 @@ int CTableObj::Save(CStructuredDoc* doc, void* parent, const char16_t* ns, bool 
     }
   } const element{doc, doc->WriteElement(parent, ns, type.GetString(), false, u"")};
   if (element.handle == nullptr) return 0;
-  if (doc->WriteElement(element.handle, ns, u"Name", true, name_) == nullptr) return 0;
+  if (doc->WriteElement(element.handle, ns, u"Name", true, CopyName()) == nullptr) return 0;
   int result = 0;
   {
     const serialization_scope_t scope(*this, single, true);
@@ -198,7 +198,7 @@ int CTableObj::Save(CStructuredDoc* doc, void* parent, const char16_t* ns, bool 
 }
 
 int CTableObj::Load(CStructuredDoc* doc, void* element, const char16_t* ns, bool single) {
-  const object_lock_t guard(*this);
+  const object_lock_t guard(*this, object_lock_t::unless_free_t());
   CheckDepth();
   CString name;
   doc->ReadElement(element, ns, u"Name", true, name);

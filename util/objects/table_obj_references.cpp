@@ -81,13 +81,16 @@ void CTableObj::Delete() {
 
 namespace zorutil {
 
-object_lock_t::object_lock_t(const CTableObj& object) {
+object_lock_t::object_lock_t(const CTableObj& object) : object_lock_t(object, true) {}
+
+object_lock_t::object_lock_t(const CTableObj& object, bool evenIfFree) : lock_(nullptr) {
   for (;;) {
     CTable* table = nullptr;
     {
       const CTableObj::table_visit_t visit(object);
       lock_ = object.GetLock();
-      if (lock_->Lock(0)) return;
+      if (!evenIfFree && lock_ == CTableObj::GetFreeObjectsLock()) lock_ = nullptr;
+      if (lock_ == nullptr || lock_->Lock(0)) return;
       // The lock is waited for without a visit, for its holder may be about to move the object. So something else must
       // keep the table.
       table = visit.GetTable();

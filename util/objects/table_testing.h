@@ -1,5 +1,5 @@
-// For tests, fuzz targets and benchmarks of tables: an object with a number and one table of children, and a table whose
-// hooks are functions.
+// For tests, fuzz targets and benchmarks of tables: an object with a number and one table of children, and a table
+// whose hooks are functions.
 #pragma once
 
 #include <cstdint>

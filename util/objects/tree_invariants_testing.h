@@ -33,8 +33,8 @@ class CTreeCheck {
       references += table->GetRefCount();
     }
     if (object.GetRefCount() != references)
-      return Fail(object, "has a count of " + std::to_string(object.GetRefCount()) + ", not " +
-                              std::to_string(references));
+      return Fail(object,
+                  "has a count of " + std::to_string(object.GetRefCount()) + ", not " + std::to_string(references));
     return true;
   }
   const std::string& GetFailure() const { return failure_; }

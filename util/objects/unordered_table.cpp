@@ -32,6 +32,8 @@ class CUnorderedTable::CNameIndex {
   unsigned moves_;
 };
 
+CUnorderedTable::CUnorderedTable(short type, bool trackMods, unsigned growthIncrement)
+    : CTable(type, trackMods, growthIncrement) {}
 CUnorderedTable::~CUnorderedTable() = default;
 
 void CUnorderedTable::OnLoadEnd() noexcept { index_.reset(); }

@@ -15,7 +15,7 @@
 
 class ZORUTIL_API CUnorderedTable : public CTable {
  public:
-  using CTable::CTable;
+  CUnorderedTable(short type, bool trackMods, unsigned growthIncrement);
   ~CUnorderedTable() override;
   /// Names are compared in the family's order; OnCompare is not asked.
   CTableObj* FindRecord(const char16_t* name, unsigned* index = nullptr) const override;
