@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <string_view>
 #include <utility>
 
@@ -23,25 +24,26 @@ namespace zorutil {
 
 namespace {
 
-// Tells who hears about failures that loading or saving of this object ended without success.
+// Tells who hears of failures which objects saving failed in, or an exception of loading left.
 class CFailureNote {
  public:
-  explicit CFailureNote(const CTableObj& object) : object_(object) {}
+  explicit CFailureNote(const CTableObj& object, bool isLoad) : object_(object), isLoad_(isLoad) {}
   CFailureNote(const CFailureNote&) = delete;
   CFailureNote& operator=(const CFailureNote&) = delete;
   ~CFailureNote() {
-    if (hasFailed_) {
-      if (ILoadErrors* const errors = ILoadErrors::GetCurrent()) errors->OnFailedObject(object_.GetName());
-    }
+    if (hasSucceeded_ || (isLoad_ && std::uncaught_exceptions() == exceptions_)) return;
+    if (ILoadErrors* const errors = ILoadErrors::GetCurrent()) errors->OnFailedObject(object_.GetName());
   }
   int Succeed() {
-    hasFailed_ = false;
+    hasSucceeded_ = true;
     return 1;
   }
 
  private:
   const CTableObj& object_;
-  bool hasFailed_ = true;
+  const bool isLoad_;  // then the table tells of a record that fails without exception
+  const int exceptions_ = std::uncaught_exceptions();
+  bool hasSucceeded_ = false;
 };
 
 // --- records -----------------------------------------------------------------------------------------------------
@@ -453,7 +455,7 @@ bool IsNamedWell(const CTableObj& object) {
 }  // namespace
 
 int CDescribedObj::OnSave(CFile* file) const {
-  CFailureNote note(*this);
+  CFailureNote note(*this, false);
   if (!IsNamedWell(*this)) return 0;
   CRecordWriter writer(*file);
   for (const field_t& field : type_->fields) writer.Write(*this, field);
@@ -468,7 +470,7 @@ int CDescribedObj::OnSave(CFile* file) const {
 }
 
 int CDescribedObj::OnLoad(CFile* file) {
-  CFailureNote note(*this);
+  CFailureNote note(*this, true);
   if (!IsNamedWell(*this)) return 0;
   if (const field_t* const refused = CRecordReader(*file, *type_, GetVersion()).Read(*this)) {
     if (ILoadErrors* const errors = ILoadErrors::GetCurrent()) {
@@ -490,7 +492,7 @@ int CDescribedObj::OnLoad(CFile* file) {
 }
 
 int CDescribedObj::OnSave(CStructuredDoc* doc, void* element, const char16_t* ns) const {
-  CFailureNote note(*this);
+  CFailureNote note(*this, false);
   if (!IsNamedWell(*this)) return 0;
   if (HaveDescription() && !WriteText(*doc, element, ns, kDescription, GetDescription())) return 0;
   field_value_t value;
@@ -557,10 +559,15 @@ CString CChildTable::GetTableName() const {
   return table == nullptr ? CString() : CString(table->name);
 }
 
-unsigned CChildTable::FindInsertPos(const CTableObj* object) const {
+bool CChildTable::CanHold(const CTableObj& object) const {
   const child_table_t* const table = GetTableDescription();
-  if (table == nullptr || !table->Takes(object->GetType())) return invalid_index;
-  return CTable::FindInsertPos(object);
+  if (table != nullptr && table->Takes(object.GetType())) return true;
+  ILoadErrors* const errors = ILoadErrors::GetCurrent();
+  if (errors != nullptr && IsLoading() && GetOwner()->IsSerializingBinary()) {
+    errors->Add(nullptr, i18n::MakeLocalizedMessage(i18n::IDS_TYPE_NOT_TAKEN,
+                                                    {CVariant(object.GetObjectName()), CVariant(GetTableName())}));
+  }
+  return false;
 }
 
 }  // namespace zorutil

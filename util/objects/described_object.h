@@ -96,7 +96,7 @@ class ZORUTIL_API CChildTable : public CTable {
   const child_table_t* GetTableDescription() const;
 
  protected:
-  unsigned FindInsertPos(const CTableObj* object) const override;
+  bool CanHold(const CTableObj& object) const override;
 
  private:
   mutable std::atomic<const child_table_t*> description_{nullptr};

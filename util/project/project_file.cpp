@@ -58,6 +58,7 @@ owned_obj_ptr LoadBinary(CFile& file, load_report_t& report) {
   owned_obj_ptr root(CTableObj::CreateObject(&file));
   if (root == nullptr || root->Load(&file, false) == 0) {
     if (!report.HasErrors()) fail(i18n::IDS_PROJECT_NEWER);
+    if (root != nullptr) report.OnFailedObject(root->GetName());
     report.EndFailedObject();
     return nullptr;
   }

@@ -54,7 +54,7 @@ ZORUTIL_API std::optional<form_t> FormOf(std::span<const std::byte> content) noe
 
 struct load_options_t {
   /// Told from the content when it is not given.
-  std::optional<form_t> form;
+  std::optional<form_t> form = std::nullopt;
   /// Gives the tree in spite of errors, without what was wrong, when at least the root could be made.
   bool isLenient = false;
 };

@@ -37,7 +37,8 @@ TEST(StringForm, IsTheShorterEncodingAndUtf16OfTwoEqual) {
                {u"\u6c34\u6c34\u6c34"sv, "03000000346C346C346C"},
                {u"\U0001F600"sv, "020000003DD800DE"},
                {u"\U0001F600a"sv, "05000080F09F988061"},
-               {u"\xD800"sv, "0100000000D8"}};
+               {u"\xD800"sv, "0100000000D8"},
+               {u"abc\xD800"sv, "0400000061006200630000D8"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.hex);
     EXPECT_EQ(Written(CString(c.text)), c.hex);

@@ -21,6 +21,16 @@ constexpr std::uint32_t kUtf8Flag = 0x80000000;
 constexpr std::uint32_t kLargestUncheckedCount = 0xFFFF;
 constexpr std::uint32_t kStackBytes = 1024;
 
+// UTF-8 has no place for half a surrogate pair.
+bool HasUnpairedSurrogate(std::u16string_view text) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if ((text[i] & 0xF800) != 0xD800) continue;
+    if (text[i] >= 0xDC00 || i + 1 == text.size() || (text[i + 1] & 0xFC00) != 0xDC00) return true;
+    ++i;
+  }
+  return false;
+}
+
 void ReadUtf8(CString& text, ISerializer& in, std::uint32_t bytes) {
   if (bytes < kStackBytes) {
     char stack[kStackBytes];
@@ -73,7 +83,8 @@ void Serialize(const CString& text, ISerializer& out) {
   const auto units = static_cast<std::uint32_t>(text.GetLength());
   if (units == 0) return WriteLittle<std::uint32_t>(out, 0);
   const zorplatform::CUtf8String utf8(text);
-  if (utf8.GetLength() < std::size_t{units} * 2) {
+  const bool isAscii = utf8.GetLength() == units;
+  if (utf8.GetLength() < std::size_t{units} * 2 && (isAscii || !HasUnpairedSurrogate(text))) {
     WriteLittle(out, static_cast<std::uint32_t>(utf8.GetLength()) | kUtf8Flag);
     out.Write(utf8.GetString(), static_cast<unsigned>(utf8.GetLength()));
     return;

@@ -1,7 +1,7 @@
 // The binary form of wide text, on which every other record builds.
 //
 // All words are 32 bits, little-endian. Empty text: the word 0. Otherwise whichever is shorter (a tie goes to
-// UTF-16):
+// UTF-16, and so does a text with half a surrogate pair, which UTF-8 cannot hold):
 //   UTF-8:   byte count | 0x80000000, the bytes
 //   UTF-16:  unit count; above 0xFFFF also the complement of the count, as a check; the units, little-endian
 // The strings inside values have another form (util/values/bstr.h): each is read with its own reader.

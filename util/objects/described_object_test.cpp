@@ -1,0 +1,318 @@
+#include "util/objects/described_object.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "platform/framework/invalid_arg.h"
+#include "platform/framework/mem_file.h"
+#include "platform/zorplatform/exception.h"
+#include "util/i18n/message_exception.h"
+#include "util/i18n/message_ids.h"
+#include "util/project/plant_types_testing.h"
+#include "util/properties/password.h"
+#include "util/properties/property.h"
+#include "util/properties/validation.h"
+#include "util/serialization/stream_testing.h"
+
+namespace {
+
+using plant_testing::Add;
+using plant_testing::CChannel;
+using plant_testing::CDevice;
+using plant_testing::CPlant;
+using plant_testing::CTag;
+using plant_testing::kNamespace;
+using stream_testing::Bytes;
+using stream_testing::Hex;
+using zorutil::field_kind_t;
+using zorutil::field_result_t;
+using zorutil::field_t;
+using zorutil::field_value_t;
+using zorutil::kObjectDescription;
+using zorutil::kObjectName;
+using zorutil::MakePropertyId;
+using zorutil::type_description_t;
+using zorutil::properties::CProperty;
+using zorutil::properties::FindProperty;
+using zorutil::properties::property_list_t;
+using enum field_result_t;
+
+constexpr int IdOf(int number) { return MakePropertyId(kNamespace, number); }
+
+class DescribedObject : public testing::Test {
+ protected:
+  const plant_testing::CTypes types_;
+};
+
+// A record of a tag without its own data: format 4, type 904, version, the name "a".
+std::string TagHead(const char* version) { return std::string("0400 00008803 ") + version + " 01000080 61"; }
+// Address "7", DataType 1, Writable, ScanRate 256, Scaling 2, RawLow 1, RawHigh 2, ScaledLow 3, ScaledHigh -1,
+// ClampLow, ClampHigh; then, since version 2, Units "%"; Deadband 0.5; and since version 2 an InitialValue of VT_I2.
+constexpr const char* kFirst =
+    "01000080 37  0100 01 00010000 02 000000000000F03F 0000000000000040 0000000000000840 000000000000F0BF 01 00";
+constexpr const char* kUnits = "01000080 25";
+constexpr const char* kDeadband = "0000003F";
+constexpr const char* kInitialValue = "0200 0900";
+
+TEST_F(DescribedObject, RecordHoldsTheFieldsOneAfterAnotherAndThenTheTables) {
+  CTag tag;
+  tag.SetName(u"a");
+  tag.address = u"7";
+  tag.dataType = CTag::TRUTH;
+  tag.scanRate = 256;
+  tag.scaling = CTag::SQUARE_ROOT;
+  tag.rawLow = 1, tag.rawHigh = 2, tag.scaledLow = 3, tag.scaledHigh = -1;
+  tag.clampLow = true;
+  tag.units = u"%";
+  tag.deadband = 0.5F;
+  tag.initialValue = CVariant::FromInt16(9);
+  CMemFile file;
+  ASSERT_NE(tag.Save(&file, false), 0);
+  const std::string expected = TagHead("0200") + kFirst + kUnits + kDeadband + kInitialValue;
+  EXPECT_EQ(Hex(file.GetContent()), Hex(Bytes(expected)));
+
+  CChannel channel;
+  channel.SetName(u"c");
+  CMemFile of;
+  ASSERT_NE(channel.Save(&of, false), 0);
+  EXPECT_EQ(Hex(of.GetContent()), Hex(Bytes("0400 00008603 0100 01000080 63  0000 00  0100 00000000")));
+  CMemFile alone;
+  ASSERT_NE(channel.Save(&alone, true), 0);
+  EXPECT_EQ(Hex(alone.GetContent()), Hex(Bytes("0400 00008603 0100 01000080 63  0000 00")));
+}
+
+TEST_F(DescribedObject, RecordOfAnOlderVersionLeavesNewFieldsAndTablesAsTheyAreMade) {
+  CTag tag;
+  CMemFile file(Bytes(TagHead("0100") + kFirst + kDeadband));
+  ASSERT_NE(tag.Load(&file, false), 0);
+  EXPECT_EQ(tag.address, u"7");
+  EXPECT_EQ(tag.scaledHigh, -1);
+  EXPECT_EQ(tag.deadband, 0.5F);
+  EXPECT_EQ(tag.units, u"");
+  EXPECT_EQ(tag.GetVersion(), 2);
+
+  CDevice device;  // its second table is of version 2
+  Add<CDevice>(device.devices, u"old");
+  CMemFile record(
+      Bytes("0400 00008703 0100 01000080 64  05 F601 FFFFFFFFFFFFFFFF 0200000000000000 10000000 00000000 04000000 0100 "
+            "00000000"));
+  ASSERT_NE(device.Load(&record, false), 0);
+  EXPECT_EQ(device.offset, -1);
+  EXPECT_EQ(device.GetRetries(), 4);
+  EXPECT_EQ(device.devices.GetCount(), 0U);
+}
+
+TEST_F(DescribedObject, EveryShorterRecordAndARefusedValueFail) {
+  const auto whole = Bytes(TagHead("0200") + kFirst + kUnits + kDeadband + kInitialValue);
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    CTag tag;
+    CMemFile file(std::span<const std::byte>(whole).first(size));
+    EXPECT_THROW(tag.Load(&file, false), zorplatform::CException) << size;
+  }
+  CDevice device;
+  CMemFile elevenRetries(
+      Bytes("0400 00008703 0200 01000080 64  05 F601 FFFFFFFFFFFFFFFF 0200000000000000 10000000 "
+            "00000000 0B000000 0100 00000000 0100 00000000"));
+  EXPECT_EQ(device.Load(&elevenRetries, false), 0);
+}
+
+TEST_F(DescribedObject, PropertiesHaveTheTypesThatValidationExpects) {
+  CTag tag;
+  CDevice device;
+  zorutil::properties::CValidationContext plain;
+  for (const CTableObj* object : {static_cast<const CTableObj*>(&tag), static_cast<const CTableObj*>(&device)}) {
+    property_list_t list;
+    object->GetProperties(list);
+    for (const field_t& field : zorutil::AsDescribed(object)->GetTypeDescription().fields) {
+      SCOPED_TRACE(CString(field.name));
+      const auto property = FindProperty(field.id, list);
+      if (property == nullptr) {
+        ADD_FAILURE() << "missing";
+        continue;
+      }
+      const VARTYPE expected = zorutil::properties::ExpectedVartype(field.type);
+      const bool isWide = field.kind == field_kind_t::INT64 || field.kind == field_kind_t::UINT64;
+      if (field.kind == field_kind_t::VALUE || isWide) continue;
+      EXPECT_EQ(property->GetValue().vt, expected);
+      if (field.type == zorutil::properties::TYPE_ENUMERATION) continue;  // whose values are not known here
+      const zorutil::properties::property_def_t definition(field.id, field.name, field.type);
+      EXPECT_EQ(CheckValue(definition, *property, plain), nullptr);
+    }
+  }
+}
+
+TEST_F(DescribedObject, SetPropertiesTakesAllOrNothing) {
+  CPlant plant;
+  CTag& tag = Add<CTag>(plant.tags, u"FT101");
+  Add<CTag>(plant.tags, u"FT102");
+  const auto change = [](CTableObj& object, std::vector<std::pair<int, CVariant>> values) {
+    property_list_t list;
+    for (auto& [id, value] : values) list.push_back(CProperty::Create(id, value));
+    try {
+      object.SetProperties(list);
+      return 0;
+    } catch (i18n::message_exception_t& error) {
+      return static_cast<int>(error.DetachMessage()->GetMessageId());
+    }
+  };
+  EXPECT_EQ(change(tag, {{IdOf(4), u"250"},
+                         {IdOf(6), CVariant::FromInt32(5)},
+                         {kObjectDescription, u"flow"},
+                         {kObjectName, u"ft101"},
+                         {12345, u"of somebody else"},
+                         {IdOf(13), CVariant::FromDouble(0.1)}}),
+            0);
+  EXPECT_EQ(tag.scanRate, 250U);
+  EXPECT_EQ(tag.rawLow, 5.0);
+  EXPECT_EQ(tag.deadband, 0.1F);
+  EXPECT_EQ(tag.GetName(), u"ft101");
+  EXPECT_EQ(tag.GetDescription(), u"flow");
+  EXPECT_TRUE(tag.IsModified());
+
+  struct {
+    int id;
+    CVariant value;
+    int message;
+  } const refused[] = {{IdOf(4), CVariant::FromDouble(0.5), i18n::IDS_SETTING_TYPE},
+                       {IdOf(4), CVariant::FromInt32(-1), i18n::IDS_SETTING_RANGE},
+                       {IdOf(1), CVariant(), i18n::IDS_SETTING_TYPE},
+                       {IdOf(13), CVariant::FromDouble(1e39), i18n::IDS_SETTING_RANGE},
+                       {kObjectName, u"a.b", i18n::IDS_OBJECT_NAME_NOT_VALID},
+                       {kObjectName, u"FT102", i18n::IDS_OBJECT_NAME_TAKEN}};
+  for (const auto& each : refused) {
+    EXPECT_EQ(change(tag, {{IdOf(6), CVariant::FromInt32(7)}, {each.id, each.value}}), each.message) << each.id;
+    EXPECT_EQ(tag.rawLow, 5.0);
+    EXPECT_EQ(tag.GetName(), u"ft101");
+  }
+  CDevice device;
+  EXPECT_EQ(change(device, {{IdOf(101), CVariant::FromInt32(9)}, {IdOf(107), CVariant::FromInt32(11)}}),
+            i18n::IDS_SETTING_REFUSED);
+  EXPECT_EQ(device.station, 1);
+}
+
+TEST_F(DescribedObject, PasswordsAreEncryptedOnceWhereverTheyComeFrom) {
+  CDevice device;
+  const field_t& field = *CDevice::kType.FindField(u"Password");
+  EXPECT_EQ(SetField(device, field, u"geheim"), TAKEN);
+  const CString stored = device.password;
+  CString plain;
+  ASSERT_TRUE(zorutil::properties::DecryptPassword(stored, plain));
+  EXPECT_EQ(plain, u"geheim");
+  EXPECT_EQ(SetField(device, field, CVariant(stored)), TAKEN);
+  EXPECT_EQ(device.password, stored);
+  EXPECT_EQ(SetField(device, field, u""), TAKEN);
+  EXPECT_EQ(device.password, u"");
+}
+
+TEST_F(DescribedObject, TablesTakeNoOtherTypes) {
+  CPlant plant;
+  CTag tag;
+  CDevice device;
+  EXPECT_TRUE(plant.CanAddObject(&tag));
+  EXPECT_FALSE(plant.CanAddObject(&device));
+  EXPECT_FALSE(plant.CanAddObject(nullptr));
+  EXPECT_FALSE(plant.AddObject(&device));
+  EXPECT_EQ(plant.channels.Insert(&tag), CTable::invalid_index);
+  EXPECT_TRUE(plant.GenerateName(&tag));
+  EXPECT_EQ(tag.GetName(), u"Tag");
+  ASSERT_TRUE(plant.AddObject(&tag));
+  EXPECT_EQ(tag.GetTable(), &plant.tags);
+  EXPECT_EQ(plant.tags.GetTableName(), u"Tags");
+  plant.tags.Remove(&tag);
+}
+
+TEST_F(DescribedObject, TextsOfFieldsAreExactAndStrict) {
+  constexpr auto kLowest = std::numeric_limits<std::int64_t>::min();
+  struct {
+    field_kind_t kind;
+    const char16_t* text;
+    field_result_t result;
+    const char16_t* printed;
+  } const rows[] = {
+      {field_kind_t::BOOL, u" true\n", TAKEN, u"true"},
+      {field_kind_t::BOOL, u"0", TAKEN, u"false"},
+      {field_kind_t::BOOL, u"yes", WRONG_TYPE, u""},
+      {field_kind_t::INT8, u"-128", TAKEN, u"-128"},
+      {field_kind_t::INT8, u"128", OUT_OF_RANGE, u""},
+      {field_kind_t::UINT8, u"-1", OUT_OF_RANGE, u""},
+      {field_kind_t::UINT16, u"+65535", TAKEN, u"65535"},
+      {field_kind_t::INT32, u"12 3", WRONG_TYPE, u""},
+      {field_kind_t::INT32, u"", WRONG_TYPE, u""},
+      {field_kind_t::INT32, u"--1", WRONG_TYPE, u""},
+      {field_kind_t::INT64, u"-9223372036854775808", TAKEN, u"-9223372036854775808"},
+      {field_kind_t::INT64, u"9223372036854775808", OUT_OF_RANGE, u""},
+      {field_kind_t::UINT64, u"18446744073709551615", TAKEN, u"18446744073709551615"},
+      {field_kind_t::UINT64, u"18446744073709551616", OUT_OF_RANGE, u""},
+      {field_kind_t::REAL4, u"0.1", TAKEN, u"0.1"},
+      {field_kind_t::REAL4, u"1e39", OUT_OF_RANGE, u""},
+      {field_kind_t::REAL4, u"inf", WRONG_TYPE, u""},
+      {field_kind_t::REAL8, u"0.30000000000000004", TAKEN, u"0.30000000000000004"},
+      {field_kind_t::REAL8, u"5e-324", TAKEN, u"5e-324"},
+      {field_kind_t::REAL8, u"-0", TAKEN, u"-0"},
+      {field_kind_t::REAL8, u"-INF", TAKEN, u"-INF"},
+      {field_kind_t::REAL8, u"NaN", TAKEN, u"NaN"},
+      {field_kind_t::REAL8, u"1e400", OUT_OF_RANGE, u""},
+      {field_kind_t::REAL8, u"1.5x", WRONG_TYPE, u""},
+      {field_kind_t::TEXT, u" a ", TAKEN, u" a "},
+      {field_kind_t::VALUE, u"R4:0.1", TAKEN, u"R4:0.1"},
+      {field_kind_t::VALUE, u"UI1:256", OUT_OF_RANGE, u""},
+      {field_kind_t::VALUE, u"EMPTY:", TAKEN, u"EMPTY:"},
+      {field_kind_t::VALUE, u"RECORD:AQA=", TAKEN, u"RECORD:AQA="},  // VT_NULL
+      {field_kind_t::VALUE, u"RECORD:AQAB", WRONG_TYPE, u""},
+      {field_kind_t::VALUE, u"5", WRONG_TYPE, u""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(CString(row.text));
+    field_t field{};
+    field.kind = row.kind;
+    field_value_t value;
+    EXPECT_EQ(FieldFromText(field, row.text, value), row.result);
+    CString printed;
+    if (row.result == TAKEN) FieldToText(field, value, printed);
+    EXPECT_EQ(printed, row.printed);
+  }
+  field_value_t value;
+  field_t field{};
+  field.kind = field_kind_t::INT64;
+  EXPECT_EQ(FieldFromVariant(field, CVariant::FromDouble(-9223372036854775808.0), value), TAKEN);
+  EXPECT_EQ(value.integer, kLowest);
+  EXPECT_EQ(FieldFromVariant(field, CVariant::FromDouble(9223372036854775808.0), value), OUT_OF_RANGE);
+  EXPECT_EQ(FieldFromVariant(field, CVariant::FromDouble(NAN), value), WRONG_TYPE);
+  EXPECT_EQ(FieldFromVariant(field, CVariant::FromBool(true), value), WRONG_TYPE);
+}
+
+TEST_F(DescribedObject, DescriptionsThatCannotWorkAreNotRegistered) {
+  using zorutil::Field;
+  const field_t good = Field<&CTag::scanRate>(IdOf(900), u"Good");
+  const auto with = [&](field_t field, auto change) {
+    change(field);
+    return std::vector<field_t>{good, field};
+  };
+  const std::vector<field_t> fieldLists[] = {
+      with(good, [](field_t& f) { f.id += 1; }),                             // the name twice
+      with(good, [](field_t& f) { f.name = u"Other"; }),                     // the id twice
+      with(good, [](field_t& f) { f.name = u"Scan Rate", ++f.id; }),         // no element's name
+      with(good, [](field_t& f) { f.name = u"Name", ++f.id; }),              // taken
+      with(good, [](field_t& f) { f.name = u"New", ++f.id, f.since = 3; }),  // newer than the type
+      with(good, [](field_t& f) { f.name = u"None", f.id = 256; }),          // of no namespace
+  };
+  const auto factory = &zorutil::CreateDescribed<CTag>;
+  for (const auto& fields : fieldLists) {
+    EXPECT_THROW(RegisterType(type_description_t{950, 0, 2, u"Bad", factory, fields}), CInvalidArgException)
+        << CString(fields[1].name);
+  }
+  for (const type_description_t& bad :
+       {type_description_t{950, -1, 2, u"Bad", factory}, type_description_t{950, 0, 128, u"Bad", factory},
+        type_description_t{950, 0, 2, u"", factory}, type_description_t{950, 0, 2, u"Bad", nullptr}}) {
+    EXPECT_THROW(RegisterType(bad), CInvalidArgException);
+  }
+  // What is taken in one of the two registries leaves nothing in the other.
+  EXPECT_THROW(RegisterType(type_description_t{950, 0, 2, u"tag", factory}), zorplatform::CException);
+  EXPECT_THROW(CTableObj::CreateObject(950, 0), zorplatform::CException);
+}
+
+}  // namespace

@@ -1,0 +1,135 @@
+// Projects when memory or the disk gives out: the old file stands, no half of a tree is left, and nothing leaks (which
+// the address sanitizer watches).
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <cstddef>
+#include <filesystem>
+#include <iterator>
+#include <new>
+#include <string>
+
+#include "platform/framework/allocation_testing.h"
+#include "platform/framework/file.h"
+#include "platform/framework/mem_file.h"
+#include "platform/framework/temp_folder_testing.h"
+#include "util/project/plant_types_testing.h"
+#include "util/project/project_file.h"
+
+namespace {
+
+using plant_testing::MakePlant;
+using zorutil::owned_obj_ptr;
+using namespace zorutil::project;
+
+constexpr form_t kForms[] = {form_t::BINARY, form_t::XML, form_t::JSON};
+
+class ProjectFailure : public testing::Test {
+ protected:
+  const plant_testing::CTypes types_;
+};
+
+TEST_F(ProjectFailure, FailedAllocationWhileSavingLeavesTheOldFileAndTheTree) {
+  const CTempFolder folder;
+  const owned_obj_ptr plant = MakePlant(1, 2, 2);
+  const auto content = WriteProject(*plant, form_t::BINARY);
+  for (const form_t form : kForms) {
+    folder.Put("plant", "old");
+    const CString path = folder.PathOf("plant");
+    bool isSaved = false;
+    for (int left = 0; !isSaved; ++left) {
+      plant->SetModified(true);
+      allocation_testing::allocationsLeft = left;
+      try {
+        SaveProject(*plant, path, form);
+        isSaved = true;
+      } catch (const std::bad_alloc&) {
+      }
+      allocation_testing::allocationsLeft = -1;
+      if (isSaved) break;
+      EXPECT_EQ(folder.Get("plant"), "old") << left;
+      EXPECT_TRUE(plant->IsModified()) << left;
+    }
+    load_report_t report;
+    const owned_obj_ptr loaded = LoadProject(path, report);
+    ASSERT_NE(loaded, nullptr);
+    EXPECT_TRUE(AreTreesEqual(*plant, *loaded));
+  }
+  EXPECT_EQ(WriteProject(*plant, form_t::BINARY), content);
+}
+
+TEST_F(ProjectFailure, FailedAllocationWhileLoadingGivesNoTree) {
+  const owned_obj_ptr plant = MakePlant(1, 2, 2);
+  for (const form_t form : kForms) {
+    const auto content = WriteProject(*plant, form);
+    load_report_t report;
+    owned_obj_ptr loaded;
+    for (int left = 0; loaded == nullptr; ++left) {
+      allocation_testing::allocationsLeft = left;
+      try {
+        loaded = LoadProject(content, report);
+        EXPECT_NE(loaded, nullptr) << left << report.ToString();
+      } catch (const std::bad_alloc&) {
+      }
+      allocation_testing::allocationsLeft = -1;
+      ASSERT_LT(left, 20'000);
+    }
+    EXPECT_TRUE(AreTreesEqual(*plant, *loaded)) << CString(FormName(form));
+  }
+}
+
+// Takes so many writes, then no more.
+class CFailingFile final : public CMemFile {
+ public:
+  explicit CFailingFile(int writes) : left_(writes) {}
+  void Write(const void* buffer, unsigned count) override {
+    if (left_-- == 0) throw CFileException(u"\\plant", "write", 0);
+    CMemFile::Write(buffer, count);
+  }
+  bool HasFailed() const { return left_ < 0; }
+
+ private:
+  int left_;
+};
+
+TEST_F(ProjectFailure, FailureOfEveryWriteShowsAndHurtsNothing) {
+  const owned_obj_ptr plant = MakePlant(1, 2, 3);
+  for (const form_t form : kForms) {
+    const auto content = WriteProject(*plant, form);
+    for (int writes = 0;; ++writes) {
+      CFailingFile file(writes);
+      try {
+        WriteProject(*plant, file, form);
+      } catch (const CFileException&) {
+      }
+      if (!file.HasFailed()) break;
+    }
+    EXPECT_EQ(WriteProject(*plant, form), content);
+  }
+}
+
+// The disk is full at every buffer that the file gives to the system.
+TEST_F(ProjectFailure, FullDiskLeavesTheOldFile) {
+  const CTempFolder folder;
+  const owned_obj_ptr plant = MakePlant(1, 2, 500);
+  ::rlimit earlier{};
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &earlier), 0);
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  for (const form_t form : kForms) {
+    folder.Put("plant", "old");
+    const std::size_t size = WriteProject(*plant, form).size();
+    for (std::size_t limit = 0; limit < size; limit += 60'000) {
+      ::rlimit full = earlier;
+      full.rlim_cur = limit;
+      ::setrlimit(RLIMIT_FSIZE, &full);
+      EXPECT_THROW(SaveProject(*plant, folder.PathOf("plant"), form), CFileException) << limit;
+      ::setrlimit(RLIMIT_FSIZE, &earlier);
+      EXPECT_EQ(folder.Get("plant"), "old");
+    }
+  }
+  std::signal(SIGXFSZ, handler);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.Native()), {}), 1);
+}
+
+}  // namespace
