@@ -92,6 +92,7 @@ class ZORUTIL_API project_diff_t {
  private:
   friend class CDiffer;
   std::vector<object_change_t> changes_;
+  CString ambiguous_;  // the path of an object that is not the only one of its name
 };
 
 /// From `a` to `b`, which need not be roots: the first segment of a path is then the object's name. Two roots of

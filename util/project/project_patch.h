@@ -1,23 +1,26 @@
 // Changes of a live tree of objects by a patch (RFC 6902), all of them or none.
 //
 //   [{"op": "replace", "path": "/Channels/Boiler/Devices/PLC1/Tags/FT101/ScanRate", "value": 250},
-//    {"op": "move", "from": "/Channels/Boiler/Devices/PLC1/Tags/FT102", "path": "/Channels/Boiler/Devices/PLC2/Tags/F2"}]
+//    {"op": "move", "from": "/Channels/Boiler/Devices/PLC1/Tags/FT102", "path":
+//    "/Channels/Boiler/Devices/PLC2/Tags/F2"}]
 //
 //   properties::CValidationContext context;
 //   const auto result = zorutil::project::ApplyPatch(text, *plant, {.context = &context});
 //   if (!result) Report(result.ToString());           // "operation 2, /Channels/...: There is no object "PLC2"."
 //
-// Pointers address the JSON form of the tree (json_mapping.h), from the given object on: "" is that object, whatever its
-// name. Names are matched exactly. What they lead to:
+// Pointers address the JSON form of the tree (json_mapping.h), from the given object on: "" is that object, whatever
+// its name. Names are matched exactly. What they lead to:
 //
-// - An object: add (also in the place of one), replace, remove, move, copy, test. Its value is as in the JSON form, with
+// - An object: add (also in the place of one), replace, remove, move, copy, test. Its value is as in the JSON form,
+// with
 //   all that is below. `move` renames, or brings the object under another parent: it stays the same object, and the
 //   references on it hold. `add` and `replace` put a new one in the place of the old. The object at the top is only
 //   tested and copied.
 // - A table: add and replace put new records in the place of all that there are, remove takes all away. A table without
 //   records is there, although the JSON form leaves it out.
 // - A field: add and replace set it, remove gives it the value that a new object has, move and copy take it along.
-// - "Description": the same; none is the empty one. "Name", which the JSON form does not have: test, add and replace, so
+// - "Description": the same; none is the empty one. "Name", which the JSON form does not have: test, add and replace,
+// so
 //   also the object at the top gets another name. "Type": test alone.
 //
 // Nothing lies inside the value of a field. Operations see what those before them have done.
@@ -31,7 +34,8 @@
 // The tables in which something is looked at or changed are locked from the first look to the end, downwards, so that
 // others see all changes or none; removed objects are deleted (CTableObj::Delete) after that. Any number of threads may
 // patch and read the same tree by the rules of table_obj.h. Hooks of tables are called when the structure of the whole
-// patch is known to come about: OnRecordRemove before it is changed, OnRecordInsert after; they must not patch the tree.
+// patch is known to come about: OnRecordRemove before it is changed, OnRecordInsert after; they must not patch the
+// tree.
 //
 // The tree is not copied: time and memory are those of the patch and of what it names (a `copy` or `test` of an object
 // takes all that is below it).
@@ -58,8 +62,9 @@ struct patch_options_t {
   properties::IValidationContext* context = nullptr;
   /// Only to check: nothing is changed.
   bool isCheck = false;
-  /// Objects that all `copy` operations together may make. A short patch can double a tree with every operation.
-  std::size_t maxCopies = 1'000'000;
+  /// Objects that all `copy` and `test` operations together may go through. A short patch can double a tree with every
+  /// operation.
+  std::size_t maxObjects = 1'000'000;
   /// Errors that are told.
   std::size_t maxErrors = 100;
 };
@@ -67,6 +72,7 @@ struct patch_options_t {
 struct patch_failure_t {
   int operation = 0;  ///< from 1; 0 when the patch as a whole is none
   CString path;       ///< of the operation ("from" when that one is at fault); empty when it has none
+  CString object;  ///< within the operation's value: the names down to the object at fault; empty for the value itself
   std::unique_ptr<i18n::ILocalizedMessage> message;  ///< never null
 };
 
