@@ -1,6 +1,7 @@
 #include "util/objects/record_list.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace zorutil {
@@ -27,7 +28,18 @@ void CRecordList::GrowBlock(block_t& block) {
   block.capacity = capacity;
 }
 
+void CRecordList::BeginHold() {
+  held_.reserve(blocks_.size() + held_.size());
+  ++holds_;
+}
+
 void CRecordList::AddBlock(std::size_t at, unsigned capacity) {
+  if (spare_.slots == nullptr && !held_.empty()) {
+    spare_ = std::move(held_.back());
+    held_.pop_back();
+  }
+  const std::size_t blocks = blocks_.size() + held_.size() + 1;
+  if (holds_ != 0 && held_.capacity() < blocks) held_.reserve(2 * blocks);
   if (spare_.slots == nullptr) spare_ = {std::make_unique_for_overwrite<CTableObj*[]>(capacity), 0, capacity};
   // Room in both before either changes, and more than one each time.
   if (blocks_.size() == blocks_.capacity()) blocks_.reserve(std::max<std::size_t>(1, blocks_.size() * 2));
@@ -62,7 +74,8 @@ void CRecordList::MergeBlock(std::size_t at) noexcept {
   RemoveBlock(at + 1);
 }
 
-void CRecordList::Insert(unsigned index, CTableObj* record) {
+// The block that then has a free slot for the index.
+std::size_t CRecordList::MakePlace(unsigned index) {
   if (blocks_.empty()) AddBlock(0, std::clamp(increment_, 1U, kBlockSize));
   std::size_t at = BlockOf(index);
   // Between two blocks: behind the lower one as long as it has room.
@@ -79,6 +92,49 @@ void CRecordList::Insert(unsigned index, CTableObj* record) {
     }
   } else if (blocks_[at].count == blocks_[at].capacity) {
     GrowBlock(blocks_[at]);
+  }
+  return at;
+}
+
+// The same without memory: the nearest free slot wanders there, a record of each block between going the other way.
+// Several blocks are as large as blocks get, so where there is a slot too few in one, there is one in another.
+std::size_t CRecordList::ShiftPlace(unsigned index) {
+  const auto hasRoom = [&](std::size_t at) { return blocks_[at].count < blocks_[at].capacity; };
+  std::size_t to = blocks_.empty() ? 0 : BlockOf(index);
+  std::size_t above = to, below = to;
+  while (above < blocks_.size() && !hasRoom(above)) ++above;
+  while (below > 0 && !hasRoom(below - 1)) --below;
+  if (above < blocks_.size()) {
+    for (; above > to; --above) {
+      block_t& from = blocks_[above - 1];
+      block_t& into = blocks_[above];
+      std::copy_backward(into.slots.get(), into.slots.get() + into.count, into.slots.get() + into.count + 1);
+      into.slots[0] = from.slots[--from.count];
+      ++into.count;
+      --starts_[above];
+    }
+    return to;
+  }
+  if (below == 0) throw std::bad_alloc();
+  if (index == starts_[to]) --to;  // behind the last of the block before
+  for (--below; below < to; ++below) {
+    block_t& into = blocks_[below];
+    block_t& from = blocks_[below + 1];
+    into.slots[into.count++] = from.slots[0];
+    std::copy(from.slots.get() + 1, from.slots.get() + from.count, from.slots.get());
+    --from.count;
+    ++starts_[below + 1];
+  }
+  return to;
+}
+
+void CRecordList::Insert(unsigned index, CTableObj* record) {
+  std::size_t at;
+  try {
+    at = MakePlace(index);
+  } catch (const std::bad_alloc&) {
+    if (holds_ == 0) throw;
+    at = ShiftPlace(index);
   }
   block_t& block = blocks_[at];
   CTableObj** const slot = block.slots.get() + (index - starts_[at]);
@@ -99,9 +155,13 @@ CTableObj* CRecordList::Take(unsigned index, bool keepRoom) noexcept {
   --count_;
   ShiftStarts(at + 1, 0U - 1U);
   if (block.count == 0) {
-    if (keepRoom) spare_ = std::move(block);
+    if (holds_ != 0) {
+      held_.push_back(std::move(block));
+    } else if (keepRoom) {
+      spare_ = std::move(block);
+    }
     RemoveBlock(at);
-  } else if (!keepRoom && block.count < kBlockSize / 4) {
+  } else if (!keepRoom && holds_ == 0 && block.count < kBlockSize / 4) {
     if (at + 1 < blocks_.size()) MergeBlock(at);
     if (at > 0) MergeBlock(at - 1);
   }
