@@ -87,4 +87,35 @@ TEST_F(Projects, ShowWhatIsInThem) {
   }
 }
 
+TEST_F(Projects, AreComparedAndPatchedWholeOrNotAtAll) {
+  Write("one.json", R"([{"op": "replace", "path": "/Pumps/P1/Speed", "value": 3000},
+                        {"op": "add", "path": "/Pumps/P3", "value": {"Type": "Pump", "Serial": "P-7"}}])");
+  Write("two.json",
+        R"([{"op": "remove", "path": "/Pumps/P1"}, {"op": "replace", "path": "/Pumps/P9/Speed", "value": 1}])");
+  Write("three.json", R"([{"op": "replace", "path": "/Pumps/P2/Speed", "value": 3001}])");
+  EXPECT_EQ(Run("convert north.json --to bin --out north.bin"), 0) << messages_;
+  EXPECT_EQ(Run("diff north.json north.bin"), 0) << messages_;
+  EXPECT_EQ(out_, "");
+  EXPECT_EQ(Run("patch north.bin one.json --out north.bin --definitions defs"), 0) << messages_;
+  EXPECT_EQ(Run("diff north.json north.bin"), 1);
+  EXPECT_EQ(out_, "~ North.P1\n    Speed: 2900 -> 3000\n+ North.P3 (Pump)\n");
+  // What diff tells, patch does.
+  EXPECT_EQ(Run("diff north.bin north.json --patch", "> back.json"), 1);
+  EXPECT_EQ(Run("patch north.bin back.json --to json", "> again.json"), 0) << messages_;
+  EXPECT_EQ(Run("diff again.json north.json"), 0) << out_;
+  const std::string before = FileText(folder_ / "north.bin");
+  const std::pair<const char*, const char*> rows[] = {
+      {"two.json", "two.json: operation 2, /Pumps/P9"},
+      {"three.json", "three.json: operation 1, /Pumps/P2/Speed: A speed of 3001 is more"},
+      {"north.json", "north.json: "}};
+  for (const auto& [patch, part] : rows) {
+    EXPECT_EQ(Run(std::string("patch north.bin ") + patch + " --out north.bin"), 1) << patch;
+    EXPECT_TRUE(messages_.starts_with(part)) << messages_;
+  }
+  EXPECT_EQ(FileText(folder_ / "north.bin"), before);
+  EXPECT_EQ(Run("diff north.json bad.json"), 3) << "differences are not what was found";
+  EXPECT_EQ(Run("diff north.json north.bin --json"), 1);
+  EXPECT_TRUE(Holds(out_, "\"before\": 2900")) << out_;
+}
+
 }  // namespace
