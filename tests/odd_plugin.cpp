@@ -3,10 +3,7 @@
 
 #include "util/objects/type_library.h"
 
-#if KIND == 0
-ZORUTIL_PLUGIN_API int SomethingElse() { return 1; }
-#else
-enum kind_t { NOTHING, VERSION, NO_LIST, FAILS, FAILS_ODDLY, COPY };
+enum kind_t { VERSION, NO_LIST, FAILS, FAILS_ODDLY, COPY };
 
 ZORUTIL_PLUGIN_API const zorutil::type_library_t* ZorutilTypeLibrary() {
   // Of another version only the first member may be looked at. The copy of the library is another one, too.
@@ -16,4 +13,3 @@ ZORUTIL_PLUGIN_API const zorutil::type_library_t* ZorutilTypeLibrary() {
   if (KIND == FAILS_ODDLY) throw 42;
   return KIND == NO_LIST ? nullptr : &content;
 }
-#endif
