@@ -3,6 +3,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "tools/utilctl/command_functions.h"
 #include "tools/utilctl/definition_folder.h"
@@ -21,6 +22,8 @@ namespace project = zorutil::project;
 using zorutil::properties::CDefinitionStore;
 
 namespace {
+
+constexpr std::size_t kMaxFailures = 1000;
 
 // The settings of the tree's types that nobody checks, because they have no definition: "Pump.Mode".
 std::set<std::string> FindUndefined(const CTableObj& root, CDefinitionStore& definitions, std::size_t& objects) {
@@ -51,12 +54,15 @@ std::u16string_view FieldNameOf(const CTableObj& root, const project::object_fai
 
 void Validate(CCall& call, const project_input_t& input, CDefinitionStore& definitions) {
   CProjectPlaces places(input);
-  for (const project::object_failure_t& each : project::ValidateTree(*input.root, definitions)) {
+  const std::vector<project::object_failure_t> failures =
+      project::ValidateTree(*input.root, kMaxFailures, &definitions);
+  for (const project::object_failure_t& each : failures) {
     const std::string setting = each.failure.name.ToUtf8();
     const int line = places.FindLine(each.path, FieldNameOf(*input.root, each));
     call.report.Add({input.path, line, 0, each.path.ToUtf8() + (setting.empty() ? "" : ", " + setting),
                      each.failure.message->GetMessageText(call.GetLanguage()).ToUtf8()});
   }
+  if (failures.size() == kMaxFailures) call.report.Add({input.path, 0, 0, "", "there may be more; these are enough"});
 }
 
 }  // namespace
