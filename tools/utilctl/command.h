@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tools/utilctl/report.h"
+#include "util/objects/type_library.h"
 
 namespace utilctl {
 
@@ -22,6 +23,7 @@ struct option_t {
   value_kind_t kind;
   const char* help;
   bool isRequired = false;
+  bool isMany = false;  ///< may be given several times
 };
 
 struct argument_t {
@@ -36,6 +38,9 @@ class CCall {
  public:
   std::map<std::string, std::vector<std::string>, std::less<>> values;
   CReport report;
+  bool hasColours = false;  ///< of what goes to standard output
+  /// The plug-ins of a project's types: longer than everything that came of them.
+  std::vector<zorutil::CTypeLibrary> typeLibraries;
 
   bool Has(std::string_view name) const { return values.find(name) != values.end(); }
   /// The first value of an argument or option; `otherwise` without one.

@@ -16,6 +16,11 @@ exit_t CheckJson(CCall& call);
 exit_t FormatJson(CCall& call);
 exit_t PatchJson(CCall& call);
 
+exit_t CheckProject(CCall& call);
+exit_t ShowProject(CCall& call);
+exit_t ConvertProject(CCall& call);
+exit_t FindInProject(CCall& call);
+
 exit_t ConvertValue(CCall& call);
 exit_t FormatValue(CCall& call);
 

@@ -17,6 +17,10 @@ const option_t kDefinitions{"--definitions", "DIR", kFolder,
 const option_t kIndent{"--indent", "N", kText, "Blanks for each level; 0 writes everything on one line"};
 const option_t kInPlace{"--in-place", nullptr, kNone, "Replace the file instead of writing to standard output"};
 const option_t kModuleFolder{"--folder", "DIR", kFolder, "Where the language files of the module lie"};
+const option_t kTypes{"--types", "FILE.so", kFile, "A plug-in with object types of the project; once for each",
+                      true,      true};
+const argument_t kProject{"PROJECT", kFile, count_t::one, "The project, in any form; - is standard input"};
+const option_t kOut{"--out", "FILE", kFile, "Write there instead of to standard output; the file is replaced whole"};
 const argument_t kDir{"DIR", kFolder, count_t::optional,
                       "The folder; that of the program's own definitions by default"};
 
@@ -24,6 +28,7 @@ const argument_t kDir{"DIR", kFolder, count_t::optional,
 
 const std::vector<group_t>& GetGroups() {
   static const std::vector<group_t> groups{{"defs", "Definitions of properties: compile, look at and use them"},
+                                           {"project", "Projects: check, look at, convert, compare and patch them"},
                                            {"json", "JSON text: check, format and patch it"},
                                            {"value", "Values: convert and format them"},
                                            {"message", "Messages and language files"}};
@@ -89,6 +94,47 @@ const std::vector<command_t>& GetCommands() {
         {"--complete", nullptr, kNone, "Required properties must be there: of all namespaces, or of --namespace"},
         kLanguage},
        ValidateSettings},
+      {"project",
+       "check",
+       "Tell everything that is wrong with projects",
+       "utilctl project check plant.json --types types.so --definitions build/Properties --language de",
+       "Reads each project in the form it has, binary, XML or JSON, and tells all errors with line and object, of a "
+       "binary project the first. What could be read is then validated: by the definitions, and by the checks of the "
+       "types themselves. Settings without definition are listed; nobody checks them.",
+       {{"PROJECT", kFile, count_t::many, "The project, in any form; - is standard input"}},
+       {kTypes, kDefinitions, kLanguage},
+       CheckProject},
+      {"project",
+       "show",
+       "Show a project as a tree of objects with their settings",
+       "utilctl project show plant.bin Boiler.PLC1 --types types.so --depth 1",
+       "In colours on a terminal, unless NO_COLOR is set. Passwords are not shown. With --definitions the values of "
+       "enumerations have their texts. With --json the objects are in the JSON form of projects.",
+       {kProject, {"OBJECT", kText, count_t::optional, "The path of the object to show; the whole project by default"}},
+       {kTypes,
+        {"--depth", "N", kText, "Levels of objects below the first that are shown; of the rest the count"},
+        {"--brief", nullptr, kNone, "Names and types alone"},
+        {"--definitions", "DIR", kFolder, "The folder of the definition files"},
+        kLanguage},
+       ShowProject},
+      {"project",
+       "convert",
+       "Write a project in another form",
+       "utilctl project convert plant.xml --to json --out plant.json --types types.so",
+       "Nothing is lost on the way: converting back gives an equal project. A project with errors is not converted.",
+       {kProject},
+       {kTypes, {"--to", "FORM", kText, "xml, json or bin", true}, kOut, kLanguage},
+       ConvertProject},
+      {"project",
+       "find",
+       "Find objects by name or path",
+       "utilctl project find plant.json 'Boiler.*.FT10?' --types types.so --type Tag",
+       "A pattern with a point is one of paths, with or without the name of the project, else one of names: \"*\" "
+       "stands "
+       "for any characters, \"?\" for one. Letter case does not count. Exits with 1 when nothing is found.",
+       {kProject, {"NAME|PATH", kText, count_t::one, "The pattern"}},
+       {kTypes, {"--type", "NAME", kText, "Only objects of this type"}, kLanguage},
+       FindInProject},
       {"json",
        "check",
        "Tell whether files are JSON",
@@ -173,7 +219,8 @@ const std::vector<option_t>& GetProgramOptions() {
 
 const char* GetIntroduction() {
   return "Example: utilctl defs compile channel.json --out build/Properties\n\n"
-         "Makes and checks what programs of the family read: definitions of properties, JSON, values, messages.";
+         "Makes and checks what programs of the family read: definitions of properties, projects,"
+         " JSON, values, messages.";
 }
 
 const char* GetExitCodes() {

@@ -1,15 +1,11 @@
 // utilctl defs validate: settings as a JSON object of names and values, checked against definitions.
-#include <cerrno>
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "platform/zorplatform/app_dir.h"
 #include "tools/utilctl/command_functions.h"
 #include "tools/utilctl/definition_folder.h"
 #include "tools/utilctl/files.h"
@@ -17,52 +13,22 @@
 #include "tools/utilctl/source_member.h"
 #include "tools/utilctl/source_values.h"
 #include "util/json/json_text.h"
-#include "util/properties/definition_loader.h"
+#include "util/properties/definition_store.h"
 #include "util/properties/property_list.h"
 #include "util/properties/validation.h"
 
 namespace utilctl {
 
-namespace fs = std::filesystem;
 namespace json = zorutil::json;
 using namespace zorutil::properties;
 
 namespace {
 
-// The library validates by the definitions of the program, which lie in the folder "Properties" of the application
-// directory. So a folder that is not called that is given the name for as long as the command runs.
-class CAsOwnDefinitions {
- public:
-  explicit CAsOwnDefinitions(const fs::path& folder) {
-    fs::path whole = fs::canonical(folder);
-    if (whole.filename() != kName) {
-      std::string made = (fs::temp_directory_path() / "utilctl.XXXXXX").string();
-      if (mkdtemp(made.data()) == nullptr) throw fs::filesystem_error("cannot make a folder", made, LastError());
-      temporary_ = made;
-      fs::create_directory_symlink(whole, temporary_ / kName);
-      whole = temporary_ / kName;
-    }
-    zorplatform::SetAppDir(FolderText(whole.parent_path().string()));
-  }
-  CAsOwnDefinitions(const CAsOwnDefinitions&) = delete;
-  CAsOwnDefinitions& operator=(const CAsOwnDefinitions&) = delete;
-  ~CAsOwnDefinitions() {
-    std::error_code ignored;
-    if (temporary_.empty()) return;
-    fs::remove(temporary_ / kName, ignored);
-    fs::remove(temporary_, ignored);
-  }
-
- private:
-  static constexpr char kName[] = "Properties";
-  static std::error_code LastError() { return {errno, std::generic_category()}; }
-  fs::path temporary_;
-};
-
 class CSettings {
  public:
-  explicit CSettings(CCall& call) : path_(call.Get("FILE.json")), text_(ReadWholeFile(path_)), call_(call) {
-    for (auto& file : ReadDefinitionFolder(call.Get("--definitions", GetDefaultFolder()))) {
+  CSettings(CCall& call, const std::string& folder)
+      : path_(call.Get("FILE.json")), text_(ReadWholeFile(path_)), call_(call), store_(FolderText(folder)) {
+    for (auto& file : ReadDefinitionFolder(folder)) {
       if (!file.failure.empty()) call.report.Add({file.path, 0, 0, "", file.failure});
       namespaces_.emplace(FoldedName(file.namespaceName), file.number);
       for (const definition_ptr_t& each : file.definitions) {
@@ -89,8 +55,7 @@ class CSettings {
     } else {
       remarks_.push_back({{}, "expected an object of names and values"});
     }
-    CValidationContext context;
-    for (const validation_failure_t& failure : CollectValidationFailures(list_, context)) {
+    for (const validation_failure_t& failure : CollectValidationFailures(list_, context_)) {
       remarks_.push_back({paths_[failure.id], failure.message->GetMessageText(call_.GetLanguage()).ToUtf8()});
     }
     if (call_.Has("--complete")) FindMissing();
@@ -138,7 +103,7 @@ class CSettings {
       return;
     }
     // Without definition the library would let everything pass.
-    if (GetDefinition(definition.GetId()) == nullptr) {
+    if (store_.FindDefinition(definition.GetId()) == nullptr) {
       remarks_.push_back({place, "the index of the definitions does not lead here; try defs check", true});
     }
     list_.push_back(CProperty::Create(definition.GetId(), std::move(value)));
@@ -148,11 +113,10 @@ class CSettings {
   // for.
   void FindMissing() {
     const auto wanted = namespaces_.find(FoldedName(CString(call_.Get("--namespace"))));
-    CValidationContext context;
     for (const definition_ptr_t& each : definitions_) {
       if (!each->IsRequired() || paths_.contains(each->GetId())) continue;
       if (wanted != namespaces_.end() && wanted->second != GetNamespaceNumber(each->GetId())) continue;
-      if (!IsAllowed(CProperty::Create(each->GetId()), list_, context)) continue;
+      if (!IsAllowed(CProperty::Create(each->GetId()), list_, context_)) continue;
       remarks_.push_back({{}, "the required property \"" + each->GetQualifiedName().ToUtf8() + "\" is missing"});
     }
   }
@@ -160,6 +124,8 @@ class CSettings {
   const std::string path_;
   const std::string text_;
   CCall& call_;
+  CDefinitionStore store_;
+  CValidationContext context_{store_};
   std::map<std::u16string, int> namespaces_;
   std::vector<definition_ptr_t> definitions_;
   std::multimap<std::u16string, definition_ptr_t> byName_;
@@ -173,8 +139,7 @@ class CSettings {
 exit_t ValidateSettings(CCall& call) {
   const std::string folder = call.Get("--definitions", GetDefaultFolder());
   RequireFolder(folder);
-  const CAsOwnDefinitions own(folder);
-  CSettings(call).Validate();
+  CSettings(call, folder).Validate();
   return call.GetExit();
 }
 

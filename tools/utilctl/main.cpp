@@ -26,10 +26,12 @@ namespace {
 
 using namespace utilctl;
 
-bool HasColours() {
+constexpr int kStandardOutput = 1, kStandardError = 2;
+
+bool HasColours([[maybe_unused]] int output) {
 #if defined(__unix__) || defined(__APPLE__)
   const char* const none = std::getenv("NO_COLOR");
-  return (none == nullptr || *none == '\0') && isatty(STDERR_FILENO) != 0;
+  return (none == nullptr || *none == '\0') && isatty(output) != 0;
 #else
   return false;
 #endif
@@ -75,6 +77,7 @@ void AddOption(parsed_command_t& parsed, const option_t& option) {
   CLI::Option* added = option.value == nullptr ? parsed.app->add_flag(option.name, option.help)
                                                : parsed.app->add_option(option.name)->description(option.help);
   if (option.value != nullptr) added->type_name(option.value)->type_size(1)->expected(1);
+  if (option.isMany) added->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
   if (option.kind == value_kind_t::language) added->check(LanguageCheck);
   if (option.isRequired) added->required();
   parsed.options.emplace_back(option.name, added);
@@ -118,6 +121,7 @@ exit_t Run(const parsed_command_t& parsed) {
   for (const auto& [name, option] : parsed.options) {
     if (option->count() != 0) call.values[name] = option->results();
   }
+  call.hasColours = HasColours(kStandardOutput);
   std::string failure;
   exit_t code = EXIT_IO;
   try {
@@ -136,7 +140,7 @@ exit_t Run(const parsed_command_t& parsed) {
     return written == EXIT_FINE ? code : written;
   }
   const exit_t written = WriteOut(call.report.text);
-  const bool colours = HasColours();
+  const bool colours = HasColours(kStandardError);
   for (const problem_t& each : call.report.GetProblems()) std::cerr << ProblemText(each, colours);
   return written == EXIT_FINE ? code : written;
 }

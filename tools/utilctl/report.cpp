@@ -9,17 +9,12 @@ namespace utilctl {
 
 namespace json = zorutil::json;
 
-namespace {
-
-// What files say must not steer the terminal, nor make two lines of one.
 std::string Printable(std::string text) {
   for (char& each : text) {
     if (static_cast<unsigned char>(each) < 0x20 || each == 0x7F) each = '?';
   }
   return text;
 }
-
-}  // namespace
 
 void CReport::Add(std::vector<problem_t> problems) {
   for (problem_t& each : problems) problems_.push_back(std::move(each));

@@ -40,6 +40,8 @@ class CReport {
   std::vector<problem_t> problems_;
 };
 
+/// What files say must not steer the terminal, nor make two lines of one.
+std::string Printable(std::string text);
 /// "file:line:column: path: cause", the place in bold where `colours` is set.
 std::string ProblemText(const problem_t& problem, bool colours);
 

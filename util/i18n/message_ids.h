@@ -37,7 +37,7 @@
   X(IDS_TEXT_TOO_LONG, 540, "d")                                                                            \
   /* A condition of the property leads back to itself. */                                                   \
   X(IDS_CONDITIONS_IN_CIRCLE, 541, "")                                                                      \
-  /* An object in a document that did not say why: its type. */                                              \
+  /* An object in a document that did not say why: its type. */                                             \
   X(IDS_OBJECT_NOT_READ, 543, "s")                                                                          \
   /* An object cannot be written into a document, for its type has no name: type, subtype. */               \
   X(IDS_OBJECT_TYPE_WITHOUT_NAME, 550, "dd")                                                                \

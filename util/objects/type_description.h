@@ -128,7 +128,7 @@ template <class T>
 constexpr bool kUnknownType = false;
 
 template <class T>
-consteval field_kind_t KindOf() {
+constexpr field_kind_t KindOf() {
   if constexpr (std::is_enum_v<T>) {
     return KindOf<std::underlying_type_t<T>>();
   } else if constexpr (std::is_same_v<T, bool>) {
@@ -150,7 +150,7 @@ consteval field_kind_t KindOf() {
 }
 
 template <class T>
-consteval properties::property_type_t TypeOf() {
+constexpr properties::property_type_t TypeOf() {
   if constexpr (std::is_enum_v<T>) {
     return properties::TYPE_ENUMERATION;
   } else if constexpr (std::is_same_v<T, bool>) {

@@ -12,7 +12,6 @@
 
 #include "platform/framework/allocation_testing.h"
 #include "platform/framework/file.h"
-#include "platform/framework/mem_file.h"
 #include "platform/framework/temp_folder_testing.h"
 #include "util/project/plant_types_testing.h"
 #include "util/project/project_file.h"
@@ -33,7 +32,6 @@ class ProjectFailure : public testing::Test {
 TEST_F(ProjectFailure, FailedAllocationWhileSavingLeavesTheOldFileAndTheTree) {
   const CTempFolder folder;
   const owned_obj_ptr plant = MakePlant(1, 2, 2);
-  const auto content = WriteProject(*plant, form_t::BINARY);
   for (const form_t form : kForms) {
     folder.Put("plant", "old");
     const CString path = folder.PathOf("plant");
@@ -56,7 +54,6 @@ TEST_F(ProjectFailure, FailedAllocationWhileSavingLeavesTheOldFileAndTheTree) {
     ASSERT_NE(loaded, nullptr);
     EXPECT_TRUE(AreTreesEqual(*plant, *loaded));
   }
-  EXPECT_EQ(WriteProject(*plant, form_t::BINARY), content);
 }
 
 TEST_F(ProjectFailure, FailedAllocationWhileLoadingGivesNoTree) {
@@ -76,36 +73,6 @@ TEST_F(ProjectFailure, FailedAllocationWhileLoadingGivesNoTree) {
       ASSERT_LT(left, 20'000);
     }
     EXPECT_TRUE(AreTreesEqual(*plant, *loaded)) << CString(FormName(form));
-  }
-}
-
-// Takes so many writes, then no more.
-class CFailingFile final : public CMemFile {
- public:
-  explicit CFailingFile(int writes) : left_(writes) {}
-  void Write(const void* buffer, unsigned count) override {
-    if (left_-- == 0) throw CFileException(u"\\plant", "write", 0);
-    CMemFile::Write(buffer, count);
-  }
-  bool HasFailed() const { return left_ < 0; }
-
- private:
-  int left_;
-};
-
-TEST_F(ProjectFailure, FailureOfEveryWriteShowsAndHurtsNothing) {
-  const owned_obj_ptr plant = MakePlant(1, 2, 3);
-  for (const form_t form : kForms) {
-    const auto content = WriteProject(*plant, form);
-    for (int writes = 0;; ++writes) {
-      CFailingFile file(writes);
-      try {
-        WriteProject(*plant, file, form);
-      } catch (const CFileException&) {
-      }
-      if (!file.HasFailed()) break;
-    }
-    EXPECT_EQ(WriteProject(*plant, form), content);
   }
 }
 

@@ -16,25 +16,30 @@ using properties::property_list_t;
 // What the object itself knows better than its definitions.
 class CObjectContext final : public properties::IValidationContext {
  public:
-  CObjectContext(CTableObj& object, const property_list_t& list) : object_(object), list_(list) {}
+  CObjectContext(CTableObj& object, const property_list_t& list, properties::CDefinitionStore* definitions)
+      : object_(object), list_(list), definitions_(definitions) {}
   std::shared_ptr<properties::IPropertyEditor> GetPropertyEditor(int id) override {
     return object_.GetPropertyHelper(id, list_);
+  }
+  properties::CDefinitionStore& GetDefinitions() override {
+    return definitions_ == nullptr ? IValidationContext::GetDefinitions() : *definitions_;
   }
 
  private:
   CTableObj& object_;
   const property_list_t& list_;
+  properties::CDefinitionStore* definitions_;
 };
 
 class CValidation {
  public:
-  explicit CValidation(std::size_t most) : most_(most) {}
+  CValidation(std::size_t most, properties::CDefinitionStore* definitions) : most_(most), definitions_(definitions) {}
 
   void Check(const CTableObj& object) {
     if (IsFull()) return;
     property_list_t list;
     object.GetProperties(list);
-    CObjectContext context(const_cast<CTableObj&>(object), list);
+    CObjectContext context(const_cast<CTableObj&>(object), list, definitions_);
     for (auto& failure : properties::CollectValidationFailures(list, context)) Add(object, std::move(failure));
     try {
       object.ValidateProperties(list, context);
@@ -65,19 +70,24 @@ class CValidation {
   }
 
   const std::size_t most_;
+  properties::CDefinitionStore* const definitions_;
   std::vector<object_failure_t> failures_;
 };
 
 }  // namespace
 
-std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures) {
-  CValidation validation(maxFailures);
+std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures,
+                                           properties::CDefinitionStore* definitions) {
+  const object_lock_t lock(root);
+  CValidation validation(maxFailures, definitions);
   validation.CheckAll(root);
   return validation.Take();
 }
 
-std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures) {
-  CValidation validation(maxFailures);
+std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures,
+                                             properties::CDefinitionStore* definitions) {
+  const object_lock_t lock(object);
+  CValidation validation(maxFailures, definitions);
   validation.Check(object);
   return validation.Take();
 }

@@ -23,9 +23,12 @@ struct object_failure_t {
   properties::validation_failure_t failure;
 };
 
-/// All failures, up to `maxFailures`.
-ZORUTIL_API std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures = 1000);
+/// All failures, up to `maxFailures`. By the definitions of a store, which must live as long, or those of the program
+/// (null).
+ZORUTIL_API std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures = 1000,
+                                                       properties::CDefinitionStore* definitions = nullptr);
 /// Those of one object alone.
-ZORUTIL_API std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures = 1000);
+ZORUTIL_API std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures = 1000,
+                                                         properties::CDefinitionStore* definitions = nullptr);
 
 }  // namespace zorutil::project

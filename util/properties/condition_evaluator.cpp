@@ -14,12 +14,24 @@ bool IsDecided(const IPropertyCondition& condition, bool holds) {
   return condition.GetOperation() == (holds ? CVariantCompare::EQUAL : CVariantCompare::NOT_EQUAL);
 }
 
+bool Hold(int id, const condition_list_t& conditions, const property_list_t& list, CDefinitionStore& definitions) {
+  return conditions.empty() || CConditionEvaluator(list, definitions).Hold(conditions, id);
+}
+
+using get_conditions_t = const condition_list_t& (IPropertyDefinition::*)() const;
+
+bool HoldForOne(const std::shared_ptr<IProperty>& property, get_conditions_t getConditions, const property_list_t& list,
+                CDefinitionStore& definitions) {
+  if (property.get() == nullptr) return true;
+  const IPropertyDefinition* const definition = definitions.FindDefinition(property->GetId());
+  return definition == nullptr || Hold(property->GetId(), (definition->*getConditions)(), list, definitions);
+}
+
 }  // namespace
 
-CConditionEvaluator::CConditionEvaluator(const property_list_t& list) {
+CConditionEvaluator::CConditionEvaluator(const property_list_t& list, CDefinitionStore& definitions) {
   entries_.reserve(list.size());
   ids_.reserve(list.size());
-  CDefinitionStore& definitions = GetDefinitionStore();
   for (const auto& property : list) {
     if (property.get() == nullptr) continue;
     const int id = property->GetId();
@@ -132,25 +144,20 @@ bool CConditionEvaluator::Hold(const condition_list_t& conditions, int propertyI
 // --- validation.h ----------------------------------------------------------------------------------------------------
 
 bool EvaluateCondition(const IPropertyCondition& condition, unsigned char byte, const property_list_t& list) {
-  return CConditionEvaluator(list).Holds(condition, byte);
+  return CConditionEvaluator(list, GetDefinitionStore()).Holds(condition, byte);
 }
 
 bool EvaluateConditions(const std::shared_ptr<IProperty>& property, const condition_list_t& conditions,
                         const property_list_t& list) {
-  if (conditions.empty()) return true;
-  return CConditionEvaluator(list).Hold(conditions, property.get() == nullptr ? 0 : property->GetId());
+  return Hold(property.get() == nullptr ? 0 : property->GetId(), conditions, list, GetDefinitionStore());
 }
 
-bool IsAllowed(const std::shared_ptr<IProperty>& property, const property_list_t& list, IValidationContext&) {
-  if (property.get() == nullptr) return true;
-  const auto definition = GetDefinition(property->GetId());
-  return definition == nullptr || EvaluateConditions(property, definition->GetAllowConditions(), list);
+bool IsAllowed(const std::shared_ptr<IProperty>& property, const property_list_t& list, IValidationContext& context) {
+  return HoldForOne(property, &IPropertyDefinition::GetAllowConditions, list, context.GetDefinitions());
 }
 
-bool IsEnabled(const std::shared_ptr<IProperty>& property, const property_list_t& list, IValidationContext&) {
-  if (property.get() == nullptr) return true;
-  const auto definition = GetDefinition(property->GetId());
-  return definition == nullptr || EvaluateConditions(property, definition->GetEnableConditions(), list);
+bool IsEnabled(const std::shared_ptr<IProperty>& property, const property_list_t& list, IValidationContext& context) {
+  return HoldForOne(property, &IPropertyDefinition::GetEnableConditions, list, context.GetDefinitions());
 }
 
 }  // namespace zorutil::properties

@@ -13,6 +13,8 @@
 
 namespace zorutil::properties {
 
+class CDefinitionStore;
+
 /// CException -1: conditions that lead back to themselves.
 class CConditionCircle : public zorplatform::CException {
  public:
@@ -21,7 +23,7 @@ class CConditionCircle : public zorplatform::CException {
 
 /// Whether a property of the list is allowed depends on its id and the list alone, so one answer serves every condition
 /// that watches it, and all conditions together cost no more than their number. The list, its properties and values
-/// stay as they are while this is used.
+/// stay as they are while this is used, and the definitions stay alive.
 class CConditionEvaluator {
  public:
   struct entry_t {
@@ -29,7 +31,7 @@ class CConditionEvaluator {
     const IPropertyDefinition* definition;  // null when there is none
   };
 
-  explicit CConditionEvaluator(const property_list_t& list);
+  CConditionEvaluator(const property_list_t& list, CDefinitionStore& definitions);
 
   /// The list without its empty pointers.
   const std::vector<entry_t>& GetEntries() const noexcept { return entries_; }

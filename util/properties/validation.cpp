@@ -13,6 +13,7 @@
 #include "util/i18n/message_template.h"
 #include "util/properties/condition_evaluator_internal.h"
 #include "util/properties/definition_loader.h"
+#include "util/properties/definition_store.h"
 #include "util/properties/password.h"
 #include "util/values/variant_compare.h"
 
@@ -34,7 +35,7 @@ template <class Ask, class Otherwise>
 CVariant AskEither(int id, IValidationContext& context, Ask ask, Otherwise otherwise) {
   CVariant answer = AskEditor(id, context, ask);
   if (!answer.IsEmpty()) return answer;
-  const std::shared_ptr<IPropertyDefinition> definition = GetDefinition(id);
+  const IPropertyDefinition* const definition = context.GetDefinitions().FindDefinition(id);
   return definition == nullptr ? CVariant() : otherwise(*definition);
 }
 
@@ -220,7 +221,7 @@ message_ptr_t CheckEnumeration(const IPropertyDefinition& definition, const CVar
 // `onCircle` gets the property whose conditions cannot be evaluated.
 template <class OnFailure, class OnCircle>
 void CheckList(const property_list_t& list, IValidationContext& context, OnFailure onFailure, OnCircle onCircle) {
-  CConditionEvaluator conditions(list);
+  CConditionEvaluator conditions(list, context.GetDefinitions());
   for (std::size_t at = 0; at < conditions.GetEntries().size(); ++at) {
     const auto& [property, definition] = conditions.GetEntries()[at];
     if (definition == nullptr || definition->IsExempt()) continue;
@@ -246,6 +247,12 @@ CValidationContext::~CValidationContext() = default;
 dynamicEnum::~dynamicEnum() = default;
 
 void IValidationContext::IterateEnumValues(int, functor_t<const enum_entry_t&>&) {}
+
+CDefinitionStore& IValidationContext::GetDefinitions() { return GetDefinitionStore(); }
+
+CDefinitionStore& CValidationContext::GetDefinitions() {
+  return definitions_ == nullptr ? GetDefinitionStore() : *definitions_;
+}
 
 // --- what holds for a property of one object -------------------------------------------------------------------------
 

@@ -9,6 +9,9 @@
 //   for (auto& failure : CollectValidationFailures(changes, plain))            // all of them
 //     Show(failure.name, failure.message->GetMessageText(0));
 //
+// The definitions are those of the program (definition_loader.h), unless the context has others: a tool that looks at
+// another folder makes a CValidationContext of that folder's store.
+//
 // Properties are checked in the order of the list. One without definition is nobody's to check, and passes; so does one
 // that its definition exempts, and one that is not allowed. Of the others:
 //
@@ -46,6 +49,8 @@
 
 namespace zorutil::properties {
 
+class CDefinitionStore;
+
 /// What is other for a property of one object than its definition says. VT_EMPTY: nothing is.
 class ZORUTIL_API IPropertyEditor {
  public:
@@ -69,13 +74,24 @@ class ZORUTIL_API IValidationContext {
   virtual std::shared_ptr<IPropertyEditor> GetPropertyEditor(int id) = 0;
   /// Offers the values of an enumeration that are only known at run time, until the functor has enough.
   virtual void IterateEnumValues(int id, functor_t<const enum_entry_t&>& functor);
+  /// By which definitions everything is checked that is given this context; always the same store, which lives as long
+  /// as the context is used. By default that of the program.
+  virtual CDefinitionStore& GetDefinitions();
 };
 
 /// Nothing is other than the definitions say.
 class ZORUTIL_API CValidationContext : public IValidationContext {
  public:
+  /// By the definitions of the program.
+  CValidationContext() = default;
+  /// By those of a store, which must live as long.
+  explicit CValidationContext(CDefinitionStore& definitions) noexcept : definitions_(&definitions) {}
   ~CValidationContext() override;
   std::shared_ptr<IPropertyEditor> GetPropertyEditor(int) override { return nullptr; }
+  CDefinitionStore& GetDefinitions() override;
+
+ private:
+  CDefinitionStore* definitions_ = nullptr;
 };
 
 /// Looks for a value among those of an enumeration.
@@ -111,7 +127,8 @@ ZORUTIL_API bool IsServerOnly(int id, IValidationContext& context);
 
 /// Whether one condition holds. The property that it watches is the first of the list whose id is the watched one with
 /// the bits of `byte` added, or else the watched one itself. It must be there and be allowed, and its value must stand
-/// to the condition's as the operation says (CVariantCompare::Values: neither is empty or an array).
+/// to the condition's as the operation says (CVariantCompare::Values: neither is empty or an array). What is allowed is
+/// told here, and by EvaluateConditions, from the definitions of the program.
 ZORUTIL_API bool EvaluateCondition(const IPropertyCondition& condition, unsigned char byte,
                                    const property_list_t& list);
 /// Whether the conditions of a property hold; `byte` is the low byte of its id. They are evaluated in order, up to the

@@ -18,6 +18,7 @@
 #include "util/i18n/language.h"
 #include "util/i18n/message_exception.h"
 #include "util/properties/definition_loader.h"
+#include "util/properties/definition_store.h"
 #include "util/properties/definition_testing.h"
 #include "util/properties/password.h"
 #include "util/values/variant_helpers.h"
@@ -322,6 +323,27 @@ TEST(Merging, ReplacesInPlaceAndAppendsTheRest) {
   EXPECT_THROW(MergeAndValidateProperties(&model, &model, {}, merged, plain);
                MergeAndValidateProperties(&model, &model, changes, merged, plain), std::length_error);
   EXPECT_EQ(text(merged), "20=abc;");
+}
+
+TEST(Validation, TakesTheDefinitionsOfItsContext) {
+  CTempFolder folder;
+  // Here the mode that allows the other property is 7, and the text may be longer.
+  WriteDefinitionFile(folder.PathOf("other.prop"), {900,
+                                                    u"Other",
+                                                    {Define(kMode, u"mode", TYPE_INTEGER, U(7), U(9)),
+                                                     Conditional(kOnlyInMode1, kMode, kEqual, U(7)),
+                                                     Define(kText, u"words", TYPE_STRING, U(0), U(5))}});
+  CreateIndexFile(folder.GetPath());
+  CDefinitionStore store(folder.GetPath());
+  CValidationContext others(store), plain;
+  const auto watched = CProperty::Create(kOnlyInMode1, U(99));
+  property_list_t list = List({{kMode, U(7)}, {kText, u"abcde"}, {kEnum, U(9)}});
+  list.push_back(watched);
+  EXPECT_EQ(Failures(list, others), "conditional 508;");
+  EXPECT_EQ(Failures(list, plain), "text 540;enum 524;");
+  EXPECT_TRUE(IsAllowed(watched, list, others) && !IsAllowed(watched, list, plain));
+  EXPECT_EQ(GetMaxLength(kText, others), CVariant::FromInt(5));
+  EXPECT_THROW(ValidateProperties(list, others), i18n::message_exception_t);
 }
 
 TEST(Properties, AreEqualWhateverTheirValuesWhenExempt) {

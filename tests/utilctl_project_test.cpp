@@ -1,0 +1,90 @@
+// utilctl project, with the plug-in and the projects of docs/plugin.md. What that guide shows is tested by its replay.
+#include "tests/program_testing.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Projects : public ProgramTest {
+ protected:
+  Projects() : ProgramTest("'" UTILCTL_PROGRAM "'") {
+    for (const char* name : {"north.json", "bad.json"}) fs::copy(fs::path(GUIDE_FOLDER) / name, folder_);
+    EXPECT_EQ(ProgramTest::Run("defs compile '" GUIDE_FOLDER "/pump_settings.json' --out defs"), 0) << messages_;
+  }
+  int Run(const std::string& arguments, const std::string& after = "> out") {
+    return ProgramTest::Run("project " + arguments + " --types '" PLUGIN_GUIDE "'", "", after);
+  }
+  static bool Holds(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+};
+
+TEST_F(Projects, GoFromFormToFormAndBackUnchanged) {
+  EXPECT_EQ(Run("convert north.json --to bin --out one.bin"), 0) << messages_;
+  EXPECT_EQ(Run("convert one.bin --to XML", "> two.xml"), 0) << messages_;
+  EXPECT_EQ(Run("convert - --to json --out three.json", "< two.xml > out"), 0) << messages_;
+  EXPECT_EQ(Run("convert three.json --to bin", "> four.bin"), 0) << messages_;
+  EXPECT_EQ(FileText(folder_ / "one.bin"), FileText(folder_ / "four.bin"));
+  EXPECT_EQ(FileText(folder_ / "one.bin").substr(0, 4), "\x89ZPJ");
+  Write("kept.xml", "old");
+  EXPECT_EQ(Run("convert bad.json --to xml --out kept.xml"), 1) << "a part of a project is none";
+  EXPECT_EQ(Run("convert north.json --to xml --out none/north.xml"), 3);
+  EXPECT_EQ(Run("convert north.json --to north.xml"), 2);
+  EXPECT_EQ(Run("convert north.json --to bin --json"), 2);
+  EXPECT_EQ(FileText(folder_ / "kept.xml"), "old");
+}
+
+TEST_F(Projects, AreCheckedInEveryForm) {
+  EXPECT_EQ(Run("convert north.json --to xml", "| sed 's/>2900</>9000</; s/P-1002/P-2003-2004-2005/' > fast.xml"), 0);
+  EXPECT_EQ(Run("convert fast.xml --to bin --out fast.bin"), 0) << messages_;
+  EXPECT_EQ(Run("check fast.xml fast.bin bad.json north.json --definitions defs"), 1);
+  EXPECT_EQ(out_, "north.json: 3 objects are fine\n");
+  for (const char* part : {"fast.xml:11: North.P1, Speed: The value is out of range. Enter a value from 100 to 6000.\n",
+                           "fast.xml:11: North.P1, Speed: A speed of 9000 is more",
+                           "fast.xml:17: North.P2, Serial: ", "fast.bin: North.P1, Speed: The value",
+                           "bad.json:6: North.p1: ", "bad.json:7: North.P2, Speed: A speed"}) {
+    EXPECT_TRUE(Holds(messages_, part)) << part << '\n' << messages_;
+  }
+  Write("cut.bin", FileText(folder_ / "fast.bin").substr(0, 60));
+  Write("text.txt", "North\n");
+  Write("other.json", R"({"North": {"Type": "Motor"}})");
+  const std::pair<const char*, const char*> rows[] = {
+      {"cut.bin", "cut.bin: North: "}, {"text.txt", "text.txt: this is no project"}, {"other.json", "\"Motor\""}};
+  for (const auto& [file, part] : rows) {
+    EXPECT_EQ(Run(std::string("check ") + file), 1) << file;
+    EXPECT_TRUE(Holds(messages_, part)) << messages_;
+  }
+  EXPECT_EQ(Run("check north.json --json"), 0) << messages_;
+  EXPECT_TRUE(Holds(out_, "\"objects\": 3") && Holds(out_, "\"Pump.Drive\"")) << out_;
+  EXPECT_EQ(Run("check north.json --definitions none"), 3);
+  EXPECT_EQ(Run("check none.json"), 3);
+  EXPECT_EQ(Run("check north.json --types north.json"), 3) << "no plug-in";
+  EXPECT_EQ(Run("check north.json --types '" PLUGIN_GUIDE "'"), 3) << "its types are there already";
+}
+
+TEST_F(Projects, ShowWhatIsInThem) {
+  EXPECT_EQ(Run("show north.json --depth 0 --brief"), 0) << messages_;
+  EXPECT_EQ(out_, "North PumpStation\n└─ Pumps (2)\n");
+  EXPECT_EQ(Run("show north.json p2 --brief"), 0);
+  EXPECT_EQ(out_, "P2 Pump\n");
+  EXPECT_EQ(Run("show north.json North.P9"), 1);
+  EXPECT_EQ(Run("show north.json --depth few"), 2);
+  EXPECT_EQ(Run("show bad.json --json --depth 0"), 1) << "what could be read is shown";
+  EXPECT_TRUE(Holds(out_, "\"North\": {\n      \"Type\": \"PumpStation\",\n      \"Operator\": \"\"\n    }")) << out_;
+  Write("odd.json", R"({"N\u001b[31m\n": {"Type": "PumpStation", "Operator": "a\u0007b"}})");
+  EXPECT_EQ(Run("show odd.json"), 0) << messages_;
+  EXPECT_EQ(out_, "N?[31m? PumpStation\n   Operator  \"a?b\"\n") << "a name must not steer the terminal";
+  const std::pair<const char*, const char*> rows[] = {{"'p?'", "North.P1  Pump\nNorth.P2  Pump\n"},
+                                                      {"'*2'", "North.P2  Pump\n"},
+                                                      {"'north.*'", "North.P1  Pump\nNorth.P2  Pump\n"},
+                                                      {"'*'",
+                                                       "North  PumpStation\n"
+                                                       "North.P1  Pump\nNorth.P2  Pump\n"},
+                                                      {"'*' --type pumpstation", "North  PumpStation\n"},
+                                                      {"North.P", ""},
+                                                      {"'P1*?'", ""}};
+  for (const auto& [what, found] : rows) {
+    EXPECT_EQ(Run(std::string("find north.json ") + what), *found == '\0' ? 1 : 0) << what;
+    EXPECT_EQ(out_, found) << what;
+  }
+}
+
+}  // namespace
