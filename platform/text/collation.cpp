@@ -185,6 +185,21 @@ int CompareNoCase(std::u16string_view a, std::u16string_view b) noexcept {
   }
 }
 
+std::uint64_t BeginningOf(std::u16string_view text) noexcept {
+  constexpr int kBits = 7;
+  constexpr unsigned kLastRank = 0x7F;
+  std::uint64_t beginning = 0;
+  int shift = 64 - 1;
+  for (const char16_t unit : text) {
+    const unsigned rank = IsAscii(unit) ? kRanks[unit] : kLastRank;
+    if (rank == 0) continue;
+    shift -= kBits;
+    beginning |= std::uint64_t{rank} << shift;
+    if (shift == 0) break;
+  }
+  return beginning;
+}
+
 bool IsAlphaNumeric(char16_t unit) noexcept {
   return IsAscii(unit) ? IsUpper(unit) || IsLower(unit) || IsDigit(unit) : u_isalnum(unit) != 0;
 }

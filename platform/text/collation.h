@@ -8,6 +8,7 @@
 // collator.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 #include "platform/export.h"
@@ -18,6 +19,10 @@ namespace collation {
 /// Any units may be passed, unpaired surrogates too: ICU has a place for them. Where ICU has no collation data,
 /// the order is that of the simple-case-folded units behind ASCII, which keeps its own.
 ZORPLATFORM_API int CompareNoCase(std::u16string_view a, std::u16string_view b) noexcept;
+
+/// The first nine characters as one number: of two plain ASCII texts with different numbers, the one with the smaller
+/// number comes first. Characters beyond ASCII count as one that comes last, wherever the collation puts them.
+ZORPLATFORM_API std::uint64_t BeginningOf(std::u16string_view text) noexcept;
 
 /// True for a letter or a digit of any script (Unicode general categories L* and Nd). Surrogates are neither.
 ZORPLATFORM_API bool IsAlphaNumeric(char16_t unit) noexcept;

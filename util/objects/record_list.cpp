@@ -4,7 +4,32 @@
 #include <new>
 #include <utility>
 
+#include "platform/text/collation.h"
+#include "util/objects/table_obj.h"
+
 namespace zorutil {
+namespace {
+
+// What names share is taken for so much less than it is, so that not each new name is a new beginning for its block.
+constexpr unsigned kSlack = 1;
+constexpr unsigned kMostShared = 0x7FFF;
+
+char16_t Folded(char16_t unit) { return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit | 0x20) : unit; }
+
+// Of the first `most` characters, how many two names have in common.
+unsigned Common(std::u16string_view a, std::u16string_view b, unsigned most) {
+  const std::size_t length = std::min({a.size(), b.size(), std::size_t{most}});
+  std::size_t i = 0;
+  while (i < length && Folded(a[i]) == Folded(b[i])) ++i;
+  return static_cast<unsigned>(i);
+}
+
+std::uint64_t BeginningFrom(std::u16string_view name, unsigned from) {
+  return collation::BeginningOf(name.substr(std::min<std::size_t>(from, name.size())));
+}
+std::uint64_t BeginningOf(const CTableObj* record, unsigned from) { return BeginningFrom(record->GetName(), from); }
+
+}  // namespace
 
 CRecordList::~CRecordList() = default;
 
@@ -13,6 +38,76 @@ std::size_t CRecordList::BlockOf(unsigned index) const noexcept {
   return static_cast<std::size_t>(behind - starts_.begin()) - 1;
 }
 
+// ---- beginnings of names
+// ----------------------------------------------------------------------------------------------
+
+bool CRecordList::FindBlocks(std::u16string_view name, range_t& range) const noexcept {
+  if (blocks_.empty()) return false;
+  if (Common(blocks_.front().slots[0].record->GetName(), name, shared_) < shared_) return false;
+  const std::uint64_t beginning = collation::BeginningOf(name.substr(shared_));
+  const auto equal = std::equal_range(firsts_.begin(), firsts_.end(), beginning);
+  range = {static_cast<unsigned>(equal.first - firsts_.begin()), static_cast<unsigned>(equal.second - firsts_.begin())};
+  return true;
+}
+
+CRecordList::range_t CRecordList::FindSlots(unsigned at, std::u16string_view name) const noexcept {
+  const block_t& block = blocks_[at];
+  const std::uint64_t beginning = BeginningFrom(name, block.shared);
+  const auto before = [](const slot_t& slot, std::uint64_t sought) { return slot.beginning < sought; };
+  const auto behind = [](std::uint64_t sought, const slot_t& slot) { return sought < slot.beginning; };
+  const slot_t* const slots = block.slots.get();
+  const slot_t* const end = slots + block.count;
+  const slot_t* const first = std::lower_bound(slots + 1, end, beginning, before);
+  // Seldom more than one.
+  const slot_t* last = first;
+  if (last != end && last->beginning == beginning) ++last;
+  if (last != end && last->beginning == beginning) last = std::upper_bound(last, end, beginning, behind);
+  return {static_cast<unsigned>(first - slots), static_cast<unsigned>(last - slots)};
+}
+
+void CRecordList::SetShared(block_t& block, unsigned shared) noexcept {
+  block.shared = static_cast<std::uint16_t>(shared);
+  for (slot_t* slot = block.slots.get(); slot != block.slots.get() + block.count; ++slot)
+    slot->beginning = BeginningOf(slot->record, shared);
+}
+
+// Of a block whose records became fewer.
+void CRecordList::ShareMore(std::size_t at) noexcept {
+  block_t& block = blocks_[at];
+  const unsigned common =
+      Common(block.slots[0].record->GetName(), block.slots[block.count - 1].record->GetName(), kMostShared);
+  if (common > block.shared + 3 * kSlack) SetShared(block, common - kSlack);
+}
+
+// A block begins with another record than before.
+void CRecordList::SetFirst(std::size_t at) noexcept {
+  const CTableObj* const record = blocks_[at].slots[0].record;
+  const CTableObj* const other = blocks_[at == 0 ? blocks_.size() - 1 : 0].slots[0].record;
+  const unsigned common = Common(record->GetName(), other->GetName(), kMostShared);
+  if (blocks_.size() == 1) {
+    shared_ = common > kSlack ? common - kSlack : 0;
+  } else if (common < shared_) {
+    shared_ = common > kSlack ? common - kSlack : 0;
+    for (std::size_t i = 0; i < blocks_.size(); ++i) firsts_[i] = BeginningOf(blocks_[i].slots[0].record, shared_);
+    return;
+  }
+  firsts_[at] = BeginningOf(record, shared_);
+}
+
+// A name comes to a block.
+void CRecordList::Share(std::size_t at, std::u16string_view name) noexcept {
+  block_t& block = blocks_[at];
+  if (block.count == 0) {
+    block.shared = static_cast<std::uint16_t>(std::clamp<std::size_t>(name.size(), kSlack, kMostShared) - kSlack);
+    return;
+  }
+  const unsigned common = Common(block.slots[0].record->GetName(), name, block.shared);
+  if (common < block.shared) SetShared(block, common > kSlack ? common - kSlack : 0);
+}
+
+// ---- blocks
+// -----------------------------------------------------------------------------------------------------------
+
 void CRecordList::ShiftStarts(std::size_t from, unsigned by) noexcept {
   unsigned* const starts = starts_.data();
   const std::size_t count = starts_.size();
@@ -20,12 +115,12 @@ void CRecordList::ShiftStarts(std::size_t from, unsigned by) noexcept {
 }
 
 void CRecordList::GrowBlock(block_t& block) {
-  const unsigned more = std::max({increment_, block.capacity / 2, 1U});
+  const unsigned more = std::max({increment_, block.capacity / 2U, 1U});
   const unsigned capacity = std::min(kBlockSize, block.capacity + std::min(more, kBlockSize));
-  auto slots = std::make_unique_for_overwrite<CTableObj*[]>(capacity);
+  auto slots = std::make_unique_for_overwrite<slot_t[]>(capacity);
   std::copy_n(block.slots.get(), block.count, slots.get());
   block.slots = std::move(slots);
-  block.capacity = capacity;
+  block.capacity = static_cast<std::uint16_t>(capacity);
 }
 
 void CRecordList::BeginHold() {
@@ -40,39 +135,58 @@ void CRecordList::AddBlock(std::size_t at, unsigned capacity) {
   }
   const std::size_t blocks = blocks_.size() + held_.size() + 1;
   if (holds_ != 0 && held_.capacity() < blocks) held_.reserve(2 * blocks);
-  if (spare_.slots == nullptr) spare_ = {std::make_unique_for_overwrite<CTableObj*[]>(capacity), 0, capacity};
-  // Room in both before either changes, and more than one each time.
-  if (blocks_.size() == blocks_.capacity()) blocks_.reserve(std::max<std::size_t>(1, blocks_.size() * 2));
-  if (starts_.size() == starts_.capacity()) starts_.reserve(std::max<std::size_t>(1, starts_.size() * 2));
+  if (spare_.slots == nullptr)
+    spare_ = {std::make_unique_for_overwrite<slot_t[]>(capacity), 0, static_cast<std::uint16_t>(capacity), 0};
+  // Room in all of them before one changes, and more than one each time.
+  const auto makeRoom = [](auto& vector) {
+    if (vector.size() == vector.capacity()) vector.reserve(std::max<std::size_t>(1, vector.size() * 2));
+  };
+  makeRoom(blocks_);
+  makeRoom(starts_);
+  makeRoom(firsts_);
   const unsigned start = at < starts_.size() ? starts_[at] : count_;
-  blocks_.insert(blocks_.begin() + static_cast<std::ptrdiff_t>(at), std::exchange(spare_, {}));
-  starts_.insert(starts_.begin() + static_cast<std::ptrdiff_t>(at), start);
+  const auto place = static_cast<std::ptrdiff_t>(at);
+  blocks_.insert(blocks_.begin() + place, std::exchange(spare_, {}));
+  starts_.insert(starts_.begin() + place, start);
+  firsts_.insert(firsts_.begin() + place, 0);
 }
 
 void CRecordList::SplitBlock(std::size_t at) {
   AddBlock(at + 1, kBlockSize);
   block_t& lower = blocks_[at];
   block_t& upper = blocks_[at + 1];
-  const unsigned kept = lower.count / 2;
-  upper.count = lower.count - kept;
+  const auto kept = static_cast<std::uint16_t>(lower.count / 2);
+  upper.count = static_cast<std::uint16_t>(lower.count - kept);
   std::copy_n(lower.slots.get() + kept, upper.count, upper.slots.get());
+  upper.shared = lower.shared;
   lower.count = kept;
   starts_[at + 1] = starts_[at] + kept;
+  SetFirst(at + 1);
+  ShareMore(at);
+  ShareMore(at + 1);
 }
 
 void CRecordList::RemoveBlock(std::size_t at) noexcept {
-  blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(at));
-  starts_.erase(starts_.begin() + static_cast<std::ptrdiff_t>(at));
+  const auto place = static_cast<std::ptrdiff_t>(at);
+  blocks_.erase(blocks_.begin() + place);
+  starts_.erase(starts_.begin() + place);
+  firsts_.erase(firsts_.begin() + place);
 }
 
 void CRecordList::MergeBlock(std::size_t at) noexcept {
   block_t& lower = blocks_[at];
   const block_t& upper = blocks_[at + 1];
-  if (lower.count + upper.count > std::min(lower.capacity, kBlockSize / 2)) return;
+  if (lower.count + upper.count > std::min<unsigned>(lower.capacity, kBlockSize / 2)) return;
   std::copy_n(upper.slots.get(), upper.count, lower.slots.get() + lower.count);
-  lower.count += upper.count;
+  lower.count = static_cast<std::uint16_t>(lower.count + upper.count);
   RemoveBlock(at + 1);
+  const unsigned common =
+      Common(lower.slots[0].record->GetName(), lower.slots[lower.count - 1].record->GetName(), lower.shared);
+  SetShared(lower, common > kSlack ? common - kSlack : 0);
 }
+
+// ---- records
+// ----------------------------------------------------------------------------------------------------------
 
 // The block that then has a free slot for the index.
 std::size_t CRecordList::MakePlace(unsigned index) {
@@ -105,55 +219,56 @@ std::size_t CRecordList::ShiftPlace(unsigned index) {
   while (above < blocks_.size() && !hasRoom(above)) ++above;
   while (below > 0 && !hasRoom(below - 1)) --below;
   if (above < blocks_.size()) {
-    for (; above > to; --above) {
-      block_t& from = blocks_[above - 1];
-      block_t& into = blocks_[above];
-      std::copy_backward(into.slots.get(), into.slots.get() + into.count, into.slots.get() + into.count + 1);
-      into.slots[0] = from.slots[--from.count];
-      ++into.count;
-      --starts_[above];
-    }
+    for (; above > to; --above) PutInto(above, starts_[above] - 1, TakeFrom(above - 1, starts_[above] - 1));
     return to;
   }
   if (below == 0) throw std::bad_alloc();
   if (index == starts_[to]) --to;  // behind the last of the block before
-  for (--below; below < to; ++below) {
-    block_t& into = blocks_[below];
-    block_t& from = blocks_[below + 1];
-    into.slots[into.count++] = from.slots[0];
-    std::copy(from.slots.get() + 1, from.slots.get() + from.count, from.slots.get());
-    --from.count;
-    ++starts_[below + 1];
-  }
+  for (--below; below < to; ++below) PutInto(below, starts_[below + 1], TakeFrom(below + 1, starts_[below + 1]));
   return to;
 }
 
+// The block has room.
+void CRecordList::PutInto(std::size_t at, unsigned index, CTableObj* record) noexcept {
+  Share(at, record->GetName());
+  block_t& block = blocks_[at];
+  slot_t* const slot = block.slots.get() + (index - starts_[at]);
+  std::copy_backward(slot, block.slots.get() + block.count, block.slots.get() + block.count + 1);
+  *slot = {BeginningOf(record, block.shared), record};
+  ++block.count;
+  ++count_;
+  ShiftStarts(at + 1, 1);
+  if (slot == block.slots.get()) SetFirst(at);
+}
+
+// The block may be empty afterwards.
+CTableObj* CRecordList::TakeFrom(std::size_t at, unsigned index) noexcept {
+  block_t& block = blocks_[at];
+  slot_t* const slot = block.slots.get() + (index - starts_[at]);
+  CTableObj* const record = slot->record;
+  std::copy(slot + 1, block.slots.get() + block.count, slot);
+  --block.count;
+  --count_;
+  ShiftStarts(at + 1, 0U - 1U);
+  if (index == starts_[at] && block.count != 0) SetFirst(at);
+  return record;
+}
+
 void CRecordList::Insert(unsigned index, CTableObj* record) {
-  std::size_t at;
+  std::size_t at = 0;
   try {
     at = MakePlace(index);
   } catch (const std::bad_alloc&) {
     if (holds_ == 0) throw;
     at = ShiftPlace(index);
   }
-  block_t& block = blocks_[at];
-  CTableObj** const slot = block.slots.get() + (index - starts_[at]);
-  std::copy_backward(slot, block.slots.get() + block.count, block.slots.get() + block.count + 1);
-  *slot = record;
-  ++block.count;
-  ++count_;
-  ShiftStarts(at + 1, 1);
+  PutInto(at, index, record);
 }
 
 CTableObj* CRecordList::Take(unsigned index, bool keepRoom) noexcept {
   const std::size_t at = BlockOf(index);
+  CTableObj* const record = TakeFrom(at, index);
   block_t& block = blocks_[at];
-  CTableObj** const slot = block.slots.get() + (index - starts_[at]);
-  CTableObj* const record = *slot;
-  std::copy(slot + 1, block.slots.get() + block.count, slot);
-  --block.count;
-  --count_;
-  ShiftStarts(at + 1, 0U - 1U);
   if (block.count == 0) {
     if (holds_ != 0) {
       held_.push_back(std::move(block));
@@ -170,10 +285,10 @@ CTableObj* CRecordList::Take(unsigned index, bool keepRoom) noexcept {
 
 unsigned CRecordList::IndexOf(const CTableObj* record) const noexcept {
   for (std::size_t at = 0; at < blocks_.size(); ++at) {
-    CTableObj* const* const begin = blocks_[at].slots.get();
-    CTableObj* const* const end = begin + blocks_[at].count;
-    if (CTableObj* const* const found = std::find(begin, end, record); found != end)
-      return starts_[at] + static_cast<unsigned>(found - begin);
+    const slot_t* const begin = blocks_[at].slots.get();
+    const slot_t* const end = begin + blocks_[at].count;
+    const slot_t* const found = std::find_if(begin, end, [&](const slot_t& slot) { return slot.record == record; });
+    if (found != end) return starts_[at] + static_cast<unsigned>(found - begin);
   }
   return count_;
 }
@@ -181,6 +296,8 @@ unsigned CRecordList::IndexOf(const CTableObj* record) const noexcept {
 void CRecordList::Swap(CRecordList& other) noexcept {
   blocks_.swap(other.blocks_);
   starts_.swap(other.starts_);
+  firsts_.swap(other.firsts_);
+  std::swap(shared_, other.shared_);
   std::swap(count_, other.count_);
 }
 

@@ -25,11 +25,10 @@
 // records whatever their references are.
 //
 // Threads: each table has one lock, that of its records too; it is re-entrant. Any thread may call any operation at any
-// time, but Save, whose callers hold the lock themselves (GetLock), setting the owner, making and destroying. A record
-// that was found stays while the lock is held, or with a reference on it. Locks are taken downwards only (table_obj.h):
-// references and modified marks climb to the owner without one. Who calls an operation keeps the table alive meanwhile;
-// the references that a removed record takes along are given back last, which may destroy an owner that waits for that,
-// and this table with it.
+// time, but setting the owner, making and destroying. A record that was found stays while the lock is held, or with a
+// reference on it. Locks are taken downwards only (table_obj.h): references and modified marks climb to the owner
+// without one. Who calls an operation keeps the table alive meanwhile; the references that a removed record takes along
+// are given back last, which may destroy an owner that waits for that, and this table with it.
 //
 // Hooks (OnRecordInsert and the others) run under the lock and may themselves insert, remove, rename and look up.
 //
@@ -174,7 +173,7 @@ class ZORUTIL_API CTable {
   /// for an unknown type or a corrupt record, -3 at the end of the file. Memory grows with the records that really
   /// arrive, whatever the count says.
   int Load(CFile* file);
-  /// Writes the records for which OnRecordSave is true. The caller holds the lock. 0 when a record fails; the file then
+  /// Writes the records for which OnRecordSave is true. 0 when a record fails; the file then
   /// holds a part. The file has positions, if a record is left out. Afterwards the table is unmodified.
   int Save(CFile* file) const;
   /// Replaces the records by those in the elements of the table's name under `element`, of which there may be none.
@@ -182,7 +181,7 @@ class ZORUTIL_API CTable {
   /// the first ends it: 0, the table is empty, and the document's error slot says why. A type that is not registered or
   /// that the table does not take and a name that is taken are failures.
   int Load(CStructuredDoc* document, void* element, const char16_t* ns);
-  /// Writes the table's element under `element`. The caller holds the lock. 0 when a record or the document fails; then
+  /// Writes the table's element under `element`. 0 when a record or the document fails; then
   /// the document has a part of it.
   int Save(CStructuredDoc* document, void* element, const char16_t* ns) const;
 

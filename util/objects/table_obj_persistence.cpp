@@ -61,9 +61,10 @@ copying_t::~copying_t() { --copies; }
 
 bool CTableObj::IsCopying() noexcept { return copies != 0; }
 
-// The text that a loading object gives itself is its own already, with any NUL inside, and needs no second copy.
+// The name that a loading object gives itself needs no second copy, unless it ends before its end: names hold no NUL.
 CString CTableObj::TextOf(const char16_t* text) {
-  return loadedName != nullptr && loadedName->GetString() == text ? *loadedName : CString(text);
+  const bool isLoaded = loadedName != nullptr && loadedName->GetString() == text;
+  return isLoaded && std::u16string_view(text).size() == loadedName->View().size() ? *loadedName : CString(text);
 }
 
 void CTableObj::SetLoadedName(const CString& name) {

@@ -123,6 +123,7 @@ int CTable::Load(CFile* file) {
 int CTable::Save(CFile* file) const {
   using zorutil::primitives::WriteLittle;
   if (!IsOpen(file)) return 0;
+  const std::lock_guard lock(lock_);
   OnSave();
   zorutil::file_serializer_t out(file);
   WriteLittle(out, kFormat);
@@ -199,6 +200,7 @@ int CTable::Load(CStructuredDoc* document, void* element, const char16_t* ns) {
 
 int CTable::Save(CStructuredDoc* document, void* element, const char16_t* ns) const {
   if (document == nullptr) return 0;
+  const std::lock_guard lock(lock_);
   const CElement table(*document, document->WriteElement(element, ns, GetTableName(), false, u""));
   if (table.Get() == nullptr) return 0;
   OnSave();
