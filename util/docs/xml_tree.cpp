@@ -48,7 +48,8 @@ void* CTree::Allocate(std::size_t size, std::size_t alignment) {
   }
   // What is large gets a block of its own, and the rest of the last one stays in use.
   const std::size_t blockSize = size > kBlock / 4 ? size : kBlock;
-  std::byte* const block = blocks_.emplace_back(new std::byte[blockSize]).get();
+  blocks_.push_back(std::make_unique_for_overwrite<std::byte[]>(blockSize));
+  std::byte* const block = blocks_.back().get();
   if (blockSize != kBlock) return block;
   free_ = block + size;
   freeSize_ = kBlock - size;

@@ -69,6 +69,32 @@
   X(IDS_OBJECT_NOT_SAVED, 578, "ss")                                                                        \
   /* What a text reader or the system says. */                                                              \
   X(IDS_PROJECT_TEXT, 579, "s")                                                                             \
+  /* Patches of trees, and the differences that they come from. */                                          \
+  X(IDS_PATCH_NO_LIST, 580, "")                                                                             \
+  X(IDS_PATCH_NO_OPERATION, 581, "")                                                                        \
+  /* A member of an operation. */                                                                           \
+  X(IDS_PATCH_MEMBER, 582, "s")                                                                             \
+  X(IDS_PATCH_VALUE, 583, "")                                                                               \
+  X(IDS_PATCH_UNKNOWN, 584, "s")                                                                            \
+  X(IDS_PATCH_POINTER, 585, "s")                                                                            \
+  X(IDS_PATCH_NO_OBJECT, 586, "s")                                                                          \
+  /* A setting. */                                                                                          \
+  X(IDS_PATCH_INSIDE, 587, "s")                                                                             \
+  X(IDS_PATCH_TEST, 588, "")                                                                                \
+  X(IDS_PATCH_ROOT, 589, "")                                                                                \
+  X(IDS_PATCH_INTO_ITSELF, 590, "")                                                                         \
+  /* A setting. */                                                                                          \
+  X(IDS_PATCH_FIXED, 591, "s")                                                                              \
+  /* The limit. */                                                                                          \
+  X(IDS_PATCH_COPIES, 592, "d")                                                                             \
+  X(IDS_PATCH_DEPTH, 593, "")                                                                               \
+  /* Before the error of an operation: its number, its path, the error. */                                  \
+  X(IDS_PATCH_OPERATION_AT, 594, "dss")                                                                     \
+  X(IDS_PATCH_OPERATION, 595, "ds")                                                                         \
+  /* What an exception says. */                                                                             \
+  X(IDS_PATCH_THREW, 596, "s")                                                                              \
+  /* A path. */                                                                                             \
+  X(IDS_DIFF_NO_POINTER, 597, "s")                                                                          \
   /* Documents. Those up to 610 begin with file, line and column. Any other fault: what the parser says. */ \
   X(IDS_XML_FAULT, 600, "sdds")                                                                             \
   /* The element that is open, its line, the name that closes it. */                                        \

@@ -215,7 +215,9 @@ class CDescribedObj::CDocumentReader {
     if (!IsFirst(slot)) return Tell(child, i18n::MakeLocalizedMessage(i18n::IDS_SETTING_TWICE, {CVariant(name_)}));
     if (slot == kName) return CheckName(child);
     if (slot == kDescriptionSlot) {
-      if (!GetText(child)) return Tell(child, i18n::MakeLocalizedMessage(i18n::IDS_SETTING_TYPE, {CVariant(name_)}));
+      if (!GetText(child) || text_.Find(u'\0') >= 0) {
+        return Tell(child, i18n::MakeLocalizedMessage(i18n::IDS_SETTING_TYPE, {CVariant(name_)}));
+      }
       object_.SetDescription(text_.GetString());
       return true;
     }
@@ -320,7 +322,11 @@ class CFieldChanges {
   ~CFieldChanges() {
     while (made_ > 0) {
       change_t& change = changes_[--made_];
-      change.field->set(object_, change.earlier);
+      try {
+        change.field->set(object_, change.earlier);
+      } catch (...) {
+        // A setter that does not even take back what it gave; the exception under way says more.
+      }
     }
   }
 

@@ -80,8 +80,8 @@ class ZORUTIL_API CDescribedObj : public CTableObj {
 inline const CDescribedObj* AsDescribed(const CTableObj* object) { return dynamic_cast<const CDescribedObj*>(object); }
 inline CDescribedObj* AsDescribed(CTableObj* object) { return dynamic_cast<CDescribedObj*>(object); }
 
-/// Sets one field: converts the value (FieldFromVariant), marks the object as modified when it takes it. Anything else
-/// leaves the object as it was.
+/// Sets one field, under the object's lock (the caller's to take): converts the value (FieldFromVariant), marks the
+/// object as modified when it takes it. Anything else leaves the object as it was.
 ZORUTIL_API field_result_t SetField(CDescribedObj& object, const field_t& field, const CVariant& value);
 ZORUTIL_API CVariant GetField(const CTableObj& object, const field_t& field);
 

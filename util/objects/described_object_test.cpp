@@ -186,14 +186,12 @@ TEST_F(DescribedObject, TablesTakeNoOtherTypes) {
   CDevice device;
   EXPECT_TRUE(plant.CanAddObject(&tag));
   EXPECT_FALSE(plant.CanAddObject(&device));
-  EXPECT_FALSE(plant.CanAddObject(nullptr));
   EXPECT_FALSE(plant.AddObject(&device));
   EXPECT_EQ(plant.channels.Insert(&tag), CTable::invalid_index);
   EXPECT_TRUE(plant.GenerateName(&tag));
   EXPECT_EQ(tag.GetName(), u"Tag");
   ASSERT_TRUE(plant.AddObject(&tag));
   EXPECT_EQ(tag.GetTable(), &plant.tags);
-  EXPECT_EQ(plant.tags.GetTableName(), u"Tags");
   plant.tags.Remove(&tag);
 }
 
@@ -248,32 +246,24 @@ TEST_F(DescribedObject, TextsOfFieldsAreExactAndStrict) {
 }
 
 TEST_F(DescribedObject, DescriptionsThatCannotWorkAreNotRegistered) {
-  using zorutil::Field;
-  const field_t good = Field<&CTag::scanRate>(IdOf(900), u"Good");
-  const auto with = [&](field_t field, auto change) {
-    change(field);
-    return std::vector<field_t>{good, field};
-  };
-  const std::vector<field_t> fieldLists[] = {
-      with(good, [](field_t& f) { f.id += 1; }),                             // the name twice
-      with(good, [](field_t& f) { f.name = u"Other"; }),                     // the id twice
-      with(good, [](field_t& f) { f.name = u"Scan Rate", ++f.id; }),         // no element's name
-      with(good, [](field_t& f) { f.name = u"Name", ++f.id; }),              // taken
-      with(good, [](field_t& f) { f.name = u"New", ++f.id, f.since = 3; }),  // newer than the type
-      with(good, [](field_t& f) { f.name = u"None", f.id = 256; }),          // of no namespace
-  };
   const auto factory = &zorutil::CreateDescribed<CTag>;
-  for (const auto& fields : fieldLists) {
-    EXPECT_THROW(RegisterType(type_description_t{950, 0, 2, u"Bad", factory, fields}), CInvalidArgException)
-        << CString(fields[1].name);
+  const field_t good = zorutil::Field<&CTag::scanRate>(IdOf(900), u"Good");
+  const std::tuple<int, const char16_t*, std::uint16_t> others[] = {
+      // id, name, since
+      {IdOf(901), u"Good", 0}, {IdOf(900), u"Twice", 0}, {IdOf(901), u"Scan Rate", 0},
+      {IdOf(901), u"Name", 0}, {IdOf(901), u"New", 3},   {256, u"NoNamespace", 0}};
+  for (const auto& [id, name, since] : others) {
+    field_t fields[] = {good, good};
+    fields[1].id = id, fields[1].name = name, fields[1].since = since;
+    EXPECT_THROW(zorutil::RegisterType({950, 0, 2, u"Bad", factory, fields}), CInvalidArgException) << CString(name);
   }
   for (const type_description_t& bad :
        {type_description_t{950, -1, 2, u"Bad", factory}, type_description_t{950, 0, 128, u"Bad", factory},
         type_description_t{950, 0, 2, u"", factory}, type_description_t{950, 0, 2, u"Bad", nullptr}}) {
-    EXPECT_THROW(RegisterType(bad), CInvalidArgException);
+    EXPECT_THROW(zorutil::RegisterType(bad), CInvalidArgException);
   }
   // What is taken in one of the two registries leaves nothing in the other.
-  EXPECT_THROW(RegisterType(type_description_t{950, 0, 2, u"tag", factory}), zorplatform::CException);
+  EXPECT_THROW(zorutil::RegisterType({950, 0, 2, u"tag", factory}), zorplatform::CException);
   EXPECT_THROW(CTableObj::CreateObject(950, 0), zorplatform::CException);
 }
 

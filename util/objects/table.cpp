@@ -27,7 +27,6 @@ CTable& CTable::operator=(const CTable& other) {
   if (this == &other) return *this;
   auto copies = other.CopyRecords();
   const lock_guard_t lock(lock_);
-  Reset();
   TakeCopies(std::move(copies));
   SetModified(true);
   return *this;
@@ -313,12 +312,13 @@ std::vector<CTable::record_ptr> CTable::CopyRecords() const {
   return copies;
 }
 
-// The copies are in the order of the other table, which keeps this one's.
+// Instead of the present records. The copies are in the order of the other table, which keeps this one's.
 void CTable::TakeCopies(std::vector<record_ptr> copies) {
-  for (record_ptr& copy : copies) {
-    PutAt(records_.GetCount(), copy.get());
-    copy.release()->SetTable(this);
-  }
+  zorutil::CRecordList records(records_.GetIncrement());
+  for (const record_ptr& copy : copies) records.Insert(records.GetCount(), copy.get());
+  Reset();
+  records_.Swap(records);
+  for (record_ptr& copy : copies) copy.release()->SetTable(this);
 }
 
 // ---- references

@@ -55,6 +55,9 @@ class CTableObj;
 namespace i18n {
 class ILocalizedMessage;
 }
+namespace zorutil {
+class CTableChanges;
+}
 
 class ZORUTIL_API CTable {
  public:
@@ -192,6 +195,7 @@ class ZORUTIL_API CTable {
  private:
   friend class CTableObj;
   friend class CUnorderedTable;
+  friend class zorutil::CTableChanges;
   // Follows a record through the hooks that are called about it.
   class CWatch;
   class CGeneratedNames;

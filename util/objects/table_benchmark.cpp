@@ -36,7 +36,7 @@ class CTimer {
 
 enum class order_t { NAMES, NUMBERS, RANDOM, FALLING, ONE_NAME };
 
-std::vector<CString> Names(std::size_t count, order_t order) {
+std::vector<CString> MakeNames(std::size_t count, order_t order) {
   std::vector<CString> names;
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t number = i + 1;
@@ -53,6 +53,13 @@ std::vector<CString> Names(std::size_t count, order_t order) {
   return names;
 }
 
+// The names with their case changed, in another order.
+void MakeQuestions(std::vector<CString>& names) {
+  for (CString& name : names) name.MakeUpper();
+  std::mt19937 random(2);
+  std::shuffle(names.begin(), names.end(), random);
+}
+
 std::vector<CLeaf*> Leaves(const std::vector<CString>& names) {
   std::vector<CLeaf*> leaves;
   for (const CString& name : names) leaves.push_back(new CLeaf(name));
@@ -66,7 +73,7 @@ void EachRecord(benchmark::State& state, std::size_t count, Pass pass) {
 }
 
 void FillOurs(benchmark::State& state, std::size_t count, order_t order) {
-  const auto names = Names(count, order);
+  const auto names = MakeNames(count, order);
   CTable table(0, true, 16);
   EachRecord(state, count, [&] {
     const auto leaves = Leaves(names);
@@ -112,7 +119,7 @@ struct icu_less_t {
 };
 
 void FillFlatSet(benchmark::State& state, std::size_t count, order_t order) {
-  const auto leaves = Leaves(Names(count, order));
+  const auto leaves = Leaves(MakeNames(count, order));
   const CCollator collator;
   EachRecord(state, count, [&] {
     boost::container::flat_set<CLeaf*, icu_less_t> set(icu_less_t{collator.Get()});
@@ -127,13 +134,13 @@ void FillFlatSet(benchmark::State& state, std::size_t count, order_t order) {
 #endif
 
 void FindBySortKey(benchmark::State& state, std::size_t count) {
-  auto names = Names(count, order_t::RANDOM);
+  auto names = MakeNames(count, order_t::RANDOM);
   const auto leaves = Leaves(names);
   const CCollator collator;
   std::vector<std::pair<std::string, CLeaf*>> sorted;
   for (CLeaf* leaf : leaves) sorted.emplace_back(collator.Key(leaf->GetName()), leaf);
   std::sort(sorted.begin(), sorted.end());
-  for (CString& name : names) name.MakeUpper();
+  MakeQuestions(names);
   std::size_t i = 0;
   for (auto _ : state) {
     const std::string key = collator.Key(names[i]);
@@ -148,10 +155,10 @@ void FindBySortKey(benchmark::State& state, std::size_t count) {
 #endif
 
 void FindOurs(benchmark::State& state, std::size_t count) {
-  auto names = Names(count, order_t::RANDOM);
+  auto names = MakeNames(count, order_t::RANDOM);
   CTable table(0, true, 16);
   for (CLeaf* leaf : Leaves(names)) table.Insert(leaf);
-  for (CString& name : names) name.MakeUpper();
+  MakeQuestions(names);
   std::size_t i = 0;
   for (auto _ : state) {
     CTableObj* found = table.FindRecord(names[i]);
@@ -175,12 +182,12 @@ void GenerateNames(benchmark::State& state, std::size_t count) {
 }
 
 // Time for the whole table.
-void Load(benchmark::State& state, std::size_t count, order_t order) {
+void LoadTable(benchmark::State& state, std::size_t count, order_t order) {
   RegisterTypes();
   CMemFile file;
   {
     CUnorderedTable source(0, true, 16);
-    for (CLeaf* leaf : Leaves(Names(count, order))) source.Insert(leaf);
+    for (CLeaf* leaf : Leaves(MakeNames(count, order))) source.Insert(leaf);
     source.Save(&file);
   }
   CTable table(0, true, 16);
@@ -193,9 +200,9 @@ void Load(benchmark::State& state, std::size_t count, order_t order) {
   }
 }
 
-void Save(benchmark::State& state, std::size_t count) {
+void SaveTable(benchmark::State& state, std::size_t count) {
   CTable table(0, true, 16);
-  for (CLeaf* leaf : Leaves(Names(count, order_t::NAMES))) table.Insert(leaf);
+  for (CLeaf* leaf : Leaves(MakeNames(count, order_t::NAMES))) table.Insert(leaf);
   for (auto _ : state) {
     CMemFile file;
     const CTimer timer;
@@ -205,39 +212,46 @@ void Save(benchmark::State& state, std::size_t count) {
 }
 
 template <class Run, class... Args>
-auto* Add(const std::string& name, Run run, Args... args) {
+auto* AddRow(const std::string& name, Run run, Args... args) {
   return benchmark::RegisterBenchmark(name.c_str(), run, args...);
 }
 
 [[maybe_unused]] const bool registered = [] {
   constexpr std::size_t kMany = 100'000;
   constexpr std::size_t kMillion = 1'000'000;
-  Add("insert a record in name order/ours", FillOurs, kMany, order_t::NAMES)->UseManualTime()->Iterations(20);
-  Add("insert a record at random, 100000/ours", FillOurs, kMany, order_t::RANDOM)->UseManualTime()->Iterations(5);
-  Add("insert a record at random, 1000000/ours", FillOurs, kMillion, order_t::RANDOM)->UseManualTime()->Iterations(1);
-  Add("find a record of 100000, case changed/ours", FindOurs, kMany);
+  AddRow("insert a record in name order/ours", FillOurs, kMany, order_t::NAMES)->UseManualTime()->Iterations(20);
+  AddRow("insert a record at random, 100000/ours", FillOurs, kMany, order_t::RANDOM)->UseManualTime()->Iterations(5);
+  AddRow("insert a record at random, 1000000/ours", FillOurs, kMillion, order_t::RANDOM)
+      ->UseManualTime()
+      ->Iterations(1);
+  AddRow("find a record of 100000, case changed/ours", FindOurs, kMany);
 #if ZORUTIL_BENCH_ICU
 #if ZORUTIL_BENCH_BOOST
-  Add("insert a record in name order/flat_set", FillFlatSet, kMany, order_t::NAMES)->UseManualTime()->Iterations(5);
-  Add("insert a record at random, 100000/flat_set", FillFlatSet, kMany, order_t::RANDOM)
+  AddRow("insert a record in name order/flat_set", FillFlatSet, kMany, order_t::NAMES)->UseManualTime()->Iterations(5);
+  AddRow("insert a record at random, 100000/flat_set", FillFlatSet, kMany, order_t::RANDOM)
       ->UseManualTime()
       ->Iterations(2);
 #endif
-  Add("find a record of 100000, case changed/sort keys", FindBySortKey, kMany);
+  AddRow("find a record of 100000, case changed/sort keys", FindBySortKey, kMany);
 #endif
   for (const std::size_t count : {std::size_t{10'000}, kMany})
-    Add("generate a name of " + std::to_string(count) + "/ours", GenerateNames, count)->UseManualTime()->Iterations(5);
+    AddRow("generate a name of " + std::to_string(count) + "/ours", GenerateNames, count)
+        ->UseManualTime()
+        ->Iterations(5);
   const std::pair<order_t, const char*> orders[] = {{order_t::NAMES, "name order"},
                                                     {order_t::NUMBERS, "order of numbers"},
                                                     {order_t::RANDOM, "random order"},
                                                     {order_t::FALLING, "falling order"},
                                                     {order_t::ONE_NAME, "all of one name"}};
   for (const auto& [order, text] : orders)
-    Add(std::string("load 1000000 records, ") + text + "/ours", Load, kMillion, order)
+    AddRow(std::string("load 1000000 records, ") + text + "/ours", LoadTable, kMillion, order)
         ->UseManualTime()
         ->Iterations(1)
         ->Unit(benchmark::kMillisecond);
-  Add("save 1000000 records/ours", Save, kMillion)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond);
+  AddRow("save 1000000 records/ours", SaveTable, kMillion)
+      ->UseManualTime()
+      ->Iterations(1)
+      ->Unit(benchmark::kMillisecond);
   return true;
 }();
 

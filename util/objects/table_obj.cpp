@@ -125,8 +125,9 @@ bool CTableObj::SetName(const char16_t* name) {
     const table_pin_t pin(*this);
     CTable* const table = pin.GetTable();
     if (table == nullptr) {
-      if (CopyName() == newName) return true;
-      SwapName(newName);
+      const std::lock_guard guard(NameLock(this));
+      if (name_ == newName) return true;
+      name_.Swap(newName);
     } else {
       const std::lock_guard guard(*table->GetLock());
       if (name_ == newName) return true;

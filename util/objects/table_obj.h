@@ -50,6 +50,7 @@ class CTable;
 namespace zorutil {
 
 class object_lock_t;
+class CTableChanges;
 
 /// The properties that every object has, of namespace 1.
 enum object_property_t : int {
@@ -330,6 +331,7 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
   friend class CTable;
   friend class zorutil::ref_counted_obj_ptr;
   friend class zorutil::object_lock_t;
+  friend class zorutil::CTableChanges;
 
   enum flags_t : unsigned {
     kNotTracking = 0x01,

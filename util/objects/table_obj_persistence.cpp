@@ -9,6 +9,7 @@
 #include "util/i18n/localized_message.h"
 #include "util/i18n/message_ids.h"
 #include "util/objects/copying_internal.h"
+#include "util/objects/load_errors.h"
 #include "util/objects/record_head_internal.h"
 #include "util/objects/table_obj_internal.h"
 #include "util/objects/type_registry.h"
@@ -163,7 +164,11 @@ int CTableObj::Load(CFile* file, bool single) {
     if ((versionWord_ & kDescriptionFollows) != 0) zorutil::Deserialize(description, in);
     versionWord_ &= kVersionMask;
     SetDescriptionText(description);
-    if (versionWord_ <= load.GetClassVersion()) result = OnLoad(file);
+    if (versionWord_ <= load.GetClassVersion()) {
+      result = OnLoad(file);
+    } else if (zorutil::ILoadErrors* const errors = zorutil::ILoadErrors::GetCurrent()) {
+      errors->Add(nullptr, i18n::MakeLocalizedMessage(i18n::IDS_PROJECT_NEWER));
+    }
   }
   if (result != 0) SetModified(false);
   return result;

@@ -4,9 +4,17 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <span>
+#include <sstream>
+#include <string>
+#include <vector>
 
 #include "platform/framework/file.h"
+#include "platform/framework/mem_file.h"
+#include "platform/zorplatform/exception.h"
 #include "util/docs/structured_doc.h"
+#include "util/objects/load_errors.h"
 #include "util/objects/table.h"
 #include "util/objects/table_obj.h"
 #include "util/objects/type_registry.h"
@@ -110,5 +118,53 @@ inline void RegisterTypes() {
   }();
   static_cast<void>(isDone);
 }
+
+/// "tag2 Tag1": objects of these names, one after the other; how many came in.
+inline int Add(CTable& table, const std::string& names) {
+  std::istringstream words(names);
+  int taken = 0;
+  for (std::string word; words >> word;) {
+    auto* const leaf = new CLeaf(CString(word));
+    const bool isTaken = table.Insert(leaf) != CTable::invalid_index;
+    if (!isTaken) delete leaf;
+    taken += isTaken ? 1 : 0;
+  }
+  return taken;
+}
+
+/// The names in the order of the records.
+inline std::string Names(const CTable& table) {
+  std::string names;
+  for (unsigned i = 0; i < table.GetCount(); ++i) names += (i == 0 ? "" : " ") + table.GetRecord(i)->GetName().ToUtf8();
+  return names;
+}
+
+using bytes_t = std::vector<std::byte>;
+
+/// Nothing when it fails.
+inline bytes_t Saved(const CTable& table) {
+  CMemFile file;
+  if (table.Save(&file) == 0) return {};
+  return {file.GetContent().begin(), file.GetContent().end()};
+}
+
+/// 0 for a failure of any kind.
+inline int Load(CTable& table, std::span<const std::byte> bytes) {
+  CMemFile file(bytes);
+  try {
+    return table.Load(&file);
+  } catch (const zorplatform::CException&) {
+    return 0;
+  }
+}
+
+/// What a load tells about, by number.
+struct errors_t : zorutil::ILoadErrors {
+  void Add(void*, std::unique_ptr<i18n::ILocalizedMessage> message) override { ids.push_back(message->GetMessageId()); }
+  void EnterObject(const CString&) override {}
+  void LeaveObject() noexcept override {}
+  void OnFailedObject(const CString&) noexcept override {}
+  std::vector<unsigned> ids;
+};
 
 }  // namespace table_testing

@@ -1,17 +1,19 @@
-// For tests of trees: parts, boxes that hold parts and boxes, and how many of them there are.
+// For tests of trees: parts, boxes that hold parts and boxes, how many of them there are, and a small plant of them.
 //
-//   tree_testing::types_t types;                                       // registered as long as it lives
-//   auto root = tree_testing::MakeBox(u"root");
-//   root->Add(tree_testing::MakePart(u"a", 5));
+//   tree_testing::plant_t plant;
+//   plant.boxB->Add(tree_testing::MakePart(u"a", 5));
 #pragma once
 
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <new>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "platform/framework/file.h"
+#include "platform/zorplatform/exception.h"
 #include "util/docs/structured_doc.h"
 #include "util/objects/object_search.h"
 #include "util/objects/table.h"
@@ -167,5 +169,66 @@ struct types_t {
   static CTableObj* NewPart() { return new CPart; }
   static CTableObj* NewBox() { return new CBox; }
 };
+
+/// root: parts "b", "c"; boxes "b" with a part "x", "inner" with a box "root" with a part "c".
+struct plant_t {
+  plant_t() {
+    partB = root->Add(MakePart(u"b", 1));
+    partC = root->Add(MakePart(u"c", 2));
+    boxB = root->Add(MakeBox(u"b"));
+    partX = boxB->Add(MakePart(u"x", 3));
+    deep = root->Add(MakeBox(u"inner"))->Add(MakeBox(u"root"))->Add(MakePart(u"c", 4));
+  }
+  types_t types;
+  owned_t<CBox> root = MakeBox(u"root");
+  CPart *partB, *partC, *partX, *deep;
+  CBox* boxB;
+};
+
+/// References on an object, its table and what holds that.
+inline int SumOfCounts(const CTableObj& object) {
+  const CTable* const table = object.GetTable();
+  return object.GetRefCount() + (table == nullptr ? 0 : table->GetRefCount() + SumOfCounts(*table->GetOwner()));
+}
+
+/// The code of the CException that a call ends with; 0 without.
+template <class Call>
+int ErrorOf(Call call) {
+  try {
+    call();
+  } catch (const zorplatform::CException& error) {
+    return error.GetCode();
+  }
+  return 0;
+}
+
+/// Fails each allocation of `call` in turn, until it gets through; `check` after each failure.
+inline void FailEachAllocation(int& allocationsLeft, const std::function<void()>& call,
+                               const std::function<void()>& check) {
+  for (int left = 0;; ++left) {
+    allocationsLeft = left;
+    try {
+      call();
+      allocationsLeft = -1;
+      return;
+    } catch (const std::bad_alloc&) {
+      allocationsLeft = -1;
+    }
+    check();
+  }
+}
+
+/// `work` runs again and again on two threads while `call` runs `rounds` times on this one, and on until they worked.
+inline void Together(int rounds, const std::function<void(unsigned)>& work, const std::function<void(unsigned)>& call) {
+  std::atomic<bool> isDone{false};
+  std::atomic<unsigned> worked{0};
+  const auto run = [&] {
+    for (unsigned i = 0; !isDone; ++i, ++worked) work(i);
+  };
+  std::thread threads[] = {std::thread(run), std::thread(run)};
+  for (int i = 0; i < rounds || worked < 100; ++i) call(static_cast<unsigned>(i));
+  isDone = true;
+  for (std::thread& thread : threads) thread.join();
+}
 
 }  // namespace tree_testing

@@ -17,11 +17,11 @@ namespace {
 
 bool IsSame(const char16_t* name, std::u16string_view sought) { return std::u16string_view(name) == sought; }
 
-// A name of XML without colon, in the part of Unicode that nobody argues about.
+// A name of XML without colon, in the part of Unicode that nobody argues about: the Latin letters.
 bool IsElementName(std::u16string_view name) {
   const auto isStart = [](char16_t unit) {
     return (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z') || unit == u'_' ||
-           (unit >= 0xC0 && unit <= 0x1FFF && unit != 0xD7 && unit != 0xF7 && unit != 0x37E);
+           (unit >= 0xC0 && unit <= 0x24F && unit != 0xD7 && unit != 0xF7);
   };
   const auto isPart = [&](char16_t unit) {
     return isStart(unit) || (unit >= u'0' && unit <= u'9') || unit == u'-' || unit == u'.';

@@ -315,7 +315,7 @@ class CReader {
 
   void ReadDescription(CDescribedObj& object, const member_t& member) {
     const scalar_t* const text = AsScalar(member.value);
-    if (text == nullptr || !text->IsString()) {
+    if (text == nullptr || !text->IsString() || text->value.GetStringView().find(u'\0') != std::u16string_view::npos) {
       return Tell(member.line, Message(i18n::IDS_SETTING_TYPE, {CVariant(kDescription)}));
     }
     object.SetDescription(CString(text->value.GetStringView()).GetString());

@@ -5,8 +5,14 @@
 //   zorutil::owned_obj_ptr plant = plant_testing::MakePlant(2, 3, 10);    // 2 channels of 3 devices of 10 tags
 #pragma once
 
+#include <cmath>
 #include <cstdint>
+#include <iterator>
+#include <limits>
+#include <stdexcept>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "platform/framework/cstring.h"
 #include "util/objects/described_object.h"
@@ -216,6 +222,47 @@ inline zorutil::owned_obj_ptr MakePlant(unsigned channels, unsigned devices, uns
       for (unsigned t = 0; t < tags; ++t) FillTag(Add<CTag>(device.tags, NumberedName("Tag", t)), number++);
     }
   }
+  return owner;
+}
+
+/// A plant with everything that a form could lose: odd texts, reals and variants.
+inline zorutil::owned_obj_ptr MakeOddPlant() {
+  zorutil::owned_obj_ptr owner = MakePlant(2, 2, 3);
+  auto& plant = static_cast<CPlant&>(*owner);
+  plant.SetName(u"<Werk> & \\ 'Süd' / ~1");
+  plant.SetDescription(u"  two\r\nlines\t ");
+  using namespace std::string_view_literals;
+  plant.title = u"NUL \0, bell \a, half \xD83D"sv;
+  const CVariant values[] = {CVariant(),
+                             CVariant::Null(),
+                             CVariant(u""),
+                             CVariant(u"I2:5"),
+                             CVariant::FromBool(true),
+                             CVariant::FromInt8(-8),
+                             CVariant::FromInt32(5),
+                             CVariant::FromInt64(5),
+                             CVariant::FromUInt64(~std::uint64_t{0}),
+                             CVariant::FromFloat(0.1F),
+                             CVariant::FromDouble(1.0),
+                             CVariant::FromDouble(NAN),
+                             CVariant::FromDate(45000.25),
+                             CVariant::FromArray(std::vector<double>{0.1, -0.0}),
+                             CVariant::FromArray(std::vector<std::int16_t>{1, 2, 3})};
+  const double reals[] = {0.1 + 0.2, -0.0, NAN, INFINITY, -INFINITY, 5e-324, 1e38, 1e16};
+  unsigned number = 0;
+  for (const CVariant& value : values) {
+    CTag& tag = Add<CTag>(plant.tags, NumberedName("Tag é", number, 3));
+    tag.initialValue = value;
+    tag.rawLow = reals[number % std::size(reals)];
+    tag.deadband = static_cast<float>(reals[(number + 3) % std::size(reals)]);
+    tag.address = CString(std::u16string(number * 300, u'ä'));
+    if (number % 2 == 0) tag.SetDescription(u"\xD800");
+    ++number;
+  }
+  auto& device = static_cast<CDevice&>(*plant.channels.GetRecord(0)->GetChildTable(0)->GetRecord(0));
+  device.password = u"$zpw$of a key that nobody has";
+  device.offset = std::numeric_limits<std::int64_t>::min();
+  Add<CDevice>(Add<CDevice>(device.devices, u"behind").devices, u"further behind").SetName(u"ﬀ ß");
   return owner;
 }
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -57,7 +58,9 @@ owned_obj_ptr LoadBinary(CFile& file, load_report_t& report) {
   }
   owned_obj_ptr root(CTableObj::CreateObject(&file));
   if (root == nullptr || root->Load(&file, false) == 0) {
-    if (!report.HasErrors()) fail(i18n::IDS_PROJECT_NEWER);
+    if (!report.HasErrors()) {
+      report.AddAt(0, 0, Message(i18n::IDS_OBJECT_NOT_READ, {CVariant(CTableObj::GetObjectName(root.get()))}));
+    }
     if (root != nullptr) report.OnFailedObject(root->GetName());
     report.EndFailedObject();
     return nullptr;
@@ -118,7 +121,7 @@ owned_obj_ptr LoadXml(CFile& file, load_report_t& report) {
     return nullptr;
   }
   owned_obj_ptr root(CTableObj::CreateObject(fullType));
-  if (root->Load(&document, element, nullptr, false) == 0) {
+  if (root == nullptr || root->Load(&document, element, nullptr, false) == 0) {
     if (!report.HasErrors() || document.GetLastErrorText() != CString()) {
       report.Add(element, ErrorOf(document, i18n::IDS_PROJECT_FORM));
     }
@@ -135,6 +138,7 @@ std::string ReadAll(CFile& file) {
     const unsigned got = file.Read(text.data() + size, static_cast<unsigned>(room));
     text.resize(size + got);
     if (got < room) return text;
+    if (text.size() > INT32_MAX) throw std::length_error("a text of more than 2 GB");
     room = std::min<std::size_t>(room, std::size_t{1} << 28);
   }
 }
@@ -203,8 +207,10 @@ owned_obj_ptr Load(CFile& file, load_report_t& report, const load_options_t& opt
 
 // --- saving --------------------------------------------------------------------------------------------------------
 
-[[noreturn]] void ThrowNotSaved(load_report_t& report, std::unique_ptr<i18n::ILocalizedMessage> message) {
-  const CString path = report.EndFailedObject();
+[[noreturn]] void ThrowNotSaved(const CTableObj& root, load_report_t& report,
+                                std::unique_ptr<i18n::ILocalizedMessage> message) {
+  CString path = report.EndFailedObject();
+  if (path.IsEmpty()) path = root.GetName();
   const CString text = message == nullptr ? CString() : message->GetMessageText(0);
   throw i18n::message_exception_t(Message(i18n::IDS_OBJECT_NOT_SAVED, {CVariant(path), CVariant(text)}), path, u"", 0,
                                   i18n::IDS_OBJECT_NOT_SAVED);
@@ -220,7 +226,7 @@ void WriteBinary(const CTableObj& root, CFile& file) {
   load_report_t report;
   const CLoadErrorScope scope(&report);
   file.Write(kHead.data(), kHead.size());
-  if (root.Save(&file, false) == 0) ThrowNotSaved(report, FirstError(report));
+  if (root.Save(&file, false) == 0) ThrowNotSaved(root, report, FirstError(report));
   file.Write(kEnd.data(), kEnd.size());
 }
 
@@ -230,14 +236,17 @@ void WriteXml(const CTableObj& root, CFile& file) {
   CXmlDocument document;
   if (root.Save(&document, nullptr, nullptr, false) == 0) {
     auto message = document.RemoveLastError();
-    ThrowNotSaved(report, message != nullptr ? std::move(message) : FirstError(report));
+    ThrowNotSaved(root, report, message != nullptr ? std::move(message) : FirstError(report));
   }
   document.SaveTo(file);
 }
 
 void WriteJson(const CTableObj& root, CFile& file) {
   json::object_t top;
-  top.members.emplace_back(root.GetName(), ObjectToJson(root), 0);
+  {
+    const object_lock_t lock(root);
+    top.members.emplace_back(root.GetName(), ObjectToJson(root), 0);
+  }
   const std::string text = json::WriteText(top) + "\n";
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t size = std::min<std::size_t>(text.size() - at, std::size_t{1} << 30);
@@ -318,10 +327,15 @@ owned_obj_ptr LoadProject(std::span<const std::byte> content, load_report_t& rep
 }
 
 void WriteProject(const CTableObj& root, CFile& file, form_t form) {
-  switch (form) {
-    case form_t::BINARY: return WriteBinary(root, file);
-    case form_t::XML: return WriteXml(root, file);
-    case form_t::JSON: return WriteJson(root, file);
+  try {
+    switch (form) {
+      case form_t::BINARY: return WriteBinary(root, file);
+      case form_t::XML: return WriteXml(root, file);
+      case form_t::JSON: return WriteJson(root, file);
+    }
+  } catch (const CException& error) {  // nested too deep, or a value that has no record
+    load_report_t nowhere;
+    ThrowNotSaved(root, nowhere, Message(i18n::IDS_PROJECT_TEXT, {CVariant(error.what())}));
   }
 }
 

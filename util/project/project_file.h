@@ -22,9 +22,9 @@
 // Saving takes the locks of the tables on its way down, one branch at a time, so that other threads may change the tree
 // meanwhile by the rules of CTable. The file is replaced whole (replace_file.h): whatever fails, the old one stands.
 //
-// std::bad_alloc passes through everywhere: the tree that was being made is freed, the tree that was being saved is as
-// it was. Functions without state; different trees may be loaded and saved on different threads, but for the rule that
-// CTableObj has about its serialization scopes.
+// std::bad_alloc passes through everywhere, and so does what factories, setters and hooks throw of their own: the tree
+// that was being made is freed, the tree that was being saved is as it was. Functions without state; different trees
+// may be loaded and saved on different threads, but for the rule that CTableObj has about its serialization scopes.
 #pragma once
 
 #include <cstddef>
@@ -55,7 +55,7 @@ ZORUTIL_API std::optional<form_t> FormOf(std::span<const std::byte> content) noe
 struct load_options_t {
   /// Told from the content when it is not given.
   std::optional<form_t> form = std::nullopt;
-  /// Gives the tree in spite of errors, without what was wrong, when at least the root could be made.
+  /// Of XML and JSON: gives the tree in spite of errors, without what was wrong, when at least the root could be made.
   bool isLenient = false;
 };
 
@@ -66,9 +66,9 @@ ZORUTIL_API owned_obj_ptr LoadProject(std::span<const std::byte> content, load_r
                                       const load_options_t& options = {});
 
 /// Without error, the file holds the project and neither the root nor anything below it is marked as modified. Errors:
-/// an object that is not described, for XML and JSON; one whose OnSave fails; a text that the form cannot hold; two
-/// children of one name. i18n::message_exception_t that says where. CFileException when the file cannot be written.
-/// After any exception the root is marked as modified if it was before; marks below it may be gone.
+/// an object that is not described, for XML and JSON; one whose OnSave fails; a text that the form cannot hold; a
+/// tree of more than 128 levels (JSON: 64). i18n::message_exception_t that says where. CFileException when the file
+/// cannot be written. After any exception the root is marked as modified if it was before; marks below it may be gone.
 ZORUTIL_API void SaveProject(const CTableObj& root, const CString& path, form_t form);
 /// The same content into an open file at its position, or as bytes. Binary and XML take the marks away, as
 /// CTableObj::Save does, JSON leaves them.

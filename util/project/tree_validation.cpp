@@ -78,6 +78,7 @@ class CValidation {
 
 std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures,
                                            properties::CDefinitionStore* definitions) {
+  const object_lock_t lock(root);
   CValidation validation(maxFailures, definitions);
   validation.CheckAll(root);
   return validation.Take();
@@ -85,6 +86,7 @@ std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t ma
 
 std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures,
                                              properties::CDefinitionStore* definitions) {
+  const object_lock_t lock(object);
   CValidation validation(maxFailures, definitions);
   validation.Check(object);
   return validation.Take();
