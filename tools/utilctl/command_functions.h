@@ -19,6 +19,8 @@ exit_t PatchJson(CCall& call);
 exit_t CheckProject(CCall& call);
 exit_t ShowProject(CCall& call);
 exit_t ConvertProject(CCall& call);
+exit_t DiffProjects(CCall& call);
+exit_t PatchProject(CCall& call);
 exit_t FindInProject(CCall& call);
 
 exit_t ConvertValue(CCall& call);

@@ -212,9 +212,10 @@ std::string MakeZshCompletion() {
 }
 
 std::string MakeManualPage() {
-  std::string text = ".TH UTILCTL 1 \"\" \"utilctl " UTILCTL_VERSION
-                     "\" \"User Commands\"\n.SH NAME\nutilctl \\- definitions of properties, JSON, values and "
-                     "messages\n.SH SYNOPSIS\n";
+  std::string text =
+      ".TH UTILCTL 1 \"\" \"utilctl " UTILCTL_VERSION
+      "\" \"User Commands\"\n.SH NAME\nutilctl \\- definitions of properties, projects, JSON, values and "
+      "messages\n.SH SYNOPSIS\n";
   for (const group_t& group : GetGroups()) {
     text += ".B utilctl " + Roff(group.name) + "\n.I command\n[\\fIoption\\fR ...]\n.br\n";
   }

@@ -1,6 +1,8 @@
 #include "tools/utilctl/tree_view.h"
 
+#include "tools/utilctl/source_values.h"
 #include "util/objects/table.h"
+#include "util/properties/property_types.h"
 
 namespace utilctl {
 
@@ -25,6 +27,13 @@ std::string TypeNameOf(const CTableObj& object) { return object.GetObjectName().
 std::string NameOf(const CTableObj& object) { return object.GetName().ToUtf8(); }
 
 std::string FieldTextOf(const CTableObj& object, const zorutil::field_t& field) {
+  using namespace zorutil::properties;
+  if (IsTimeBasedProperty(field.type) || field.type == TYPE_HEX || field.type == TYPE_OCTAL) {
+    // As definitions and settings write them: 06:30:00, 0x1F.
+    const auto json = ValueToJson(zorutil::GetField(object, field), field.type, value_use_t::value);
+    const auto* const scalar = dynamic_cast<const zorutil::json::scalar_t*>(json.get());
+    if (scalar != nullptr) return scalar->value.ToString().ToUtf8();
+  }
   zorutil::field_value_t value;
   field.get(object, value);
   CString text;
