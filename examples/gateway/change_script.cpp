@@ -11,6 +11,7 @@
 #include "util/json/value_conversions.h"
 #include "util/objects/described_object.h"
 #include "util/project/json_mapping.h"
+#include "util/project/project_patch.h"
 #include "util/properties/property.h"
 #include "util/properties/validation.h"
 
@@ -197,7 +198,11 @@ std::string CChangeScript::Describe(const change_t& change) {
 
 std::string CChangeScript::Apply(CTableObj& root, const change_t& change, unsigned short languageId,
                                  properties::CDefinitionStore& definitions) {
-  if (change.kind == kind_t::patch) return "patches are not taken yet";
+  if (change.kind == kind_t::patch) {
+    properties::CValidationContext plain(definitions);
+    const auto result = project::ApplyPatch(*change.value, root, {.context = &plain});
+    return result.ToString(languageId).ToUtf8();
+  }
   const ref_counted_obj_ptr found = root.FindObject(change.path);
   CTableObj* const object = change.path.IsEmpty() ? &root : found.get();
   if (object == nullptr) return kNoSuchObject;

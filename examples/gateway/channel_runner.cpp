@@ -36,9 +36,10 @@ CChannelRunner::~CChannelRunner() {
 
 // --- the thread ---------------------------------------------------------------------------------------------------
 
-void CChannelRunner::Go(std::int64_t untilMs) {
+void CChannelRunner::Go(std::int64_t fromMs, std::int64_t untilMs) {
   {
     const std::lock_guard guard(mutex_);
+    fromMs_ = fromMs;
     untilMs_ = untilMs;
     next_ = 1 - next_;
     isRunning_ = true;
@@ -64,6 +65,7 @@ void CChannelRunner::Work() {
     try {
       if (!root_.isRead || GetChannel().GetChangeCount() != root_.seen) Synchronize(root_, nullptr);
       for (device_activity_t& device : activity_) device.reported = 0;
+      lane_.SkipTo(fromMs_);
       lane_.Run(batch, untilMs_);
     } catch (...) {
       failure = std::current_exception();

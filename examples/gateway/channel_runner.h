@@ -3,7 +3,7 @@
 //
 //   CChannelRunner runner(channel, options, startMs);
 //   runner.GetNextBatch().Add(...);                        // readings of the first slice of time
-//   runner.Go(untilMs);                                    // the thread runs; here, prepare the next batch
+//   runner.Go(fromMs, untilMs);                            // the thread runs; here, prepare the next batch
 //   runner.Wait();
 //   out << runner.TakeLog();
 //
@@ -81,7 +81,8 @@ class CChannelRunner : private ILaneListener {
   /// Readings for the slice after the one that is running.
   CReadingBatch& GetNextBatch() { return batches_[next_]; }
 
-  void Go(std::int64_t untilMs);
+  /// `fromMs` is the end of the slice before, or later.
+  void Go(std::int64_t fromMs, std::int64_t untilMs);
   /// What the thread threw comes out here.
   void Wait();
 
@@ -164,6 +165,7 @@ class CChannelRunner : private ILaneListener {
   std::condition_variable changed_;
   bool isRunning_ = false;
   bool isEnding_ = false;
+  std::int64_t fromMs_ = 0;
   std::int64_t untilMs_ = 0;
   std::exception_ptr failure_;
   std::thread thread_;

@@ -47,7 +47,7 @@ class ChannelRunner : public testing::Test {
       runner_->GetNextBatch().Add(ms_, station, address, value);
     }
     ms_ += 100;
-    runner_->Go(ms_);
+    runner_->Go(ms_ - 100, ms_);
     runner_->Wait();
     std::multiset<std::string_view> sorted;
     std::string_view lines = runner_->GetReported();
@@ -82,19 +82,23 @@ TEST_F(ChannelRunner, FollowsEveryChangeOfItsTagsFromTheNextSliceOn) {
     const char* change;
     const char* value;
     const char* reported;
-  } rows[] = {{R"("rename": "C.D.A", "to": "Z")", "2", "C.D.B,2 C.D.Z,2 C.E.G.F,2 "},
-              {R"("rename": "C.D", "to": "D2")", "3", "C.D2.B,3 C.D2.Z,3 C.E.G.F,3 "},
-              {R"("set": {"ScanRate": 1000}, "of": "C.D2.Z")", "4", "C.D2.B,4 C.E.G.F,4 "},
-              {R"("set": {"ScanRate": 100, "Address": "b"}, "of": "C.D2.Z")", "5", "C.D2.B,5 C.D2.Z,5 C.E.G.F,5 "},
-              {R"("set": {"Collects": false}, "of": "C.E.G")", "6", "C.D2.B,6 C.D2.Z,6 "},
-              {R"("set": {"Collects": true}, "of": "C.E.G")", "7", "C.D2.B,7 C.D2.Z,7 C.E.G.F,7 "},
-              {R"("delete": "C.D2.Z")", "8", "C.D2.B,8 C.E.G.F,8 "},
-              {R"("copy": "C.D2.B", "to": "N")", "9", "C.D2.B,9 C.D2.N,9 C.E.G.F,9 "},
-              {R"("add": {"Y": {"Type": "Tag", "Address": "f", "DataType": 6, "ScanRate": 100}}, "to": "C.E")", "10",
-               "C.D2.B,10 C.D2.N,10 C.E.G.F,10 C.E.Y,10 "},
-              {R"("set": {"StationId": 7}, "of": "C.D2")", "11", "C.E.G.F,11 C.E.Y,11 "},  // nothing there at b
-              {R"("delete": "C.E")", "12", ""},
-              {R"("delete": "C.D2")", "13", ""}};
+  } rows[] = {
+      {R"("rename": "C.D.A", "to": "Z")", "2", "C.D.B,2 C.D.Z,2 C.E.G.F,2 "},
+      {R"("rename": "C.D", "to": "D2")", "3", "C.D2.B,3 C.D2.Z,3 C.E.G.F,3 "},
+      {R"("set": {"ScanRate": 1000}, "of": "C.D2.Z")", "4", "C.D2.B,4 C.E.G.F,4 "},
+      {R"("set": {"ScanRate": 100, "Address": "b"}, "of": "C.D2.Z")", "5", "C.D2.B,5 C.D2.Z,5 C.E.G.F,5 "},
+      {R"("set": {"Collects": false}, "of": "C.E.G")", "6", "C.D2.B,6 C.D2.Z,6 "},
+      {R"("set": {"Collects": true}, "of": "C.E.G")", "7", "C.D2.B,7 C.D2.Z,7 C.E.G.F,7 "},
+      {R"("delete": "C.D2.Z")", "8", "C.D2.B,8 C.E.G.F,8 "},
+      {R"("copy": "C.D2.B", "to": "N")", "9", "C.D2.B,9 C.D2.N,9 C.E.G.F,9 "},
+      {R"("add": {"Y": {"Type": "Tag", "Address": "f", "DataType": 6, "ScanRate": 100}}, "to": "C.E")", "10",
+       "C.D2.B,10 C.D2.N,10 C.E.G.F,10 C.E.Y,10 "},
+      {R"("set": {"StationId": 7}, "of": "C.D2")", "11", "C.E.G.F,11 C.E.Y,11 "},  // nothing there at b
+      {R"("patch": [{"op": "move", "from": "/Channels/C/Devices/D2/Tags/B", "path": "/Channels/C/Devices/E/Tags/M"},
+                    {"op": "replace", "path": "/Channels/C/Devices/E/StationId", "value": 1}])",
+       "11", "C.E.M,11 "},
+      {R"("delete": "C.E")", "12", ""},
+      {R"("delete": "C.D2")", "13", ""}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.change);
     EXPECT_EQ(Change(row.change), "");
@@ -119,7 +123,10 @@ TEST_F(ChannelRunner, RefusesChangesThatCannotBeMadeAndLeavesTheObjectAsItWas) {
               {R"("set": {"Adress": "x"}, "of": "C.D.A")", "there is no setting 'Adress'"},
               {R"("set": {"Address": "q", "DataType": 99}, "of": "C.D.A")", "DataType"},
               {R"("set": {"Scaling": 1, "RawLow": 5, "RawHigh": 5}, "of": "C.D.A")", "The raw range must rise"},
-              {R"("patch": {})", "expected \"patch\": operations"}};
+              {R"("patch": {})", "expected \"patch\": operations"},
+              {R"("patch": [{"op": "replace", "path": "/Channels/C/Devices/D/Tags/A/Address", "value": "x"},
+                            {"op": "remove", "path": "/Channels/Nobody"}])",
+               "operation 2, /Channels/Nobody"}};
   const std::string before = Step("1");
   for (const auto& row : rows) {
     SCOPED_TRACE(row.change);

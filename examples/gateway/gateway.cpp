@@ -51,35 +51,44 @@ CGateway::CGateway(CTableObj& project, const settings_t& settings, CReadingFeed&
 }
 
 void CGateway::Run() {
-  const std::int64_t sliceMs = settings_.sliceMs;
   startMs_ = feed_.GetTime() - feed_.GetTime() % 1000;
-  nowMs_ = startMs_;
-  startedAt_ = std::chrono::steady_clock::now();
+  const auto startedAt = std::chrono::steady_clock::now();
   const std::clock_t cpuStart = std::clock();
   if (reported_ != nullptr) *reported_ << "time,path,value\n";
   SynchronizeChannels(startMs_);
-  feed_.Take(nowMs_ + sliceMs, GetNextBatches());
-  bool isLast = false;
-  while (!isLast) {
+  slice_t slice{startMs_, startMs_ + settings_.sliceMs};
+  feed_.Take(slice.untilMs, GetNextBatches());
+  for (bool isLast = false; !isLast;) {
     // The readings of this slice are with the runners; without further ones it is the last.
     isLast = feed_.IsAtEnd() || (settings_.updates != 0 && GetUpdates() >= settings_.updates);
-    RunSlice(nowMs_ + sliceMs, isLast);
+    const slice_t next = SliceAfter(slice);
+    RunSlice(slice, isLast ? nullptr : &next);
+    slice = next;
     MarkMemory();
     if (progress_) progress_(GetUpdates());
+    if (settings_.isRealTime) std::this_thread::sleep_until(startedAt + std::chrono::milliseconds(runMs_));
   }
-  seconds_ = std::chrono::duration<double>(std::chrono::steady_clock::now() - startedAt_).count();
+  seconds_ = std::chrono::duration<double>(std::chrono::steady_clock::now() - startedAt).count();
   cpuSeconds_ = static_cast<double>(std::clock() - cpuStart) / CLOCKS_PER_SEC;
 }
 
-void CGateway::RunSlice(std::int64_t untilMs, bool isLast) {
-  for (const auto& runner : runners_) runner->Go(untilMs);
+// The one that follows at once, unless there is nothing to read for long: one wrong date must not cost centuries.
+CGateway::slice_t CGateway::SliceAfter(const slice_t& slice) const {
+  constexpr std::int64_t kLongestGapMs = 10 * 60'000;
+  std::int64_t fromMs = slice.untilMs;
+  if (feed_.GetTime() - fromMs >= kLongestGapMs) fromMs = feed_.GetTime() - feed_.GetTime() % 1000;
+  return {fromMs, fromMs + settings_.sliceMs};
+}
+
+void CGateway::RunSlice(const slice_t& slice, const slice_t* next) {
+  for (const auto& runner : runners_) runner->Go(slice.fromMs, slice.untilMs);
   std::exception_ptr failure;
   try {
     for (const change_report_t& change :
-         changes_.ApplyDue(project_, untilMs - startMs_, settings_.languageId, definitions_)) {
+         changes_.ApplyDue(project_, slice.untilMs - startMs_, settings_.languageId, definitions_)) {
       log_ << readings::TimeText(startMs_ + change.atMs) << "  " << change.text << '\n';
     }
-    if (!isLast) feed_.Take(untilMs + settings_.sliceMs, GetNextBatches());
+    if (next != nullptr) feed_.Take(next->untilMs, GetNextBatches());
   } catch (...) {
     failure = std::current_exception();
   }
@@ -91,13 +100,12 @@ void CGateway::RunSlice(std::int64_t untilMs, bool isLast) {
     }
   }
   if (failure) std::rethrow_exception(failure);
-  Collect(untilMs);
-  nowMs_ = untilMs;
-  if (!isLast) SynchronizeChannels(untilMs);
-  if (settings_.isRealTime) WaitUntil(untilMs);
+  Collect(slice);
+  runMs_ += slice.untilMs - slice.fromMs;
+  if (next != nullptr) SynchronizeChannels(next->fromMs);
 }
 
-void CGateway::Collect(std::int64_t untilMs) {
+void CGateway::Collect(const slice_t& slice) {
   for (const auto& runner : runners_) {
     log_ << runner->TakeLog();
     if (reported_ != nullptr) {
@@ -108,7 +116,7 @@ void CGateway::Collect(std::int64_t untilMs) {
     runner->ClearWatched();
     if (picture_ == nullptr) continue;
     for (const device_activity_t& device : runner->GetActivity()) {
-      picture_->Add(device.path, untilMs - startMs_ - settings_.sliceMs, device.reported,
+      picture_->Add(device.path, slice.fromMs - startMs_, device.reported,
                     static_cast<double>(device.faulty) / device.tags);
     }
   }
@@ -168,10 +176,6 @@ void CGateway::MarkMemory() {
   if (updates >= settings_.updates / 10 * kTenths[memory_.size()]) memory_.push_back({updates, GetResidentBytes()});
 }
 
-void CGateway::WaitUntil(std::int64_t ms) const {
-  std::this_thread::sleep_until(startedAt_ + std::chrono::milliseconds(ms - startMs_));
-}
-
 std::uint64_t CGateway::GetUpdates() const {
   std::uint64_t updates = goneUpdates_;
   for (const auto& runner : runners_) updates += runner->GetUpdates();
@@ -193,7 +197,7 @@ result_t CGateway::GetResult() const {
   result.channels.insert(result.channels.end(), gone_.begin(), gone_.end());
   result.updates = GetUpdates();
   result.unrouted = feed_.GetUnrouted();
-  result.simulatedMs = nowMs_ - startMs_;
+  result.simulatedMs = runMs_;
   result.seconds = seconds_;
   result.cpuSeconds = cpuSeconds_;
   result.memory = memory_;

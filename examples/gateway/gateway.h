@@ -6,8 +6,8 @@
 //   PrintSummary(std::cout, gateway.GetResult());
 //
 // Time is simulated and advances in slices: while the channels run through one, the changes that are due in it are made
-// and the readings of the next are parsed. In real time a slice waits until its time has come. Channels come and go
-// with the project. One thread makes and runs a gateway.
+// and the readings of the next are parsed. In real time a slice waits until its time has come. A stretch of ten minutes
+// or more without any reading is left out. Channels come and go with the project. One thread makes and runs a gateway.
 #pragma once
 
 #include <chrono>
@@ -62,12 +62,17 @@ class CGateway {
   void SetProgress(std::function<void(std::uint64_t)> progress) { progress_ = std::move(progress); }
 
  private:
+  struct slice_t {
+    std::int64_t fromMs;
+    std::int64_t untilMs;
+  };
+
   void SynchronizeChannels(std::int64_t startMs);
-  void RunSlice(std::int64_t untilMs, bool isLast);
-  void Collect(std::int64_t untilMs);
+  slice_t SliceAfter(const slice_t& slice) const;
+  void RunSlice(const slice_t& slice, const slice_t* next);
+  void Collect(const slice_t& slice);
   void TakeWatched(const CChannelRunner& runner);
   void MarkMemory();
-  void WaitUntil(std::int64_t ms) const;
   std::uint64_t GetUpdates() const;
   std::vector<CReadingBatch*> GetNextBatches();
 
@@ -89,8 +94,7 @@ class CGateway {
   std::vector<channel_summary_t> gone_;
   std::uint64_t goneUpdates_ = 0;
   std::int64_t startMs_ = 0;
-  std::int64_t nowMs_ = 0;
-  std::chrono::steady_clock::time_point startedAt_{};
+  std::int64_t runMs_ = 0;  // without what was left out
   double seconds_ = 0;
   double cpuSeconds_ = 0;
   std::vector<memory_mark_t> memory_;

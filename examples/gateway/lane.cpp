@@ -136,6 +136,13 @@ void CLane::Apply(const CReadingBatch& batch, const CReadingBatch::reading_t& re
   ++readings_;
 }
 
+void CLane::SkipTo(std::int64_t ms) {
+  if (ms <= now_) return;
+  now_ = ms;
+  for (group_t& group : groups_) group.next = NextMultiple(std::max(group.next, ms), group.periodMs);
+  std::make_heap(groups_.begin(), groups_.end(), kLater);
+}
+
 void CLane::Run(const CReadingBatch& batch, std::int64_t untilMs) {
   std::size_t applied = 0;
   const auto applyUpTo = [&](std::int64_t ms) {

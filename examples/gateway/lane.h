@@ -110,6 +110,8 @@ class CLane {
   /// From now on OnWatched hears of it, unless its values are texts.
   void WatchTag(int tag) { points_[static_cast<std::size_t>(tag)].isWatched = true; }
 
+  /// Time jumps to `ms`, without a poll. Nothing happens when it is there already.
+  void SkipTo(std::int64_t ms);
   /// Polls what is due from the last end of Run to before `untilMs`, each poll seeing the readings up to its time.
   void Run(const CReadingBatch& batch, std::int64_t untilMs);
 

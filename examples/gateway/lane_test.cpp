@@ -69,11 +69,13 @@ TEST_F(Lane, PollsAtMultiplesOfThePeriodAndReportsWhatPassesTheDeadband) {
       << "a poll sees the readings of its own moment, and none that come later";
   EXPECT_EQ(Run({{1700, "110"}}, 2100), "1800 t0=11") << "10.9 is within the deadband; 2100 is not yet due";
   EXPECT_EQ(Run({{1800, "120"}}, 2101), "2100 t0=12");
+  lane_.SkipTo(1'000'000'000);  // no poll for the time between
+  EXPECT_EQ(Run({{1'000'000'000, "140"}}, 1'000'000'300), "1000000200 t0=14");
   const tag_counts_t& counts = lane_.GetCounts(tag);
-  EXPECT_EQ(counts.updates, 4u);  // 1200, 1500, 1800, 2100
-  EXPECT_EQ(counts.reported, 3u);
+  EXPECT_EQ(counts.updates, 5u);  // 1200, 1500, 1800, 2100 and the one behind the gap
+  EXPECT_EQ(counts.reported, 4u);
   EXPECT_EQ(counts.low, 10);
-  EXPECT_EQ(counts.high, 12);
+  EXPECT_EQ(counts.high, 14);
 }
 
 TEST_F(Lane, TellsBadReadingsAndReportsTheFirstGoodOneAfterThem) {

@@ -1,6 +1,7 @@
 #include "util/objects/record_list.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "platform/text/collation.h"
@@ -122,7 +123,18 @@ void CRecordList::GrowBlock(block_t& block) {
   block.capacity = static_cast<std::uint16_t>(capacity);
 }
 
+void CRecordList::BeginHold() {
+  held_.reserve(blocks_.size() + held_.size());
+  ++holds_;
+}
+
 void CRecordList::AddBlock(std::size_t at, unsigned capacity) {
+  if (spare_.slots == nullptr && !held_.empty()) {
+    spare_ = std::move(held_.back());
+    held_.pop_back();
+  }
+  const std::size_t blocks = blocks_.size() + held_.size() + 1;
+  if (holds_ != 0 && held_.capacity() < blocks) held_.reserve(2 * blocks);
   if (spare_.slots == nullptr)
     spare_ = {std::make_unique_for_overwrite<slot_t[]>(capacity), 0, static_cast<std::uint16_t>(capacity), 0};
   // Room in all of them before one changes, and more than one each time.
@@ -176,7 +188,8 @@ void CRecordList::MergeBlock(std::size_t at) noexcept {
 // ---- records
 // ----------------------------------------------------------------------------------------------------------
 
-void CRecordList::Insert(unsigned index, CTableObj* record) {
+// The block that then has a free slot for the index.
+std::size_t CRecordList::MakePlace(unsigned index) {
   if (blocks_.empty()) AddBlock(0, std::clamp(increment_, 1U, kBlockSize));
   std::size_t at = BlockOf(index);
   // Between two blocks: behind the lower one as long as it has room.
@@ -194,6 +207,29 @@ void CRecordList::Insert(unsigned index, CTableObj* record) {
   } else if (blocks_[at].count == blocks_[at].capacity) {
     GrowBlock(blocks_[at]);
   }
+  return at;
+}
+
+// The same without memory: the nearest free slot wanders there, a record of each block between going the other way.
+// Several blocks are as large as blocks get, so where there is a slot too few in one, there is one in another.
+std::size_t CRecordList::ShiftPlace(unsigned index) {
+  const auto hasRoom = [&](std::size_t at) { return blocks_[at].count < blocks_[at].capacity; };
+  std::size_t to = blocks_.empty() ? 0 : BlockOf(index);
+  std::size_t above = to, below = to;
+  while (above < blocks_.size() && !hasRoom(above)) ++above;
+  while (below > 0 && !hasRoom(below - 1)) --below;
+  if (above < blocks_.size()) {
+    for (; above > to; --above) PutInto(above, starts_[above] - 1, TakeFrom(above - 1, starts_[above] - 1));
+    return to;
+  }
+  if (below == 0) throw std::bad_alloc();
+  if (index == starts_[to]) --to;  // behind the last of the block before
+  for (--below; below < to; ++below) PutInto(below, starts_[below + 1], TakeFrom(below + 1, starts_[below + 1]));
+  return to;
+}
+
+// The block has room.
+void CRecordList::PutInto(std::size_t at, unsigned index, CTableObj* record) noexcept {
   Share(at, record->GetName());
   block_t& block = blocks_[at];
   slot_t* const slot = block.slots.get() + (index - starts_[at]);
@@ -205,8 +241,8 @@ void CRecordList::Insert(unsigned index, CTableObj* record) {
   if (slot == block.slots.get()) SetFirst(at);
 }
 
-CTableObj* CRecordList::Take(unsigned index, bool keepRoom) noexcept {
-  const std::size_t at = BlockOf(index);
+// The block may be empty afterwards.
+CTableObj* CRecordList::TakeFrom(std::size_t at, unsigned index) noexcept {
   block_t& block = blocks_[at];
   slot_t* const slot = block.slots.get() + (index - starts_[at]);
   CTableObj* const record = slot->record;
@@ -214,13 +250,33 @@ CTableObj* CRecordList::Take(unsigned index, bool keepRoom) noexcept {
   --block.count;
   --count_;
   ShiftStarts(at + 1, 0U - 1U);
-  if (block.count == 0) {
-    if (keepRoom) spare_ = std::move(block);
-    RemoveBlock(at);
-    return record;
+  if (index == starts_[at] && block.count != 0) SetFirst(at);
+  return record;
+}
+
+void CRecordList::Insert(unsigned index, CTableObj* record) {
+  std::size_t at = 0;
+  try {
+    at = MakePlace(index);
+  } catch (const std::bad_alloc&) {
+    if (holds_ == 0) throw;
+    at = ShiftPlace(index);
   }
-  if (index == starts_[at]) SetFirst(at);
-  if (!keepRoom && block.count < kBlockSize / 4) {
+  PutInto(at, index, record);
+}
+
+CTableObj* CRecordList::Take(unsigned index, bool keepRoom) noexcept {
+  const std::size_t at = BlockOf(index);
+  CTableObj* const record = TakeFrom(at, index);
+  block_t& block = blocks_[at];
+  if (block.count == 0) {
+    if (holds_ != 0) {
+      held_.push_back(std::move(block));
+    } else if (keepRoom) {
+      spare_ = std::move(block);
+    }
+    RemoveBlock(at);
+  } else if (!keepRoom && holds_ == 0 && block.count < kBlockSize / 4) {
     if (at + 1 < blocks_.size()) MergeBlock(at);
     if (at > 0) MergeBlock(at - 1);
   }

@@ -49,6 +49,12 @@ class ZORUTIL_API CRecordList {
   /// and then back, without memory that might fail, until ReleaseRoom.
   CTableObj* Take(unsigned index, bool keepRoom = false) noexcept;
   void ReleaseRoom() noexcept { spare_ = {}; }
+  /// From here on, as many records as are taken out can be put back, wherever and in whatever order, without memory that
+  /// might fail. std::bad_alloc holds nothing. Each hold is ended by one EndHold.
+  void BeginHold();
+  void EndHold() noexcept {
+    if (--holds_ == 0) std::vector<block_t>().swap(held_);
+  }
   /// The count when the record is not there. Looks at every record.
   unsigned IndexOf(const CTableObj* record) const noexcept;
   void Swap(CRecordList& other) noexcept;
@@ -153,6 +159,8 @@ class ZORUTIL_API CRecordList {
 
   std::size_t BlockOf(unsigned index) const noexcept;
   // Each with the strong guarantee.
+  std::size_t MakePlace(unsigned index);
+  std::size_t ShiftPlace(unsigned index);
   void GrowBlock(block_t& block);
   void AddBlock(std::size_t at, unsigned capacity);
   void SplitBlock(std::size_t at);
@@ -163,11 +171,15 @@ class ZORUTIL_API CRecordList {
   void ShareMore(std::size_t at) noexcept;
   void SetFirst(std::size_t at) noexcept;
   void Share(std::size_t at, std::u16string_view name) noexcept;
+  void PutInto(std::size_t at, unsigned index, CTableObj* record) noexcept;
+  CTableObj* TakeFrom(std::size_t at, unsigned index) noexcept;
 
   std::vector<block_t> blocks_;        // none of them empty
   std::vector<unsigned> starts_;       // the index of the first record of each
   std::vector<std::uint64_t> firsts_;  // the beginning of its name behind what the first names of all blocks share
   block_t spare_;
+  std::vector<block_t> held_;  // emptied while room is held; its memory takes all blocks there are
+  unsigned holds_ = 0;
   unsigned shared_ = 0;
   unsigned count_ = 0;
   unsigned increment_;

@@ -26,6 +26,7 @@ class CObjectContext final : public properties::IValidationContext {
   void IterateEnumValues(int id, properties::functor_t<const properties::enum_entry_t&>& functor) override {
     otherwise_.IterateEnumValues(id, functor);
   }
+  properties::CDefinitionStore& GetDefinitions() override { return otherwise_.GetDefinitions(); }
 
  private:
   CTableObj& object_;

@@ -299,6 +299,11 @@ class CDiffer {
         unsigned found = CTable::invalid_index;
         recordB = b.FindRecord(recordA.GetName(), &found);
         if (recordB == nullptr || found < indexB) {
+          while (const CTableObj* const before = b.GetRecord(indexB)) {
+            if (before->GetName().CompareNoCase(recordA.GetName()) >= 0 || a.FindRecord(before->GetName())) break;
+            AddRecord(change_t::ADDED, *before, name);
+            ++indexB;
+          }
           AddRecord(change_t::REMOVED, recordA, name);
           continue;
         }
