@@ -12,10 +12,11 @@
 // order mark at the beginning of a name is dropped. "/" is a character like others.
 //
 // The file is what SetRegistryFile was given; else what the environment variable ZORUTIL_REGISTRY_FILE says, unless the
-// program runs with more rights than its user; else \var\lib\zorutil\registry.db. A missing file, or one of no bytes,
-// reads as empty; the first write makes it, with its folder. Whoever may read the file may use its keys with KEY_READ,
-// and no reader ever writes, but for one: when a writer was killed, the next program with the right to write puts its
-// half-done write back; until then a reader without that right is told accessDenied.
+// program runs with more rights than its user; else zorutil\registry.db in the machine's folder for data
+// (zorplatform/known_folders.h: \var\lib), as that is when the registry is first used. A missing file, or one of no
+// bytes, reads as empty; the first write makes it, with its folder. Whoever may read the file may use its keys with
+// KEY_READ, and no reader ever writes, but for one: when a writer was killed, the next program with the right to write
+// puts its half-done write back; until then a reader without that right is told accessDenied.
 //
 // Every call is a transaction of its own, or part of the CTransaction that its thread has begun: done whole or not at
 // all, and on the disk when the call returns, whatever happens to the program or the machine then. Any number of

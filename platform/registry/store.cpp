@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "platform/framework/native_path.h"
+#include "platform/zorplatform/known_folders.h"
 
 namespace registry {
 
@@ -26,7 +27,11 @@ std::string StandardFile() {
   std::error_code failed;
   const char* const asked = ::secure_getenv("ZORUTIL_REGISTRY_FILE");
   if (asked != nullptr && *asked != '\0') return std::filesystem::absolute(asked, failed).string();
-  return "/var/lib/zorutil/registry.db";
+  static const std::string standard =
+      (zorplatform::ToNativePath(zorplatform::GetKnownFolder(zorplatform::known_folder_t::machineData)) /
+       "zorutil/registry.db")
+          .string();
+  return standard;
 }
 
 // The connections that wait for their next call, and where the registry is.
