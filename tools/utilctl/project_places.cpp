@@ -4,7 +4,6 @@
 
 #include "platform/framework/mem_file.h"
 #include "util/json/json_text.h"
-#include "util/json/object.h"
 
 namespace utilctl {
 
@@ -18,23 +17,6 @@ std::u16string_view TakeName(std::u16string_view& path) {
   const std::u16string_view name = path.substr(0, path.find(u'.'));
   path.remove_prefix(std::min(path.size(), name.size() + 1));
   return name;
-}
-
-// Names as they stand in the tree, so letter case counts: many are looked for in long lists.
-const json::member_t* FindMember(const json::IValue* object, std::u16string_view name) {
-  const auto* const members = dynamic_cast<const json::object_t*>(object);
-  if (members == nullptr) return nullptr;
-  const auto found = std::find_if(members->members.begin(), members->members.end(),
-                                  [name](const json::member_t& each) { return each.name == name; });
-  return found == members->members.end() ? nullptr : &*found;
-}
-
-// In whichever of the object's tables it is.
-const json::member_t* FindRecord(const json::IValue* object, std::u16string_view name) {
-  for (const json::member_t& each : dynamic_cast<const json::object_t&>(*object).members) {
-    if (const json::member_t* const found = FindMember(each.value.get(), name)) return found;
-  }
-  return nullptr;
 }
 
 }  // namespace
@@ -56,12 +38,34 @@ void CProjectPlaces::Read() {
   }
 }
 
-int CProjectPlaces::FindInJson(std::u16string_view path, std::u16string_view setting) const {
+int CProjectPlaces::FindInJson(std::u16string_view path, std::u16string_view setting) {
   const json::member_t* found = FindMember(json_.get(), TakeName(path));
   while (found != nullptr && !path.empty()) found = FindRecord(found->value.get(), TakeName(path));
   if (found == nullptr) return 0;
   const json::member_t* const inner = FindMember(found->value.get(), setting);
   return inner != nullptr ? inner->line : found->line;
+}
+
+// Names as they stand in the tree, so letter case counts.
+const json::member_t* CProjectPlaces::FindMember(const json::IValue* object, std::u16string_view name) {
+  const auto* const members = dynamic_cast<const json::object_t*>(object);
+  if (members == nullptr) return nullptr;
+  const auto [index, isNew] = indexes_.try_emplace(object);
+  if (isNew) {
+    for (const json::member_t& each : members->members) index->second.emplace(each.name, &each);
+  }
+  const auto found = index->second.find(name);
+  return found == index->second.end() ? nullptr : found->second;
+}
+
+// In whichever of the object's tables it is.
+const json::member_t* CProjectPlaces::FindRecord(const json::IValue* object, std::u16string_view name) {
+  const auto* const members = dynamic_cast<const json::object_t*>(object);
+  if (members == nullptr) return nullptr;
+  for (const json::member_t& each : members->members) {
+    if (const json::member_t* const found = FindMember(each.value.get(), name)) return found;
+  }
+  return nullptr;
 }
 
 int CProjectPlaces::FindInXml(std::u16string_view path, std::u16string_view setting) {

@@ -4,11 +4,12 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "platform/framework/cstring.h"
 #include "tools/utilctl/project_input.h"
 #include "util/docs/xml_document.h"
-#include "util/json/value.h"
+#include "util/json/object.h"
 
 namespace utilctl {
 
@@ -23,13 +24,19 @@ class CProjectPlaces {
 
  private:
   void Read();
-  int FindInJson(std::u16string_view path, std::u16string_view setting) const;
+  int FindInJson(std::u16string_view path, std::u16string_view setting);
+  const zorutil::json::member_t* FindMember(const zorutil::json::IValue* object, std::u16string_view name);
+  const zorutil::json::member_t* FindRecord(const zorutil::json::IValue* object, std::u16string_view name);
   int FindInXml(std::u16string_view path, std::u16string_view setting);
   void* FindXmlRecord(void* parent, std::u16string_view name);
 
   const project_input_t& input_;
   bool isRead_ = false;
   std::shared_ptr<zorutil::json::IValue> json_;
+  // The members of objects that were looked into: many failures lie in one long table.
+  std::unordered_map<const zorutil::json::IValue*,
+                     std::unordered_map<std::u16string_view, const zorutil::json::member_t*>>
+      indexes_;
   CXmlDocument xml_;
 };
 
