@@ -219,12 +219,20 @@ std::size_t CRecordList::ShiftPlace(unsigned index) {
   while (above < blocks_.size() && !hasRoom(above)) ++above;
   while (below > 0 && !hasRoom(below - 1)) --below;
   if (above < blocks_.size()) {
-    for (; above > to; --above) PutInto(above, starts_[above] - 1, TakeFrom(above - 1, starts_[above] - 1));
+    for (; above > to; --above) {
+      const unsigned last = starts_[above] - 1;
+      CTableObj* const record = TakeFrom(above - 1, last);
+      PutInto(above, last, record);
+    }
     return to;
   }
   if (below == 0) throw std::bad_alloc();
   if (index == starts_[to]) --to;  // behind the last of the block before
-  for (--below; below < to; ++below) PutInto(below, starts_[below + 1], TakeFrom(below + 1, starts_[below + 1]));
+  for (--below; below < to; ++below) {
+    const unsigned first = starts_[below + 1];
+    CTableObj* const record = TakeFrom(below + 1, first);
+    PutInto(below, first, record);
+  }
   return to;
 }
 

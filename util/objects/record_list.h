@@ -49,8 +49,8 @@ class ZORUTIL_API CRecordList {
   /// and then back, without memory that might fail, until ReleaseRoom.
   CTableObj* Take(unsigned index, bool keepRoom = false) noexcept;
   void ReleaseRoom() noexcept { spare_ = {}; }
-  /// From here on, as many records as are taken out can be put back, wherever and in whatever order, without memory that
-  /// might fail. std::bad_alloc holds nothing. Each hold is ended by one EndHold.
+  /// From here on, as many records as are taken out can be put back, wherever and in whatever order, without memory
+  /// that might fail. std::bad_alloc holds nothing. Each hold is ended by one EndHold.
   void BeginHold();
   void EndHold() noexcept {
     if (--holds_ == 0) std::vector<block_t>().swap(held_);
