@@ -106,7 +106,9 @@ TEST_F(GatewayProgram, TellsWhatIsWrongWithAProjectInTheUsersLanguage) {
 }
 
 TEST_F(GatewayProgram, ExitsByWhatItFound) {
-  Write("bad.csv", "time,station,address,value\nnever,x/1,1,1\n2026-01-01T00:00:00,10.0.0.1:502/1,40001,5\n");
+  Write("bad.csv",
+        "time,station,address,value\nnever,x/1,1,1\n2026-01-01T00:00:00,10.0.0.1:502/1,40001,5\n"
+        "9999-12-31T23:59:59,10.0.0.1:502/1,40001,6\n");
   Write("empty.csv", "time,station,address,value\n");
   Write("script.json", R"([{"at": 1, "destroy": "all"}])");
   Write("cut.bin", "\x89ZPJ");

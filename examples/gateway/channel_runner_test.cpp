@@ -106,7 +106,7 @@ TEST_F(ChannelRunner, FollowsEveryChangeOfItsTagsFromTheNextSliceOn) {
   }
   const channel_summary_t summary = runner_->GetSummary();
   EXPECT_EQ(summary.tags, 0u);
-  EXPECT_EQ(summary.total.reported, 30u) << "what was deleted has counted";
+  EXPECT_EQ(summary.total.reported, 31u) << "what was deleted has counted";
   EXPECT_EQ(Find("C")->GetRefCount(), 3) << "the runner's two, and this one";
 }
 
@@ -126,7 +126,7 @@ TEST_F(ChannelRunner, RefusesChangesThatCannotBeMadeAndLeavesTheObjectAsItWas) {
               {R"("patch": {})", "expected \"patch\": operations"},
               {R"("patch": [{"op": "replace", "path": "/Channels/C/Devices/D/Tags/A/Address", "value": "x"},
                             {"op": "remove", "path": "/Channels/Nobody"}])",
-               "operation 2, /Channels/Nobody"}};
+               "Operation 2, /Channels/Nobody"}};
   const std::string before = Step("1");
   for (const auto& row : rows) {
     SCOPED_TRACE(row.change);
