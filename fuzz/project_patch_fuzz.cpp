@@ -32,7 +32,7 @@ void Patch(const zorutil::json::IValue& patch, const zorutil::owned_obj_ptr& roo
   const patch_result_t result = ApplyPatch(patch, *root, {.maxObjects = 200});
   Require(check.failures.size() == result.failures.size() && check.ToString() == result.ToString());
   Require(tree_testing::FindBroken(*root).empty());
-  const project_diff_t diff = DiffTrees(*earlier, *root);
+  project_diff_t diff = DiffTrees(*earlier, *root);
   Require(diff.IsEmpty() == AreTreesEqual(*earlier, *root) && diff.IsEmpty() == diff.ToString().IsEmpty());
   if (!result) {
     Require(WriteProject(*root, form_t::BINARY) == before);
@@ -40,7 +40,9 @@ void Patch(const zorutil::json::IValue& patch, const zorutil::owned_obj_ptr& roo
   }
   // There and back, on the one and on the other.
   const auto after = WriteProject(*root, form_t::BINARY);
-  Require(static_cast<bool>(ApplyPatch(*diff.ToPatch(), *earlier)) && AreTreesEqual(*earlier, *root));
+  const auto there = diff.ToPatch();
+  diff = {};  // its references
+  Require(static_cast<bool>(ApplyPatch(*there, *earlier)) && AreTreesEqual(*earlier, *root));
   const zorutil::owned_obj_ptr again = LoadProject(before, report);
   Require(static_cast<bool>(ApplyPatch(*DiffTrees(*root, *again).ToPatch(), *root)) && AreTreesEqual(*again, *root));
   Require(tree_testing::FindBroken(*root).empty() && tree_testing::FindBroken(*earlier).empty());
