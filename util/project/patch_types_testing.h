@@ -2,7 +2,10 @@
 // an object that refuses and checks, and hooks that are counted and can throw. Beside the plants.
 #pragma once
 
+#include <algorithm>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 
 #include "util/i18n/message_exception.h"
 #include "util/objects/described_object.h"
@@ -118,6 +121,59 @@ inline zorutil::owned_obj_ptr MakeRecipe(std::initializer_list<const char16_t*> 
   for (const char16_t* name : steps) plant_testing::Add<CStep>(recipe->steps, name);
   for (const char16_t* name : {u"A", u"B", u"C"}) plant_testing::Add<CStep>(recipe->parts, name);
   return owner;
+}
+
+/// Plant: channels C0 and C1 of a device D of tags T0 and T1, which differ; a tag P.
+inline zorutil::owned_obj_ptr MakePlant() {
+  auto* const plant = new plant_testing::CPlant;
+  zorutil::owned_obj_ptr owner(plant);
+  plant->SetName(u"Plant");
+  for (const char16_t* channel : {u"C0", u"C1"}) {
+    auto& device = plant_testing::Add<plant_testing::CDevice>(
+        plant_testing::Add<plant_testing::CChannel>(plant->channels, channel).devices, u"D");
+    for (const char16_t* tag : {u"T0", u"T1"}) {
+      plant_testing::CTag& made = plant_testing::Add<plant_testing::CTag>(device.tags, tag);
+      made.address = channel;
+      made.isWritable = tag[1] == u'0';
+    }
+  }
+  plant_testing::Add<plant_testing::CTag>(plant->tags, u"P").SetDescription(u"of all");
+  return owner;
+}
+
+/// Single quotes stand for double ones, and "$" for the way to the first device.
+inline std::string Expand(std::string_view text) {
+  std::string expanded;
+  for (const char c : text) {
+    if (c == '$') {
+      expanded += "/Channels/C0/Devices/D";
+    } else {
+      expanded += c == '\'' ? '"' : c;
+    }
+  }
+  return expanded;
+}
+
+/// A patch in few words, "move FROM PATH; replace PATH VALUE; remove PATH", or a JSON text; expanded.
+inline std::string Patch(std::string_view text) {
+  const std::string patch = Expand(text);
+  if (patch.find_first_of("[{") == 0) return patch;
+  std::string operations;
+  for (std::size_t at = 0; at < patch.size();) {
+    const std::size_t end = std::min(patch.find("; ", at), patch.size());
+    const std::string one = patch.substr(at, end - at);
+    const std::size_t first = one.find(' ');
+    const std::size_t second = std::min(one.find(' ', first + 1), one.size());
+    const std::string op = one.substr(0, first), place = one.substr(first + 1, second - first - 1);
+    operations += (operations.empty() ? "" : ",") + ("{\"op\":\"" + op + "\",\"path\":\"");
+    if (op == "move" || op == "copy") {
+      operations += one.substr(second + 1) + "\",\"from\":\"" + place + "\"}";
+    } else {
+      operations += place + (second < one.size() ? "\",\"value\":" + one.substr(second + 1) : "\"") + "}";
+    }
+    at = end + 2;
+  }
+  return "[" + operations + "]";
 }
 
 }  // namespace patch_testing

@@ -9,10 +9,13 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "platform/framework/temp_folder_testing.h"
 #include "util/project/plant_types_testing.h"
+#include "util/project/project_diff.h"
 #include "util/project/project_file.h"
+#include "util/project/project_patch.h"
 
 #if ZORUTIL_BENCH_RAPIDJSON
 #include <rapidjson/document.h>
@@ -140,6 +143,41 @@ void CopyDevice(benchmark::State& state) {
   }
 }
 
+void DiffEqual(benchmark::State& state) {
+  const owned_obj_ptr a = MakePlant(1'000'000), b = MakePlant(1'000'000);
+  for (auto _ : state) {
+    if (!zorutil::project::DiffTrees(*a, *b).IsEmpty()) state.SkipWithError("differ");
+  }
+}
+// One setting of every hundredth tag.
+void PatchMany(benchmark::State& state) {
+  const owned_obj_ptr a = MakePlant(1'000'000), b = MakePlant(1'000'000);
+  int number = 0;
+  for (const auto& channel : b->GetChildObjects(plant_testing::kChannel, -1)) {
+    for (const auto& device : channel->GetChildObjects(plant_testing::kDevice, -1)) {
+      for (const auto& tag : device->GetChildObjects(plant_testing::kTag, -1)) {
+        if (++number % 100 == 0) static_cast<plant_testing::CTag&>(*tag).scanRate = 7;
+      }
+    }
+  }
+  const auto there = zorutil::project::DiffTrees(*a, *b).ToPatch();
+  const auto back = zorutil::project::DiffTrees(*b, *a).ToPatch();
+  bool isThere = false;
+  for (auto _ : state) {
+    isThere = !isThere;
+    if (!zorutil::project::ApplyPatch(isThere ? *there : *back, *a)) state.SkipWithError("refused");
+  }
+}
+// Of a tree of any size.
+void PatchOne(benchmark::State& state) {
+  const owned_obj_ptr plant = MakePlant(1'000'000);
+  constexpr std::string_view kPatch =
+      R"([{"op":"replace","path":"/Channels/Channel0000050/Devices/Device0000005/Tags/Tag0000500/ScanRate","value":7}])";
+  for (auto _ : state) {
+    if (!zorutil::project::ApplyPatch(kPatch, *plant)) state.SkipWithError("refused");
+  }
+}
+
 [[maybe_unused]] const bool registered = [] {
   const auto add = [](const std::string& name, std::function<void(benchmark::State&)> run) {
     return benchmark::RegisterBenchmark(name.c_str(), std::move(run))->Unit(benchmark::kMillisecond);
@@ -160,6 +198,9 @@ void CopyDevice(benchmark::State& state) {
   add("project of 100,000 tags, JSON, save/RapidJSON, text only", [](auto& state) { SaveRapid(state, 100'000); });
 #endif
   add("copy a device of 1,000 tags/ours", CopyDevice);
+  add("compare 1,000,000 tags with their copies/ours", DiffEqual);
+  add("patch 10,000 settings of 1,000,000 tags/ours", PatchMany);
+  add("patch one setting of 1,000,000 tags/ours", PatchOne)->Unit(benchmark::kMicrosecond);
   return true;
 }();
 
