@@ -1,15 +1,14 @@
 // CSV of any bytes: how the source cuts them changes nothing, places lie inside the text, and the fields of every
 // good row, written back, are read as the same row.
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "examples/replay/csv_reader.h"
+#include "examples/readings/csv_reader.h"
+#include "examples/readings/source_testing.h"
 
 namespace {
 
@@ -17,32 +16,18 @@ void Require(bool claim) {
   if (!claim) std::abort();
 }
 
-class CPieces : public replay::CByteSource {
- public:
-  explicit CPieces(std::string_view text) : text_(text) {}
-  std::size_t Read(char* buffer, std::size_t count) override {
-    const std::size_t size = std::min(count, text_.size());
-    if (size != 0) std::memcpy(buffer, text_.data(), size);
-    text_.remove_prefix(size);
-    return size;
-  }
-
- private:
-  std::string_view text_;
-};
-
 struct row_t {
   std::uint64_t line = 0;
   std::vector<std::string> fields;
-  std::vector<replay::text_position_t> places;  // of the fields, or of the problem alone
+  std::vector<readings::text_position_t> places;  // of the fields, or of the problem alone
   std::string problem;
 
   bool operator==(const row_t&) const = default;
 };
 
 std::vector<row_t> Rows(std::string_view text, std::size_t blockSize) {
-  CPieces source(text);
-  replay::CCsvReader reader(source, blockSize);
+  readings::CTextSource source{std::string(text)};
+  readings::CCsvReader reader(source, blockSize);
   std::vector<row_t> rows;
   while (reader.Next()) {
     row_t& row = rows.emplace_back();
@@ -88,7 +73,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     good.push_back(row.fields);
     for (std::size_t i = 0; i < row.fields.size(); ++i) {
       if (i != 0) written += ',';
-      replay::AppendCsvField(written, row.fields[i]);
+      readings::AppendCsvField(written, row.fields[i]);
     }
     written += '\n';
   }

@@ -1,13 +1,12 @@
 // A tag list of any bytes: every refused row was reported, and every tag that is taken has settings that scale.
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <sstream>
 #include <string>
 #include <string_view>
 
+#include "examples/readings/source_testing.h"
 #include "examples/replay/tag_list.h"
 #include "util/values/variant.h"
 
@@ -16,20 +15,6 @@ namespace {
 void Require(bool claim) {
   if (!claim) std::abort();
 }
-
-class CText : public replay::CByteSource {
- public:
-  explicit CText(std::string_view text) : text_(text) {}
-  std::size_t Read(char* buffer, std::size_t count) override {
-    const std::size_t size = std::min(count, text_.size());
-    if (size != 0) std::memcpy(buffer, text_.data(), size);
-    text_.remove_prefix(size);
-    return size;
-  }
-
- private:
-  std::string_view text_;
-};
 
 // What was validated must hold: the ends of the raw range scale into the scaled type.
 void CheckEnds(const replay::tag_t& tag) {
@@ -50,10 +35,10 @@ void CheckEnds(const replay::tag_t& tag) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
-  CText source(text);
-  replay::CCsvReader reader(source);
+  readings::CTextSource source{std::string(text)};
+  readings::CCsvReader reader(source);
   std::ostringstream messages;
-  replay::CProblemLog log(messages, ~std::uint64_t{0});
+  readings::CProblemLog log(messages, ~std::uint64_t{0});
   replay::CTagList tags;
   const bool read = tags.Read(reader, "fuzz", log);
   Require(read || log.GetCount() != 0);
