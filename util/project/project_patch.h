@@ -1,8 +1,8 @@
 // Changes of a live tree of objects by a patch (RFC 6902), all of them or none.
 //
 //   [{"op": "replace", "path": "/Channels/Boiler/Devices/PLC1/Tags/FT101/ScanRate", "value": 250},
-//    {"op": "move", "from": "/Channels/Boiler/Devices/PLC1/Tags/FT102", "path":
-//    "/Channels/Boiler/Devices/PLC2/Tags/F2"}]
+//    {"op": "move", "from": "/Channels/Boiler/Devices/PLC1/Tags/FT102",
+//                   "path": "/Channels/Boiler/Devices/PLC2/Tags/F2"}]
 //
 //   properties::CValidationContext context;
 //   const auto result = zorutil::project::ApplyPatch(text, *plant, {.context = &context});
@@ -12,16 +12,14 @@
 // its name. Names are matched exactly. What they lead to:
 //
 // - An object: add (also in the place of one), replace, remove, move, copy, test. Its value is as in the JSON form,
-// with
-//   all that is below. `move` renames, or brings the object under another parent: it stays the same object, and the
-//   references on it hold. `add` and `replace` put a new one in the place of the old. The object at the top is only
-//   tested and copied.
-// - A table: add and replace put new records in the place of all that there are, remove takes all away. A table without
-//   records is there, although the JSON form leaves it out.
+//   with all that is below. `move` renames, or brings the object under another parent: it stays the same object, and
+//   the references on it hold. `add` and `replace` put a new one in the place of the old. The object at the top is
+//   only tested and copied.
+// - A table: add and replace put new records in the place of all that there are, remove takes all away. A table
+//   without records is there, although the JSON form leaves it out.
 // - A field: add and replace set it, remove gives it the value that a new object has, move and copy take it along.
 // - "Description": the same; none is the empty one. "Name", which the JSON form does not have: test, add and replace,
-// so
-//   also the object at the top gets another name. "Type": test alone.
+//   so also the object at the top gets another name. "Type": test alone.
 //
 // Nothing lies inside the value of a field. Operations see what those before them have done.
 //
