@@ -4,14 +4,18 @@
 //   for (int second = 0; second < kSeconds; ++second) { house.Advance(second); ... house.GetBoiler(0).steam ... }
 //
 // Four boilers on one steam main feed a heating network. The second one loses its flame and is lit again, the fourth
-// is started from standby to take its load. The output is the same to the bit with every compiler: its own generator of
-// random numbers, and of real arithmetic only + - * / on doubles.
+// is started from standby to take its load.
 #pragma once
 
 #include <array>
 #include <cstdint>
 
+#include "examples/data/simulation.h"
+
 namespace boiler_house {
+
+using simulation::CRandom;
+using simulation::IsWithin;
 
 constexpr int kSeconds = 40 * 60;
 constexpr int kBoilers = 4;
@@ -26,30 +30,6 @@ constexpr int kLinkLost = At(21);               // the serial line of the water 
 constexpr int kThermocoupleFails = At(23, 30);  // boiler 1, one tube of the superheater, to the end
 constexpr int kRelit = At(27);                  // boiler 2
 constexpr int kMoreLoad = At(31);               // the network asks for more heat
-
-constexpr bool IsWithin(int second, int begin, int length) { return second >= begin && second < begin + length; }
-
-// Random numbers by a 64-bit mixing of a counter.
-class CRandom {
- public:
-  explicit CRandom(std::uint64_t seed) : state_(seed) {}
-  std::uint32_t Next() {
-    state_ += 0x9E3779B97F4A7C15u;
-    std::uint64_t z = state_;
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
-    return static_cast<std::uint32_t>((z ^ (z >> 31)) >> 32);
-  }
-  /// Bell-shaped around 0: the sum of four even ones, within -2 to 2, deviation about 0.58.
-  double Noise() {
-    std::int64_t sum = 0;
-    for (int i = 0; i < 4; ++i) sum += Next();
-    return static_cast<double>(sum) / 4294967296.0 - 2.0;
-  }
-
- private:
-  std::uint64_t state_;
-};
 
 struct boiler_t {
   bool isFiring = false;

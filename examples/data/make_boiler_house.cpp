@@ -19,7 +19,6 @@ namespace {
 using namespace boiler_house;
 
 constexpr int kCounts = 27648;  // of an input at the end of its range
-constexpr int kStartHour = 5;   // on 12 March 2026
 
 // --- the project ----------------------------------------------------------------------------------------------------
 
@@ -179,11 +178,6 @@ std::string RegisterText(const instrument_t& tag, const CBoilerHouse& house, int
   return {};
 }
 
-void AppendPadded(std::string& out, int number, std::size_t digits) {
-  const std::string text = std::to_string(number);
-  out.append(digits - std::min(digits, text.size()), '0').append(text);
-}
-
 std::string ReadingsText(const house_t& house) {
   CRandom random(7);
   CBoilerHouse plant;
@@ -206,14 +200,7 @@ std::string ReadingsText(const house_t& house) {
       std::string text = RegisterText(tag, plant, second, random);
       if (text == held[i]) continue;
       const device_t& device = house.devices[static_cast<std::size_t>(tag.device)];
-      out += "2026-03-12T";
-      AppendPadded(out, kStartHour + second / 3600, 2);
-      out += ':';
-      AppendPadded(out, second / 60 % 60, 2);
-      out += ':';
-      AppendPadded(out, second % 60, 2);
-      out += '.';
-      AppendPadded(out, moment(i), 3);
+      simulation::AppendTime(out, second, moment(i));
       out += ',' + house.channels[static_cast<std::size_t>(device.channel)].GetAddress() + '/';
       out += std::to_string(device.station) + ',' + std::to_string(tag.address) + ',' + text + '\n';
       held[i] = std::move(text);

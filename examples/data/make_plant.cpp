@@ -4,18 +4,21 @@
 //
 // Five hours of a small boiler house: a cold start, a change of load, a trip of the feed pump and the restart. The
 // instruments have what instruments have: noise, dropouts, a stuck level sensor, currents and pressures beyond the
-// end of their range. The output is the same to the byte with every compiler: its own generator of random numbers,
-// and of real arithmetic only + - * / on doubles.
+// end of their range.
 #include <cstdint>
 #include <cstdio>
 #include <string>
 
+#include "examples/data/simulation.h"
+
 namespace {
+
+using simulation::CRandom;
+using simulation::IsWithin;
 
 constexpr int kTicksPerSecond = 2;
 constexpr int kSeconds = 5 * 3600;
 constexpr double kTick = 1.0 / kTicksPerSecond;
-constexpr int kStartHour = 5;  // on 12 March 2026
 
 constexpr int At(int hour, int minute, int second = 0) { return (hour * 60 + minute) * 60 + second; }
 // The story, in seconds since its beginning.
@@ -26,31 +29,6 @@ constexpr int kMoreLoad = At(2, 15);
 constexpr int kStuck = At(2, 50);  // the level sensor, for 15 minutes
 constexpr int kTrip = At(3, 45);
 constexpr int kRestart = At(4, 15);
-
-constexpr bool IsWithin(int second, int begin, int length) { return second >= begin && second < begin + length; }
-
-// Random numbers by a 64-bit mixing of a counter.
-class CRandom {
- public:
-  explicit CRandom(std::uint64_t seed) : state_(seed) {}
-  std::uint32_t Next() {
-    state_ += 0x9E3779B97F4A7C15u;
-    std::uint64_t z = state_;
-    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
-    z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
-    return static_cast<std::uint32_t>((z ^ (z >> 31)) >> 32);
-  }
-  /// Bell-shaped around 0: the sum of four even ones, within -2 to 2, deviation about 0.58.
-  double Noise() {
-    std::int64_t sum = 0;
-    for (int i = 0; i < 4; ++i) sum += Next();
-    return static_cast<double>(sum) / 4294967296.0 - 2.0;
-  }
-  bool OneIn(std::uint32_t count) { return Next() % count == 0; }
-
- private:
-  std::uint64_t state_;
-};
 
 // What really happens.
 class CPlant {
@@ -130,11 +108,6 @@ std::int32_t StatusWord(const CPlant& plant, int second) {
 
 // --- output ---------------------------------------------------------------------------------------------------------
 
-void AppendPadded(std::string& out, int number, std::size_t digits) {
-  const std::string text = std::to_string(number);
-  out.append(digits - text.size(), '0').append(text);
-}
-
 class CWriter {
  public:
   CWriter() : text_("time,tag,value\n") {}
@@ -145,14 +118,7 @@ class CWriter {
  private:
   void AddRow(int tick, int ms, const char* tag, const std::string& value) {
     const int second = tick / kTicksPerSecond;
-    text_ += "2026-03-12T";
-    AppendPadded(text_, kStartHour + second / 3600, 2);
-    text_ += ':';
-    AppendPadded(text_, second / 60 % 60, 2);
-    text_ += ':';
-    AppendPadded(text_, second % 60, 2);
-    text_ += '.';
-    AppendPadded(text_, tick % kTicksPerSecond * (1000 / kTicksPerSecond) + ms, 3);
+    simulation::AppendTime(text_, second, tick % kTicksPerSecond * (1000 / kTicksPerSecond) + ms);
     text_.append(",").append(tag).append(",").append(value).append("\n");
   }
   std::string text_;
