@@ -173,16 +173,17 @@ class ZORUTIL_API CTable {
   /// for an unknown type or a corrupt record, -3 at the end of the file. Memory grows with the records that really
   /// arrive, whatever the count says.
   int Load(CFile* file);
-  /// Writes the records for which OnRecordSave is true. 0 when a record fails; the file then
-  /// holds a part. The file has positions, if a record is left out. Afterwards the table is unmodified.
+  /// Writes the records for which OnRecordSave is true. 0 when a record fails; the file then holds a part. The file has
+  /// positions, if a record is left out. Afterwards the table is unmodified.
   int Save(CFile* file) const;
   /// Replaces the records by those in the elements of the table's name under `element`, of which there may be none.
-  /// With a zorutil::ILoadErrors in scope each record that fails is told and left out, and the result is 1. Without one
-  /// the first ends it: 0, the table is empty, and the document's error slot says why. A type that is not registered or
-  /// that the table does not take and a name that is taken are failures.
+  /// (Null is the document's top element, taken for the table's own, whatever its name.) With a zorutil::ILoadErrors in
+  /// scope each record that fails is told and left out, and the result is 1. Without one the first ends it: 0, the
+  /// table is empty, and the document's error slot says why. A type that is not registered or that the table does not
+  /// take and a name that is taken are failures.
   int Load(CStructuredDoc* document, void* element, const char16_t* ns);
-  /// Writes the table's element under `element`. 0 when a record or the document fails; then
-  /// the document has a part of it.
+  /// Writes the table's element under `element`. 0 when a record or the document fails; then the document has a part of
+  /// it.
   int Save(CStructuredDoc* document, void* element, const char16_t* ns) const;
 
  protected:
