@@ -261,6 +261,7 @@ TEST_F(ProjectPatch, FailedAllocationAtAnyPointChangesNothing) {
   allocation_testing::allocations = 0;
   ASSERT_TRUE(ApplyPatch(*parsed, *plant, {.isCheck = true}));
   const int planned = allocation_testing::allocations;
+  if (planned == 0) GTEST_SKIP() << "the sanitizer's allocator does not fail";
   const auto failsAt = [&](int left) {
     bool isRefused = false;
     allocation_testing::allocationsLeft = left;
