@@ -105,6 +105,22 @@ TEST_F(GatewayProgram, TellsWhatIsWrongWithAProjectInTheUsersLanguage) {
   EXPECT_TRUE(Holds(messages_, "Tug")) << messages_;
 }
 
+TEST_F(GatewayProgram, GoesByItsSettingsFileUnlessTheCommandLineSaysOtherwise) {
+  const std::string product = "Velnora/Gateway/V" + std::to_string(std::atoi(GATEWAY_VERSION));
+  const std::string call = "plant.json --readings readings.csv";
+  const std::string machine = "ZORUTIL_MACHINE_DATA_DIR='" + folder_.string() + "'";
+  EXPECT_EQ(Run(call, machine), 0) << messages_;
+  EXPECT_FALSE(fs::exists(folder_ / "Velnora"));
+  fs::create_directories(folder_ / product);
+  Write(product + "/settings.ini", "[Gateway]\nLog=a.log\nLogIntervalMs=7000\nDefinitions=" GATEWAY_DEFINITIONS "\n");
+  EXPECT_EQ(Run(call + " --log b.log", machine), 0) << messages_;
+  EXPECT_TRUE(Holds(out_, "of a kind in 7 s")) << out_;
+  EXPECT_TRUE(fs::exists(folder_ / "b.log") && !fs::exists(folder_ / "a.log"));
+  Write("wrong.ini", "[Gateway]\nSliceMs=1\n");
+  EXPECT_EQ(Run(call + " --settings wrong.ini", machine), 3);
+  EXPECT_TRUE(Holds(messages_, "wrong.ini:2: [Gateway] SliceMs: '1'")) << messages_;
+}
+
 TEST_F(GatewayProgram, ExitsByWhatItFound) {
   Write("bad.csv",
         "time,station,address,value\nnever,x/1,1,1\n2026-01-01T00:00:00,10.0.0.1:502/1,40001,5\n"

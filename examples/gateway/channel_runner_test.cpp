@@ -155,6 +155,14 @@ TEST_F(ChannelRunner, LimitsItsLogAndTellsWhatItLeftOut) {
   EXPECT_EQ(runner_->TakeLog(),
             "1970-01-01 00:01:00.300  C.D.A: good again (and 2 more before)\n"
             "1970-01-01 00:01:00.400  C.D.A: no answer (and 2 more before)\n");
+  runner_->SetLogInterval(1000);
+  Step("1");
+  Step("");
+  ms_ = 61'500;
+  Step("1");
+  EXPECT_EQ(runner_->TakeLog(),
+            "1970-01-01 00:01:00.500  C.D.A: good again\n1970-01-01 00:01:00.600  C.D.A: no answer\n"
+            "1970-01-01 00:01:01.500  C.D.A: good again\n");
 }
 
 // A runner reads while others rename, delete and add: nothing is lost, and every reference comes back.
