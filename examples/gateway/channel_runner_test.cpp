@@ -161,8 +161,9 @@ TEST_F(ChannelRunner, LimitsItsLogAndTellsWhatItLeftOut) {
   ms_ = 61'500;
   Step("1");
   EXPECT_EQ(runner_->TakeLog(),
-            "1970-01-01 00:01:00.500  C.D.A: good again\n1970-01-01 00:01:00.600  C.D.A: no answer\n"
-            "1970-01-01 00:01:01.500  C.D.A: good again\n");
+            "1970-01-01 00:01:00.500  C.D.A: good again (and 2 more before)\n"
+            "1970-01-01 00:01:00.600  C.D.A: no answer (and 2 more before)\n"
+            "1970-01-01 00:01:01.500  C.D.A: good again (and 2 more before)\n");
 }
 
 // A runner reads while others rename, delete and add: nothing is lost, and every reference comes back.
