@@ -105,11 +105,25 @@ TEST_F(GatewayProgram, TellsWhatIsWrongWithAProjectInTheUsersLanguage) {
   EXPECT_TRUE(Holds(messages_, "Tug")) << messages_;
 }
 
+TEST_F(GatewayProgram, GoesByItsSettingsFileUnlessTheCommandLineSaysOtherwise) {
+  const std::string product = "Velnora/Gateway/V" + std::to_string(std::atoi(GATEWAY_VERSION));
+  const std::string call = "plant.json --readings readings.csv";
+  const std::string machine = "ZORUTIL_MACHINE_DATA_DIR='" + folder_.string() + "'";
+  EXPECT_EQ(Run(call, machine), 0) << messages_;
+  EXPECT_FALSE(fs::exists(folder_ / "Velnora"));
+  fs::create_directories(folder_ / product);
+  Write(product + "/settings.ini", "[Gateway]\nLog=a.log\nLogIntervalMs=7000\nDefinitions=" GATEWAY_DEFINITIONS "\n");
+  EXPECT_EQ(Run(call + " --log b.log", machine), 0) << messages_;
+  EXPECT_TRUE(Holds(out_, "of a kind in 7 s")) << out_;
+  EXPECT_TRUE(fs::exists(folder_ / "b.log") && !fs::exists(folder_ / "a.log"));
+}
+
 TEST_F(GatewayProgram, ExitsByWhatItFound) {
   Write("bad.csv",
         "time,station,address,value\nnever,x/1,1,1\n2026-01-01T00:00:00,10.0.0.1:502/1,40001,5\n"
         "9999-12-31T23:59:59,10.0.0.1:502/1,40001,6\n");
   Write("empty.csv", "time,station,address,value\n");
+  Write("wrong.ini", "[Gateway]\nSliceMs=1\n");
   Write("script.json", R"([{"at": 1, "destroy": "all"}])");
   Write("cut.bin", "\x89ZPJ");
   const struct {
@@ -122,6 +136,7 @@ TEST_F(GatewayProgram, ExitsByWhatItFound) {
                {"plant.json --readings readings.csv --changes script.json", 3, "script.json, line 1: expected one of"},
                {"plant.json --readings readings.csv --plot none/x.svg", 3, "none/x.svg: cannot write: No such file"},
                {"plant.json --save none/x", 3, "none"},
+               {"plant.json --settings wrong.ini", 3, "wrong.ini:2: [Gateway] SliceMs: '1'"},
                {"none.json", 3, "none.json"},
                {"cut.bin", 3, "cut.bin"},
                {"readings.csv", 3, "readings.csv"},

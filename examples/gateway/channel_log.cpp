@@ -29,6 +29,10 @@ void CChannelLog::Add(kind_t kind, std::int64_t ms, std::string_view path, std::
   entry.leftOut = 0;
 }
 
+void CChannelLog::SetInterval(int intervalMs) {
+  for (entry_t& entry : entries_) entry.throttle = Make(intervalMs).throttle;
+}
+
 std::string CChannelLog::Take() { return std::exchange(text_, {}); }
 
 }  // namespace gateway

@@ -27,6 +27,8 @@ class CChannelLog {
 
   /// `ms` is since 1970, UTC.
   void Add(kind_t kind, std::int64_t ms, std::string_view path, std::string_view text);
+  /// The next entry of each kind is written at once, as the first one is.
+  void SetInterval(int intervalMs);
   /// What was written since the last time.
   std::string Take();
   /// Of all entries, those included that were left out.

@@ -53,6 +53,12 @@ void CChannelRunner::Wait() {
   if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
 }
 
+void CChannelRunner::SetLogInterval(int intervalMs) {
+  if (intervalMs == options_.logIntervalMs) return;
+  options_.logIntervalMs = intervalMs;
+  log_.SetInterval(intervalMs);
+}
+
 void CChannelRunner::Work() {
   std::unique_lock guard(mutex_);
   for (;;) {

@@ -86,6 +86,7 @@ class CChannelRunner : private ILaneListener {
   /// What the thread threw comes out here.
   void Wait();
 
+  void SetLogInterval(int intervalMs);
   std::string TakeLog() { return log_.Take(); }
   /// Lines of time, path, value.
   const std::string& GetReported() const { return reported_; }

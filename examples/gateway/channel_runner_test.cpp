@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <memory>
 #include <set>
@@ -155,6 +156,11 @@ TEST_F(ChannelRunner, LimitsItsLogAndTellsWhatItLeftOut) {
   EXPECT_EQ(runner_->TakeLog(),
             "1970-01-01 00:01:00.300  C.D.A: good again (and 2 more before)\n"
             "1970-01-01 00:01:00.400  C.D.A: no answer (and 2 more before)\n");
+  runner_->SetLogInterval(0);
+  Step("1");
+  Step("");
+  const std::string log = runner_->TakeLog();
+  EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 6) << log;  // of three tags
 }
 
 // A runner reads while others rename, delete and add: nothing is lost, and every reference comes back.

@@ -65,7 +65,10 @@ void CGateway::Run() {
     RunSlice(slice, isLast ? nullptr : &next);
     slice = next;
     MarkMemory();
-    if (progress_) progress_(GetUpdates());
+    if (afterSlice_) {
+      afterSlice_(GetUpdates());
+      for (const auto& runner : runners_) runner->SetLogInterval(settings_.logIntervalMs);
+    }
     if (settings_.isRealTime) std::this_thread::sleep_until(startedAt + std::chrono::milliseconds(runMs_));
   }
   seconds_ = std::chrono::duration<double>(std::chrono::steady_clock::now() - startedAt).count();
@@ -101,9 +104,12 @@ void CGateway::RunSlice(const slice_t& slice, const slice_t* next) {
   }
   if (failure) std::rethrow_exception(failure);
   Collect(slice);
+  nowMs_ = slice.untilMs;
   runMs_ += slice.untilMs - slice.fromMs;
   if (next != nullptr) SynchronizeChannels(next->fromMs);
 }
+
+void CGateway::Log(std::string_view text) { log_ << readings::TimeText(nowMs_) << "  " << text << '\n'; }
 
 void CGateway::Collect(const slice_t& slice) {
   for (const auto& runner : runners_) {

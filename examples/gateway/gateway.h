@@ -17,6 +17,7 @@
 #include <ostream>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "examples/gateway/activity_picture.h"
@@ -58,8 +59,11 @@ class CGateway {
 
   void Run();
   result_t GetResult() const;
-  /// Called after a slice, with the updates made so far.
-  void SetProgress(std::function<void(std::uint64_t)> progress) { progress_ = std::move(progress); }
+  /// Called after a slice, while no channel runs, with the updates made so far. It may change the settings' slice, log
+  /// interval and language, and write to the log.
+  void SetAfterSlice(std::function<void(std::uint64_t)> afterSlice) { afterSlice_ = std::move(afterSlice); }
+  /// A line of the log, at the time that the plant has reached.
+  void Log(std::string_view text);
 
  private:
   struct slice_t {
@@ -86,7 +90,7 @@ class CGateway {
   std::vector<int> panels_;  // by the number of the watched tag
   CActivityPicture* picture_;
   zorutil::properties::CDefinitionStore& definitions_;
-  std::function<void(std::uint64_t)> progress_;
+  std::function<void(std::uint64_t)> afterSlice_;
 
   std::vector<std::unique_ptr<CChannelRunner>> runners_;
   std::uint32_t seen_ = 0;
@@ -94,6 +98,7 @@ class CGateway {
   std::vector<channel_summary_t> gone_;
   std::uint64_t goneUpdates_ = 0;
   std::int64_t startMs_ = 0;
+  std::int64_t nowMs_ = 0;
   std::int64_t runMs_ = 0;  // without what was left out
   double seconds_ = 0;
   double cpuSeconds_ = 0;

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -14,6 +15,7 @@
 #include <system_error>
 
 #include "examples/gateway/gateway.h"
+#include "examples/gateway/live_settings.h"
 #include "examples/gateway/summary.h"
 #include "examples/readings/file_source.h"
 #include "examples/readings/text_table.h"
@@ -21,6 +23,7 @@
 #include "util/i18n/language.h"
 #include "util/i18n/message_exception.h"
 #include "util/objects/type_library.h"
+#include "util/options/product_identity.h"
 #include "util/project/tree_validation.h"
 #include "util/properties/definition_loader.h"
 #include "util/properties/definition_store.h"
@@ -119,8 +122,8 @@ void WritePictures(const settings_t& settings, const readings::CPlot& plot, cons
 }
 
 // Runs the project over the readings. False when there was anything to complain about.
-bool RunProject(CTableObj& root, const settings_t& settings, gateway::CChangeScript& changes,
-                properties::CDefinitionStore& definitions) {
+bool RunProject(CTableObj& root, const settings_t& settings, gateway::CLiveSettings& live,
+                gateway::CChangeScript& changes, properties::CDefinitionStore& definitions) {
   readings::CProblemLog problems(std::cerr, 20);
   gateway::CReadingFeed feed(
       settings.readings, [&settings] { return std::make_unique<readings::CFileSource>(settings.readings); }, problems);
@@ -142,7 +145,10 @@ bool RunProject(CTableObj& root, const settings_t& settings, gateway::CChangeScr
                             settings.reported.empty() ? nullptr : &reportedFile, plot,
                             settings.overview.empty() ? nullptr : &picture, definitions);
   CProgressLine progress;
-  if (IsTerminal()) running.SetProgress([&progress](std::uint64_t updates) { progress.Show(updates); });
+  running.SetAfterSlice([&, isTerminal = IsTerminal()](std::uint64_t updates) {
+    if (isTerminal) progress.Show(updates);
+    for (const std::string& line : live.Look()) running.Log(line);
+  });
   running.Run();
   progress.Clear();
   problems.Finish();
@@ -164,7 +170,7 @@ bool RunProject(CTableObj& root, const settings_t& settings, gateway::CChangeScr
   return problems.GetCount() == 0 && changes.GetFailed() == 0;
 }
 
-exit_t Run(const std::string& path, const settings_t& settings) {
+exit_t Run(const std::string& path, const settings_t& settings, gateway::CLiveSettings& live) {
   gateway::RegisterTypes();
   std::vector<zorutil::CTypeLibrary> plugins;  // outlive the project
   for (const std::string& file : settings.types) plugins.emplace_back(zorplatform::FromNativePath(file));
@@ -190,7 +196,7 @@ exit_t Run(const std::string& path, const settings_t& settings) {
   }
   properties::CDefinitionStore& definitions = own != nullptr ? *own : properties::GetDefinitionStore();
   bool isFine = Validate(*root, settings, definitions);
-  if (!settings.readings.empty()) isFine = RunProject(*root, settings, changes, definitions) && isFine;
+  if (!settings.readings.empty()) isFine = RunProject(*root, settings, live, changes, definitions) && isFine;
   const auto trips = gateway::SaveAndReload(*root, settings.save, settings.languageId);
   std::cout << '\n';
   gateway::PrintRoundTrips(std::cout, trips);
@@ -206,7 +212,8 @@ int main(int argc, char** argv) {
 #ifdef SIGPIPE
   std::signal(SIGPIPE, SIG_IGN);  // a reader that went away is a write error, with a message
 #endif
-  std::string path, language = "en";
+  std::string path, file;
+  gateway::given_t given;
   settings_t settings;
   CLI::App app{
       "Example: gateway boiler_house.json --readings boiler_house.csv --plot boilers.svg\n\n"
@@ -219,26 +226,26 @@ int main(int argc, char** argv) {
       "gateway"};
   app.set_version_flag("--version", "gateway " GATEWAY_VERSION);
   app.add_option("project", path, "The project")->required();
+  app.add_option("--settings", file,
+                 "The settings file; without it settings.ini in the product's folder, if it is there");
   app.add_option("--readings", settings.readings, "CSV with the columns time, station, address, value");
-  app.add_option("--definitions", settings.definitions,
+  app.add_option("--definitions", given.definitions,
                  "The folder of the compiled definitions; without it the folder Properties beside the program");
   app.add_option("--types", settings.types, "A plug-in with further types of objects (type_library.h)");
   app.add_option("--changes", settings.changes, "Changes to make while it runs: a JSON array, see change_script.h");
-  app.add_option("--language", language, "The language of failures, such as de")
-      ->capture_default_str()
+  app.add_option("--language", given.language, "The language of failures, such as de")
       ->check(
           [](const std::string& tag) { return i18n::LanguageIdFromTag(tag) != 0 ? "" : tag + ": no such language"; });
   app.add_option("--reported", settings.reported, "Write the reported values into this CSV file");
-  app.add_option("--log", settings.log, "Write the log into this file instead of standard error");
-  app.add_option("--log-interval", settings.logIntervalMs, "Entries of one kind of a channel are this far apart, in ms")
-      ->check(CLI::NonNegativeNumber)
-      ->capture_default_str();
+  app.add_option("--log", given.log, "Write the log into this file instead of standard error");
+  app.add_option("--log-interval", given.logIntervalMs, "Entries of one kind of a channel are this far apart, in ms")
+      ->check(CLI::NonNegativeNumber);
   app.add_option("--plot", settings.plot, "Draw the watched tags into this SVG file");
   app.add_option("--watch", settings.watched, "The path of a tag to draw, below the project; up to 24")
       ->expected(1, readings::CPlot::kMostPanels);
   app.add_option("--overview", settings.overview, "Draw all devices over time into this SVG file");
   app.add_option("--save", settings.save, "Write the project as PATH.bin, PATH.xml and PATH.json");
-  app.add_flag("--realtime", settings.isRealTime, "Let simulated time pass as fast as real time");
+  app.add_flag("--realtime", given.isRealTime, "Let simulated time pass as fast as real time");
   auto* const repeat = app.add_option("--repeat", settings.passes, "Go through the readings so many times")
                            ->check(CLI::PositiveNumber)
                            ->capture_default_str();
@@ -250,11 +257,11 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? EXIT_FINE : EXIT_USAGE;
   }
-  if (settings.isRealTime) settings.sliceMs = 100;
-  settings.languageId = i18n::LanguageIdFromTag(language);
-  i18n::SetProductLanguageId(settings.languageId);
   try {
-    return Run(path, settings);
+    zorutil::SetProductName(u"Gateway");
+    zorutil::SetAppVersion(std::atoi(GATEWAY_VERSION));
+    gateway::CLiveSettings live(settings, given, file.empty() ? gateway::CLiveSettings::FindProductFile() : file);
+    return Run(path, settings, live);
   } catch (const i18n::message_exception_t& error) {
     std::cerr << "gateway: " << error.GetMessageText(settings.languageId).ToUtf8() << '\n';
     return EXIT_IO;

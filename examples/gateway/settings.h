@@ -1,4 +1,4 @@
-// How the gateway runs: what its command line sets.
+// How the gateway runs: what its command line and its settings file (live_settings.h) set.
 #pragma once
 
 #include <cstdint>
@@ -24,6 +24,8 @@ struct settings_t {
   std::uint32_t sliceMs = 2000;  ///< of time that the channels run through side by side; 100 in real time
   int logIntervalMs = 60'000;    ///< of the throttle
   unsigned short languageId = 0x0409;
+
+  bool operator==(const settings_t&) const = default;
 };
 
 }  // namespace gateway
