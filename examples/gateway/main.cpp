@@ -18,6 +18,7 @@
 #include "examples/gateway/live_settings.h"
 #include "examples/gateway/summary.h"
 #include "examples/readings/file_source.h"
+#include "examples/readings/progress_line.h"
 #include "examples/readings/text_table.h"
 #include "platform/framework/native_path.h"
 #include "util/i18n/language.h"
@@ -28,10 +29,6 @@
 #include "util/properties/definition_loader.h"
 #include "util/properties/definition_store.h"
 #include "util/properties/functor.h"
-
-#if defined(__unix__) || defined(__APPLE__)
-#include <unistd.h>
-#endif
 
 namespace {
 
@@ -62,33 +59,6 @@ std::string ReadText(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) ThrowCannot("read", path);
   return {std::istreambuf_iterator<char>(file), {}};
-}
-
-// A line on the terminal that each next one overwrites.
-class CProgressLine {
- public:
-  void Show(std::uint64_t updates) {
-    const auto now = std::chrono::steady_clock::now();
-    if (now - shown_ < std::chrono::milliseconds(200)) return;
-    shown_ = now;
-    isShown_ = true;
-    std::cerr << "\033[K" << readings::Grouped(updates) << " updates\r" << std::flush;
-  }
-  void Clear() const {
-    if (isShown_) std::cerr << "\033[K";
-  }
-
- private:
-  std::chrono::steady_clock::time_point shown_ = std::chrono::steady_clock::now();
-  bool isShown_ = false;
-};
-
-bool IsTerminal() {
-#if defined(__unix__) || defined(__APPLE__)
-  return isatty(STDERR_FILENO) != 0;
-#else
-  return false;
-#endif
 }
 
 // Prints what is wrong with the settings of the objects. False when anything is.
@@ -144,9 +114,9 @@ bool RunProject(CTableObj& root, const settings_t& settings, gateway::CLiveSetti
   gateway::CGateway running(root, settings, feed, changes, settings.log.empty() ? std::cerr : logFile,
                             settings.reported.empty() ? nullptr : &reportedFile, plot,
                             settings.overview.empty() ? nullptr : &picture, definitions);
-  CProgressLine progress;
-  running.SetAfterSlice([&, isTerminal = IsTerminal()](std::uint64_t updates) {
-    if (isTerminal) progress.Show(updates);
+  readings::CProgressLine progress("updates");
+  running.SetAfterSlice([&](std::uint64_t updates) {
+    progress.Show(updates);
     for (const std::string& line : live.Look()) running.Log(line);
   });
   running.Run();

@@ -13,12 +13,9 @@
 #include <system_error>
 
 #include "examples/readings/file_source.h"
+#include "examples/readings/progress_line.h"
 #include "examples/replay/replay.h"
 #include "util/i18n/language.h"
-
-#if defined(__unix__) || defined(__APPLE__)
-#include <unistd.h>
-#endif
 
 namespace {
 
@@ -66,39 +63,6 @@ void WriteToStandardOutput(std::string_view text) {
   if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) return;
   throw std::runtime_error("standard output: cannot write: " + std::generic_category().message(errno));
 }
-
-bool IsTerminal() {
-#if defined(__unix__) || defined(__APPLE__)
-  return isatty(STDERR_FILENO) != 0;
-#else
-  return false;
-#endif
-}
-
-// A line on the terminal that each next one, and any message, overwrites.
-class CProgressLine {
- public:
-  void Show(std::uint64_t readings) {
-    const auto now = clock_t::now();
-    if (now - shown_ < std::chrono::milliseconds(200)) return;
-    shown_ = now;
-    const double seconds = std::chrono::duration<double>(now - start_).count();
-    char text[96];
-    std::snprintf(text, sizeof text, "\033[K%.1f million readings, %.1f million a second\r",
-                  static_cast<double>(readings) / 1e6, static_cast<double>(readings) / 1e6 / seconds);
-    std::cerr << text << std::flush;
-    any_ = true;
-  }
-  void Clear() const {
-    if (any_) std::cerr << "\033[K";
-  }
-
- private:
-  using clock_t = std::chrono::steady_clock;
-  clock_t::time_point start_ = clock_t::now();
-  clock_t::time_point shown_ = start_;
-  bool any_ = false;
-};
 
 bool IsXml(const std::string& path) { return CString(path).Right(4).CompareNoCase(u".xml") == 0; }
 
@@ -164,9 +128,9 @@ exit_t Run(const arguments_t& arguments) {
   }
 
   const auto start = std::chrono::steady_clock::now();
-  CProgressLine progress;
+  readings::CProgressLine progress("readings");
   replay::replay_options_t options{.strict = arguments.strict, .plot = arguments.plot.empty() ? nullptr : &plot};
-  if (IsTerminal()) options.onProgress = [&](std::uint64_t readings) { progress.Show(readings); };
+  options.onProgress = [&](std::uint64_t readings) { progress.Show(readings); };
   replay::CReplay run(tags, out, log, std::move(options));
   readings::CCsvReader reader(*source);
   const bool any = run.Run(reader, arguments.input);
