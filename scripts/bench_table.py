@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """The table of docs/performance.md from the JSON reports of the benchmarks: bench_table.py DOCUMENT REPORT.json...
 
-Puts it into the document, between the two lines that mark its place, and prints it.
+Puts it into the document, between the two lines that mark its place, and prints it. Lines whose programs were not run
+stay as the document has them.
 
 Each line sets a work beside a peer that does the same in the same run, and beside the target that we hold ourselves to.
 """
@@ -211,18 +212,21 @@ def target_text(target):
     return {RATIO: f"≤ {bound}", NS: f"≤ {time_text(bound)}", RATE: f"≥ {bound} GB/s"}[kind]
 
 
-def row_text(medians, work, peer, target, who="ours"):
+def title_text(work, who):
+    return work if who == "ours" else f"{work} ({who.removeprefix('ours ')})"
+
+
+def row_text(medians, old, work, peer, target, who="ours"):
     ours = medians.get((work, who))
     if ours is None:
-        return None
+        return old.get((title_text(work, who), peer or ""))
     theirs = medians.get((work, peer))
     ratio = ours.ns / theirs.ns if theirs else None
     value = f"{time_text(ours.ns)} ({ours.rate:.{0 if ours.rate >= 10 else 2}f} GB/s)" if ours.rate else time_text(ours.ns)
     verdict = ""
     if target is not None:
         verdict = "peer left out" if target[0] == RATIO and theirs is None else "met" if is_met(target, ours, ratio) else "**no**"
-    title = work if who == "ours" else f"{work} ({who.removeprefix('ours ')})"
-    cells = [title, value, peer or "", time_text(theirs.ns) if theirs else "", f"{ratio:.2f}" if ratio else "",
+    cells = [title_text(work, who), value, peer or "", time_text(theirs.ns) if theirs else "", f"{ratio:.2f}" if ratio else "",
              target_text(target), verdict]
     return "| " + " | ".join(cells) + " |"
 
@@ -233,18 +237,28 @@ def machine_text():
     return f"{models[0] if models else platform.machine()}, {len(models)} processors, Linux {platform.release()}"
 
 
-def table_text(medians):
-    rows = [row_text(medians, *row) for row in ROWS]
+def read_rows(table):
+    """The lines of a table by their work and peer."""
+    rows = {}
+    for line in table.splitlines():
+        cells = [cell.strip() for cell in line.split("|")]
+        if len(cells) > 4:
+            rows[cells[1], cells[3]] = line
+    return rows
+
+
+def table_text(medians, old):
+    rows = [row_text(medians, old, *row) for row in ROWS]
     head = ["| work | ours | peer | peer's | ratio | target | |", "|---|---:|---|---:|---:|---:|---|"]
     return "\n".join([f"Machine: {machine_text()}.", "", *head, *filter(None, rows)])
 
 
 def main():
     document, reports = sys.argv[1], sys.argv[2:]
-    table = table_text(read_medians(reports))
     with open(document, encoding="utf-8") as file:
         before, rest = file.read().split(BEGIN)
-    after = rest.split(END)[1]
+    table, after = rest.split(END)
+    table = table_text(read_medians(reports), read_rows(table))
     with open(document, "w", encoding="utf-8") as file:
         file.write(f"{before}{BEGIN}\n{table}\n{END}{after}")
     print(table)
