@@ -212,7 +212,9 @@ TEST_F(Registry, ReadersNeedNoRightToWriteAndWriteNothing) {
   fs::permissions(folder_.Native(), fs::perms{0555});
   fs::permissions(file_, fs::perms{0444});
   EXPECT_TRUE(InChild(::geteuid() == 0, [&] {
-    return Get() == 1 && isDenied() && !CKey().Open(HKEY_LOCAL_MACHINE, kBase, KEY_READ_WRITE);
+    const bool mayRead = Get() == 1 && isDenied() && !CKey().Open(HKEY_LOCAL_MACHINE, kBase, KEY_READ_WRITE);
+    SetRegistryFile(folder_.PathOf("new.db"));
+    return mayRead && CKey().Create(HKEY_LOCAL_MACHINE, kBase).code == code_t::accessDenied;
   }));
   fs::permissions(file_, fs::perms{0666});
   EXPECT_TRUE(InChild(::geteuid() == 0, isDenied)) << "no room for a journal";
