@@ -65,7 +65,13 @@ TEST_F(ProductIdentity, WorksFoldersOutOnceAndAsksNobodyForTheCompanyOfPersonalO
   SetAppVersion(3);
   EXPECT_EQ(Rest(GetAppProfileDir()), "user\\C\\P\\V3\\");
   EXPECT_EQ(Rest(GetProjectBackupDataDir()), "machine\\C\\P\\V3\\Project Backups\\");
+  EXPECT_EQ(Rest(GetUserProfileDir()), "documents\\C\\P\\V3\\");
   EXPECT_EQ(Rest(GetAdminSettingsFile()), "machine\\C\\P\\V2\\settings.ini!") << "files stay";
+  SetCompanyName(u"c");
+  EXPECT_EQ(CString(GetCompanyName()).ToUtf8() + Rest(GetAppProfileDir()), "cuser\\C\\P\\V3\\")
+      << "no path is forgotten";
+  SetAppVersion(4);
+  EXPECT_EQ(Rest(GetSharedProfileDir()), "machine\\C\\common\\") << "stays too";
 }
 
 TEST_F(ProductIdentity, TakesTheSharedBaseFromTheProductFile) {
