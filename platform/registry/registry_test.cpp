@@ -123,6 +123,10 @@ TEST_F(Registry, KeysGiveTheRightsTheyWereOpenedWith) {
   EXPECT_EQ(Set(key, u"v", 1), code_t::fileNotFound);
   EXPECT_TRUE(other.DeleteKey(u"Acme2\\X") && CKey().Create(HKEY_LOCAL_MACHINE, kBase));
   EXPECT_EQ(Get(), No(code_t::fileNotFound)) << "deleted with its key";
+  Make();
+  EXPECT_TRUE(Get() == 1 && other.DeleteKey(u"Acme\\Gateway"));
+  Make(5, u"Software\\Acme\\Other");
+  EXPECT_EQ(Get(), No(code_t::fileNotFound)) << "another key has its place now";
 }
 
 TEST_F(Registry, ATransactionIsWrittenWholeOrNotAtAllAndReadsOfOneMoment) {
