@@ -1,4 +1,6 @@
 // utilctl options and product, as their users run them.
+#include <algorithm>
+
 #include "tests/program_testing.h"
 
 namespace {
@@ -33,6 +35,16 @@ TEST_F(UtilctlOptions, ReadsChangesAndExplainsOneLineOfTheFile) {
     EXPECT_EQ(std::to_string(Run("options " + arguments)) + out_ + messages_, code + out) << arguments;
   }
   EXPECT_TRUE(FileText(folder_ / "a.ini").starts_with("; by hand\n[S]\nK=-5\nEmpty=\n"));
+}
+
+TEST_F(UtilctlOptions, LosesNothingThatAnotherCallWritesAtTheSameTime) {
+  Write("a.ini", "[S]\n");
+  const std::string set = std::string("'" UTILCTL_PROGRAM "' options set S ");
+  const auto loop = [&](const char* name) {
+    return "for i in 1 2 3 4 5 6 7 8 9; do " + set + name + "$i 1 --file a.ini; done";
+  };
+  EXPECT_EQ(Run("options list --file a.ini", "{ " + loop("A") + " & " + loop("B") + "; wait; };"), 0) << messages_;
+  EXPECT_EQ(std::count(out_.begin(), out_.end(), '\n'), 19) << out_;
 }
 
 TEST_F(UtilctlOptions, ShowsWhereAProductKeepsItsFiles) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/framework/file.h"
+#include "platform/framework/file_lock.h"
 #include "platform/framework/string_array.h"
 #include "platform/zorplatform/file_search.h"
 #include "platform/zorplatform/ini_file.h"
@@ -203,6 +204,7 @@ exit_t SetOption(CCall& call) {
   const level_file_t file = LevelFiles(call).front();
   const CString key = call.Get("KEY"), value = call.Get("VALUE");
   COptionsContainer& container = COptionsContainer::GetInstance();
+  const zorplatform::CFileLock lock(FileText(file.path));
   container.LoadSettings(file.level, FileText(file.path));
   const CSectionOptions options(call.Get("SECTION"), file.level);
   options.WriteString(key, value);
@@ -217,6 +219,7 @@ exit_t UnsetOption(CCall& call) {
   const level_file_t file = LevelFiles(call).front();
   const CString section = call.Get("SECTION"), key = call.Get("KEY");
   CIniFile document;
+  const zorplatform::CFileLock lock(FileText(file.path));
   document.Load(FileText(file.path));
   const bool wasThere = call.Has("KEY") ? document.DeleteValue(section, key) : document.DeleteSection(section);
   if (!wasThere)
