@@ -18,6 +18,7 @@ TEST_F(UtilctlOptions, ReadsChangesAndExplainsOneLineOfTheFile) {
       {"get S None --file a.ini", "1", "a.ini: [S] None: there is no such value\n"},
       {"get S None --file a.ini --default x --level 3", "0", "x\n"},
       {"get S K --file none.ini", "3", "utilctl: none.ini: open: No such file or directory\n"},
+      {"get S K --file /dev/null", "3", "utilctl: /dev/null: open: not a regular file\n"},
       {"set S K --file a.ini --level 1 -- -5", "0", ""},
       {"set S a=b 1 --file a.ini", "2", "utilctl: [S] a=b: no settings file can hold this name, or this very value\n"},
       {"explain S K --level 1 --file a.ini --level 7 --file b.ini --level 2 --file none.ini", "0",

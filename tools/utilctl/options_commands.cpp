@@ -71,10 +71,12 @@ std::vector<level_file_t> LevelFiles(const CCall& call) {
   return pairs;
 }
 
-// A missing file, which a program takes for an empty one, is what a user asks for help with.
+// A missing file, which a program takes for an empty one as it does a pipe, is what a user asks for help with.
 void Load(const level_file_t& file) {
-  CFile(FileText(file.path), CFile::modeRead).Close();
-  COptionsContainer::GetInstance().LoadSettings(file.level, FileText(file.path));
+  const CString path = FileText(file.path);
+  CFile(path, CFile::modeRead).Close();
+  if (!zorplatform::FileExists(path)) throw CFileException(path, "open: not a regular file", 0);
+  COptionsContainer::GetInstance().LoadSettings(file.level, path);
 }
 
 // On one line, and without what steers a terminal.
