@@ -62,6 +62,7 @@ TEST_F(Registry, MakesItsFileWithTheFirstWriteAndFollowsItsPlace) {
   std::vector<CString> names;
   EXPECT_TRUE(hive.Open(HKEY_LOCAL_MACHINE, u"", KEY_READ_WRITE) && hive.GetSubkeys(names));
   EXPECT_FALSE(hive.DeleteTree(kBase) || hive.DeleteValue(u"v") || fs::exists(folder_.Native("a")));
+  EXPECT_EQ(Set(hive, u"v", 1), code_t::success) << "hives are there without a file";
   CKey key = Make(3);
   fs::rename(folder_.Native("a/r.db"), folder_.Native("old.db"));
   EXPECT_EQ(Set(key, u"v", 4), code_t::fileNotFound);

@@ -60,6 +60,7 @@ TEST_F(ProductIdentity, WorksFoldersOutOnceAndAsksNobodyForTheCompanyOfPersonalO
   EXPECT_EQ(Rest(GetUserProfileDir()), "documents\\\\P\\V2\\");
   EXPECT_EQ(Rest(GetSharedProfileDir()), "machine\\C\\common\\");
   EXPECT_EQ(Rest(GetAdminSettingsFile()), "machine\\C\\P\\V2\\settings.ini!");
+  EXPECT_EQ(Rest(GetSharedAppProfileDir(false)), "machine\\C\\P\\V2\\") << "made for the file";
   SetAppVersion(2);
   EXPECT_EQ(Rest(GetAppProfileDir()), "user\\\\P\\V2\\") << "nothing has changed";
   SetAppVersion(3);
