@@ -132,19 +132,23 @@ TEST(Options, ComeBackFromStructuredDocuments) {
 TEST(Options, AreAllOldOrAllNewWhileAnotherThreadReadsThemAndSwapsTheFile) {
   const CTempFolder temp;
   const COpenOptions group;
-  const char16_t *const a = u"A", *const b = u"B";
+  const char16_t *const a = u"A", *const b = u"B", *const written = u"W";
   std::atomic<bool> done{false};
   std::thread other([&] {
     CIniFile file;
     for (unsigned i = 0; !done; ++i) {
       for (const char16_t* key : {a, b}) file.WriteValue(u"S", key, CString().AssignInteger(i));
       file.Save(temp.PathOf("x.ini"));
-      for (int k = 0; k < 1000; ++k) group.ReadDWord(a, 0), group.ReadString(b, u"");
+      for (int k = 0; k < 1000; ++k) group.ReadDWord(a, 0), group.ReadString(b, u""), group.ReadDWord(written, 0);
     }
   });
   for (std::set<std::uint32_t> seen; seen.size() < 20; seen.insert(group.ReadDWord(a, 0))) {
     Container().LoadSettings(kLevel, temp.PathOf("x.ini"));
     EXPECT_EQ(group.ReadString(b, u"0"), CString().AssignInteger(group.ReadDWord(a, 0)));
+    for (unsigned i = 0; i < 500; ++i) {
+      group.WriteDWord(written, i);
+      EXPECT_EQ(group.ReadDWord(written, 0), i);
+    }
   }
   done = true;
   other.join();

@@ -73,6 +73,9 @@ TEST_F(ProductIdentity, WorksFoldersOutOnceAndAsksNobodyForTheCompanyOfPersonalO
       << "no path is forgotten";
   SetAppVersion(4);
   EXPECT_EQ(Rest(GetSharedProfileDir()), "machine\\C\\common\\") << "stays too";
+  identity::Forget();
+  GetSharedProfileDir();
+  EXPECT_EQ(Rest(GetAppProfileDir()), "user\\C\\P\\V2\\") << "the company was asked for";
 }
 
 TEST_F(ProductIdentity, TakesTheSharedBaseFromTheProductFile) {
