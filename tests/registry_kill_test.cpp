@@ -42,15 +42,17 @@ bool Check(bool isGood, const std::string& fault) { return isGood || (std::cerr 
 // Both values of a writer are there, whole and of the same write, `from` or a later one, which `from` becomes.
 bool Read(int writer, std::uint32_t& from) {
   const std::uint32_t least = std::max(from, shared->written[writer].load());
-  value_t values[2];
-  CTransaction transaction;
-  status_t status = transaction.Begin(CTransaction::read);
-  for (int i = 0; status && i < 2; ++i) {
-    status = registry::QueryValue(HKEY_LOCAL_MACHINE, kPaths[i], kNames[writer], values[i]);
+  std::vector<key_values_t> keys;
+  std::vector<value_t> values;
+  const status_t status = ReadTree(HKEY_LOCAL_MACHINE, kPaths[0], keys);
+  for (const key_values_t& key : keys) {
+    for (const named_value_t& each : key.values) {
+      if (each.name == kNames[writer]) values.push_back(each.value);
+    }
   }
-  if (status.code == code_t::fileNotFound && least == 0) return true;
-  std::vector<std::uint8_t>& bytes = values[0].data;
-  if (!Check(status && bytes.size() >= 4, "cannot read: " + status.text)) return false;
+  if (least == 0 && values.empty() && (status || status.code == code_t::fileNotFound)) return true;
+  if (!Check(values.size() == 2 && values[0].data.size() >= 4, "cannot read: " + status.text)) return false;
+  const std::vector<std::uint8_t>& bytes = values[0].data;
   value_t{REG_DWORD, {bytes.begin(), bytes.begin() + 4}}.ToDword(from);
   return Check(from >= least, "a write that was over is gone") &&
          Check(values[0] == ValueOf(writer, from), "a value that nobody wrote") &&

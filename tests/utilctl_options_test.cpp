@@ -1,4 +1,6 @@
 // utilctl options and product, as their users run them.
+#include <algorithm>
+
 #include "tests/program_testing.h"
 
 namespace {
@@ -16,6 +18,7 @@ TEST_F(UtilctlOptions, ReadsChangesAndExplainsOneLineOfTheFile) {
       {"get S None --file a.ini", "1", "a.ini: [S] None: there is no such value\n"},
       {"get S None --file a.ini --default x --level 3", "0", "x\n"},
       {"get S K --file none.ini", "3", "utilctl: none.ini: open: No such file or directory\n"},
+      {"get S K --file /dev/null", "3", "utilctl: /dev/null: open: not a regular file\n"},
       {"set S K --file a.ini --level 1 -- -5", "0", ""},
       {"set S a=b 1 --file a.ini", "2", "utilctl: [S] a=b: no settings file can hold this name, or this very value\n"},
       {"explain S K --level 1 --file a.ini --level 7 --file b.ini --level 2 --file none.ini", "0",
@@ -35,6 +38,16 @@ TEST_F(UtilctlOptions, ReadsChangesAndExplainsOneLineOfTheFile) {
   EXPECT_TRUE(FileText(folder_ / "a.ini").starts_with("; by hand\n[S]\nK=-5\nEmpty=\n"));
 }
 
+TEST_F(UtilctlOptions, LosesNothingThatAnotherCallWritesAtTheSameTime) {
+  Write("a.ini", "[S]\n");
+  const std::string set = std::string("'" UTILCTL_PROGRAM "' options set S ");
+  const auto loop = [&](const char* name) {
+    return "for i in 1 2 3 4 5 6 7 8 9; do " + set + name + "$i 1 --file a.ini; done";
+  };
+  EXPECT_EQ(Run("options list --file a.ini", "{ " + loop("A") + " & " + loop("B") + "; wait; };"), 0) << messages_;
+  EXPECT_EQ(std::count(out_.begin(), out_.end(), '\n'), 19) << out_;
+}
+
 TEST_F(UtilctlOptions, ShowsWhereAProductKeepsItsFiles) {
   Write("product.ini", "[Product]\nName=A/B\nVersion=6\n[Paths]\nAppData=/srv/plant\n");
   EXPECT_EQ(Run("product show --app-dir .", "XDG_DATA_HOME=/data"), 0);
@@ -47,6 +60,8 @@ TEST_F(UtilctlOptions, ShowsWhereAProductKeepsItsFiles) {
   std::filesystem::copy_file(UTILCTL_PROGRAM, folder_ / "Server.Tool.exe");
   EXPECT_EQ(std::system(("cd '" + folder_.string() + "' && ./Server.Tool.exe product show > out").c_str()), 0);
   EXPECT_TRUE(FileText(folder_ / "out").starts_with("product name: Server.Tool\n"));
+  EXPECT_EQ(Run("registry set HKEY_USERS n 1", "ZORUTIL_REGISTRY_FILE= ZORUTIL_MACHINE_DATA_DIR=m"), 0) << messages_;
+  EXPECT_TRUE(std::filesystem::exists(folder_ / "m/zorutil/registry.db"));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
+#include <fcntl.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -192,8 +194,13 @@ CDatabase::CDatabase(const std::string& file, purpose_t purpose) : file_(file) {
     if (!isMissing) Fail(CodeOfSystemError(error), file_, "open", TextOfSystemError(error));
     if (purpose != purpose_t::make) return;
     std::error_code failed;
-    std::filesystem::create_directories(std::filesystem::path(file).parent_path(), failed);
+    const std::filesystem::path folder = std::filesystem::path(file).parent_path();
+    std::filesystem::create_directories(folder, failed);
     if (failed) Fail(CodeOfSystemError(failed.value()), file_, "make its folder", failed.message());
+    // The database library tries to read what it may not make, and then tells that there is no such file.
+    if (::faccessat(AT_FDCWD, folder.c_str(), W_OK, AT_EACCESS) != 0) {
+      Fail(CodeOfSystemError(errno), file_, "make", TextOfSystemError(errno));
+    }
   } else if (!S_ISREG(found.st_mode)) {
     Fail(code_t::badDatabase, file_, "open", "not a regular file");
   } else if (found.st_size == 1) {

@@ -62,6 +62,7 @@ TEST_F(Registry, MakesItsFileWithTheFirstWriteAndFollowsItsPlace) {
   std::vector<CString> names;
   EXPECT_TRUE(hive.Open(HKEY_LOCAL_MACHINE, u"", KEY_READ_WRITE) && hive.GetSubkeys(names));
   EXPECT_FALSE(hive.DeleteTree(kBase) || hive.DeleteValue(u"v") || fs::exists(folder_.Native("a")));
+  EXPECT_EQ(Set(hive, u"v", 1), code_t::success) << "hives are there without a file";
   CKey key = Make(3);
   fs::rename(folder_.Native("a/r.db"), folder_.Native("old.db"));
   EXPECT_EQ(Set(key, u"v", 4), code_t::fileNotFound);
@@ -123,6 +124,10 @@ TEST_F(Registry, KeysGiveTheRightsTheyWereOpenedWith) {
   EXPECT_EQ(Set(key, u"v", 1), code_t::fileNotFound);
   EXPECT_TRUE(other.DeleteKey(u"Acme2\\X") && CKey().Create(HKEY_LOCAL_MACHINE, kBase));
   EXPECT_EQ(Get(), No(code_t::fileNotFound)) << "deleted with its key";
+  Make();
+  EXPECT_TRUE(Get() == 1 && other.DeleteKey(u"Acme\\Gateway"));
+  Make(5, u"Software\\Acme\\Other");
+  EXPECT_EQ(Get(), No(code_t::fileNotFound)) << "another key has its place now";
 }
 
 TEST_F(Registry, ATransactionIsWrittenWholeOrNotAtAllAndReadsOfOneMoment) {
@@ -212,7 +217,9 @@ TEST_F(Registry, ReadersNeedNoRightToWriteAndWriteNothing) {
   fs::permissions(folder_.Native(), fs::perms{0555});
   fs::permissions(file_, fs::perms{0444});
   EXPECT_TRUE(InChild(::geteuid() == 0, [&] {
-    return Get() == 1 && isDenied() && !CKey().Open(HKEY_LOCAL_MACHINE, kBase, KEY_READ_WRITE);
+    const bool mayRead = Get() == 1 && isDenied() && !CKey().Open(HKEY_LOCAL_MACHINE, kBase, KEY_READ_WRITE);
+    SetRegistryFile(folder_.PathOf("new.db"));
+    return mayRead && CKey().Create(HKEY_LOCAL_MACHINE, kBase).code == code_t::accessDenied;
   }));
   fs::permissions(file_, fs::perms{0666});
   EXPECT_TRUE(InChild(::geteuid() == 0, isDenied)) << "no room for a journal";

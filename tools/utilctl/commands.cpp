@@ -258,8 +258,8 @@ const std::vector<command_t>& GetCommands() {
        "Change a setting",
        "utilctl options set Scan RateMs 250 --file runtime.ini",
        "Makes the file if it is missing. One line changes, the others stay, comments too. A program that reads sees "
-       "the "
-       "old file or the new one.",
+       "the old file or the new one. Calls that run at the same time wait for each other; a program that saves its "
+       "settings does not.",
        {kSection, kSetting, {"VALUE", kText, count_t::one, "The new value; one that begins with - stands behind --"}},
        {kSettings, kLevel},
        SetOption},

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/framework/file.h"
+#include "platform/framework/file_lock.h"
 #include "platform/framework/string_array.h"
 #include "platform/zorplatform/file_search.h"
 #include "platform/zorplatform/ini_file.h"
@@ -70,10 +71,12 @@ std::vector<level_file_t> LevelFiles(const CCall& call) {
   return pairs;
 }
 
-// A missing file, which a program takes for an empty one, is what a user asks for help with.
+// A missing file, which a program takes for an empty one as it does a pipe, is what a user asks for help with.
 void Load(const level_file_t& file) {
-  CFile(FileText(file.path), CFile::modeRead).Close();
-  COptionsContainer::GetInstance().LoadSettings(file.level, FileText(file.path));
+  const CString path = FileText(file.path);
+  CFile(path, CFile::modeRead).Close();
+  if (!zorplatform::FileExists(path)) throw CFileException(path, "open: not a regular file", 0);
+  COptionsContainer::GetInstance().LoadSettings(file.level, path);
 }
 
 // On one line, and without what steers a terminal.
@@ -203,6 +206,7 @@ exit_t SetOption(CCall& call) {
   const level_file_t file = LevelFiles(call).front();
   const CString key = call.Get("KEY"), value = call.Get("VALUE");
   COptionsContainer& container = COptionsContainer::GetInstance();
+  const zorplatform::CFileLock lock(FileText(file.path));
   container.LoadSettings(file.level, FileText(file.path));
   const CSectionOptions options(call.Get("SECTION"), file.level);
   options.WriteString(key, value);
@@ -217,6 +221,7 @@ exit_t UnsetOption(CCall& call) {
   const level_file_t file = LevelFiles(call).front();
   const CString section = call.Get("SECTION"), key = call.Get("KEY");
   CIniFile document;
+  const zorplatform::CFileLock lock(FileText(file.path));
   document.Load(FileText(file.path));
   const bool wasThere = call.Has("KEY") ? document.DeleteValue(section, key) : document.DeleteSection(section);
   if (!wasThere)

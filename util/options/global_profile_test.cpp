@@ -24,14 +24,18 @@ TEST(GlobalProfile, GivesBackWhatWasWrittenAndNotCleared) {
   registry::CKey key;
   ASSERT_TRUE(key.Open(registry::HKEY_LOCAL_MACHINE, u"Software\\Acme\\P\\V6\\S", registry::KEY_READ_WRITE));
   EXPECT_TRUE(key.SetValue(u"Open", registry::REG_SZ, u"a", 2));
+  EXPECT_TRUE(key.SetValue(u"Odd", registry::REG_SZ, u"a", 3) &&
+              key.SetValue(u"None", registry::REG_EXPAND_SZ, u"", 0));
   EXPECT_TRUE(key.SetValue(u"List", registry::REG_MULTI_SZ, u"a\0", 6));
   EXPECT_EQ(GetGlobalProfileDWORD(u"s", u"NUMBER", 7), 0xFFFFFFFEu);
   EXPECT_EQ(GetGlobalProfileInt(u"S", u"Number", 7) + GetGlobalProfileInt(u"S", u"Text", 7), 5);
   CString text;
-  for (const char16_t* name : {u"Null", u"Number", u"Open", u"List"}) {
+  for (const char16_t* name : {u"Null", u"Number", u"Open", u"Odd", u"List"}) {
     GetGlobalProfileString(u"S", name, u"def", text);
     EXPECT_EQ(text, "def") << CString(name);
   }
+  GetGlobalProfileString(u"S", u"None", u"def", text);
+  EXPECT_TRUE(text.IsEmpty());
   GetGlobalProfileString(u"S", u"Text", u"", text);
   EXPECT_EQ(text, CString(u'x', 1000));
   GetGlobalProfileBinary(u"S", u"Bytes", out);

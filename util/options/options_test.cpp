@@ -36,7 +36,7 @@ TEST(Options, RememberWhatTheyReadByTheAddressOfTheName) {
   other.WriteDWord(number, 43);
   EXPECT_EQ(group.ReadDWord(number, 7), 42u) << "another object's write is not seen";
   EXPECT_EQ(group.ReadDWord(copy, 7), 43u) << "at another address";
-  group.WriteString(u"no=name", u"");  // refused, but what this object remembers is cleared
+  EXPECT_TRUE(group.WriteString(u"no=name", u"")) << "refused, but what this object remembers is cleared";
   EXPECT_EQ(group.ReadDWord(number, 7), 43u);
   for (const int pairAt : {0, 254}) {
     CString value(u'x', 300);
@@ -52,7 +52,10 @@ TEST(Options, RememberWhatTheyReadByTheAddressOfTheName) {
 
 TEST(Options, TellEveryHandlerWhateverTheOthersDo) {
   auto first = std::make_unique<COpenOptions>();
-  COpenOptions second, third, later(COptions::LEVEL_2);
+  struct : COpenOptions {
+    void OnSettingsChanged() override { throw 1; }
+  } bad;
+  COpenOptions second, third, later(COptions::LEVEL_2), odd(static_cast<COptions::level_t>(7));
   std::uint32_t seen = 0;
   CCountingHandler handlers[] = {CCountingHandler([] { throw 1; }),
                                  CCountingHandler([&] { first->UnregisterChangeHandler(&handlers[1]); }),
@@ -65,12 +68,14 @@ TEST(Options, TellEveryHandlerWhateverTheOthersDo) {
   for (int i = 4; i >= 0; --i) first->RegisterChangeHandler(&handlers[i]);
   second.RegisterChangeHandler(&last);
   third.RegisterChangeHandler(&ofThird);
-  later.RegisterChangeHandler(&ofLater);
+  for (COpenOptions* each : {&later, &odd}) each->RegisterChangeHandler(&ofLater);
   LoadSettings("[S]\nK=1");
   for (int i = 0; i < 5; ++i) EXPECT_EQ(handlers[i].calls, i == 3 ? 0 : 1) << i;
-  LoadSettings("[S]\nK=2");
+  LoadSettings("", COptions::LEVEL_0);
+  Container().SetDefaults(kLevel);
+  EXPECT_FALSE(second.IsDefined(u"K"));
   EXPECT_TRUE(seen == 1 && last.calls == 2 && ofThird.calls == 2 && ofLater.calls == 1) << seen << last.calls;
-  EXPECT_EQ(Container().Find(u"s"), &second) << "the destroyed one is gone";
+  EXPECT_EQ(Container().Find(u"s"), &bad) << "the destroyed one is gone";
 }
 
 TEST(Options, StayAsTheyAreWhenALoadOrASaveFails) {
@@ -86,6 +91,9 @@ TEST(Options, StayAsTheyAreWhenALoadOrASaveFails) {
   Container().SaveSettings(kLevel, &stream, kText);
   EXPECT_FALSE(Container().IsModified(kLevel));
   group.WriteDWord(u"K", 6);
+  CMemFile ini;
+  Container().SaveSettings(kLevel, &ini, COptionsContainer::FORMAT_INI);
+  EXPECT_TRUE(ini.GetLength() == std::string_view("[S]\nK=6\n").size() && !Container().IsModified(kLevel));
   for (std::size_t length = 0; length < stream.GetLength(); ++length) {
     CMemFile cut(stream.GetContent().first(length));
     EXPECT_THROW(Container().LoadSettings(kLevel, &cut, kText), zorplatform::CException) << length;
@@ -116,24 +124,31 @@ TEST(Options, ComeBackFromStructuredDocuments) {
   Container().LoadSettings(kLevel, &empty, nullptr);
   Container().SaveSettings(kLevel, &empty, nullptr);
   EXPECT_FALSE(empty.IsValid() || group.IsDefined(u"K"));
+  empty.SetXml(u"<Options><Section Name=\"S\"><Value Name=\"K\"/><Value Name=\"L\">1</Value></Section></Options>");
+  Container().LoadSettings(kLevel, &empty, nullptr);
+  EXPECT_TRUE(group.IsDefined(u"L") && !group.IsDefined(u"K"));
 }
 
 TEST(Options, AreAllOldOrAllNewWhileAnotherThreadReadsThemAndSwapsTheFile) {
   const CTempFolder temp;
   const COpenOptions group;
-  const char16_t *const a = u"A", *const b = u"B";
+  const char16_t *const a = u"A", *const b = u"B", *const written = u"W";
   std::atomic<bool> done{false};
   std::thread other([&] {
     CIniFile file;
     for (unsigned i = 0; !done; ++i) {
       for (const char16_t* key : {a, b}) file.WriteValue(u"S", key, CString().AssignInteger(i));
       file.Save(temp.PathOf("x.ini"));
-      for (int k = 0; k < 1000; ++k) group.ReadDWord(a, 0), group.ReadString(b, u"");
+      for (int k = 0; k < 1000; ++k) group.ReadDWord(a, 0), group.ReadString(b, u""), group.ReadDWord(written, 0);
     }
   });
   for (std::set<std::uint32_t> seen; seen.size() < 20; seen.insert(group.ReadDWord(a, 0))) {
     Container().LoadSettings(kLevel, temp.PathOf("x.ini"));
     EXPECT_EQ(group.ReadString(b, u"0"), CString().AssignInteger(group.ReadDWord(a, 0)));
+    for (unsigned i = 0; i < 500; ++i) {
+      group.WriteDWord(written, i);
+      EXPECT_EQ(group.ReadDWord(written, 0), i);
+    }
   }
   done = true;
   other.join();

@@ -60,12 +60,22 @@ TEST_F(ProductIdentity, WorksFoldersOutOnceAndAsksNobodyForTheCompanyOfPersonalO
   EXPECT_EQ(Rest(GetUserProfileDir()), "documents\\\\P\\V2\\");
   EXPECT_EQ(Rest(GetSharedProfileDir()), "machine\\C\\common\\");
   EXPECT_EQ(Rest(GetAdminSettingsFile()), "machine\\C\\P\\V2\\settings.ini!");
+  EXPECT_EQ(Rest(GetSharedAppProfileDir(false)), "machine\\C\\P\\V2\\") << "made for the file";
   SetAppVersion(2);
   EXPECT_EQ(Rest(GetAppProfileDir()), "user\\\\P\\V2\\") << "nothing has changed";
   SetAppVersion(3);
   EXPECT_EQ(Rest(GetAppProfileDir()), "user\\C\\P\\V3\\");
   EXPECT_EQ(Rest(GetProjectBackupDataDir()), "machine\\C\\P\\V3\\Project Backups\\");
+  EXPECT_EQ(Rest(GetUserProfileDir()), "documents\\C\\P\\V3\\");
   EXPECT_EQ(Rest(GetAdminSettingsFile()), "machine\\C\\P\\V2\\settings.ini!") << "files stay";
+  SetCompanyName(u"c");
+  EXPECT_EQ(CString(GetCompanyName()).ToUtf8() + Rest(GetAppProfileDir()), "cuser\\C\\P\\V3\\")
+      << "no path is forgotten";
+  SetAppVersion(4);
+  EXPECT_EQ(Rest(GetSharedProfileDir()), "machine\\C\\common\\") << "stays too";
+  identity::Forget();
+  GetSharedProfileDir();
+  EXPECT_EQ(Rest(GetAppProfileDir()), "user\\C\\P\\V2\\") << "the company was asked for";
 }
 
 TEST_F(ProductIdentity, TakesTheSharedBaseFromTheProductFile) {
