@@ -101,7 +101,7 @@ TEST_F(GatewayProgram, TellsWhatIsWrongWithAProjectInTheUsersLanguage) {
   text.replace(text.find("\"Tag\""), 5, "\"Tug\"");
   Write("types.json", text);
   EXPECT_EQ(RunPlant("types.json --language de"), 3);
-  EXPECT_TRUE(Holds(messages_, "types.json, line 3")) << messages_;
+  EXPECT_TRUE(Holds(messages_, "types.json, Zeile 3")) << messages_;
   EXPECT_TRUE(Holds(messages_, "Tug")) << messages_;
 }
 

@@ -39,6 +39,9 @@
   X(IDS_CONDITIONS_IN_CIRCLE, 541, "")                                                                      \
   /* An object in a document that did not say why: its type. */                                             \
   X(IDS_OBJECT_NOT_READ, 543, "s")                                                                          \
+  /* The place of an error in a file. */                                                                    \
+  X(IDS_LINE, 544, "d")                                                                                     \
+  X(IDS_COLUMN, 545, "d")                                                                                   \
   /* An object cannot be written into a document, for its type has no name: type, subtype. */               \
   X(IDS_OBJECT_TYPE_WITHOUT_NAME, 550, "dd")                                                                \
   /* Projects. A setting whose value is of another kind, out of range, refused: its name. */                \

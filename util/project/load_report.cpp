@@ -1,7 +1,6 @@
 #include "util/project/load_report.h"
 
 #include <algorithm>
-#include <string>
 #include <utility>
 
 #include "util/i18n/message_ids.h"
@@ -76,8 +75,11 @@ CString load_report_t::ToString(const load_error_t& error, unsigned short langua
       text += part;
     };
     append(file_);
-    if (error.line > 0) append(u"line " + CString(std::to_string(error.line)));
-    if (error.column > 0) append(u"column " + CString(std::to_string(error.column)));
+    const auto appendPlace = [&](unsigned id, int number) {
+      if (number > 0) append(i18n::MakeLocalizedMessage(id, {CVariant::FromInt32(number)})->GetMessageText(languageId));
+    };
+    appendPlace(i18n::IDS_LINE, error.line);
+    appendPlace(i18n::IDS_COLUMN, error.column);
     if (!text.IsEmpty()) text += u": ";
     if (!error.path.IsEmpty()) text += error.path + u": ";
   }
