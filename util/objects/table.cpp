@@ -142,7 +142,7 @@ void CTable::PutAt(unsigned index, CTableObj* record, bool isMove) {
 }
 
 CTableObj* CTable::TakeAt(unsigned index, bool isMove) noexcept {
-  CTableObj* const record = records_.Take(index, isMove);
+  CTableObj* const record = records_.Take(index);
   ++moves_;
   lastMiss_ = invalid_index;
   for (CWatch* watch = watches_; watch != nullptr; watch = watch->GetOuter()) watch->OnTake(index, isMove);
@@ -242,12 +242,15 @@ bool CTable::MoveRenamed(unsigned& index, CString& name) {
 
 bool CTable::Rename(CTableObj* object, const CString& name) {
   const lock_guard_t lock(lock_);
-  struct room_t {
-    ~room_t() { records.ReleaseRoom(); }
-    zorutil::CRecordList& records;
-  } const room{records_};
   const unsigned before = IndexOf(object);
   if (before == invalid_index) return false;
+  struct room_t {
+    explicit room_t(zorutil::CRecordList& list) : records(list) { records.BeginHold(); }
+    room_t(const room_t&) = delete;
+    room_t& operator=(const room_t&) = delete;
+    ~room_t() { records.EndHold(); }
+    zorutil::CRecordList& records;
+  } const room(records_);
   CString text = name;
   CWatch watch(*this);
   watch.Begin(before);

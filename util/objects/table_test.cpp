@@ -321,6 +321,11 @@ TEST_F(TableTest, IsWholeWhicheverAllocationFails) {
   EXPECT_THROW(table = source.children, zorplatform::CException);
   table.Reset();
   failEach("load", [&] { Load(table, bytes); });
+  // A record that is alone in its block, between full ones, goes to a full one.
+  table.Reset();
+  for (int i = 1000; i < 2024; ++i) Add(table, std::to_string(i));
+  for (int i = 0; i < 255; ++i) CTableObj::Delete(table.GetRecord(256));
+  failEach("rename from a block of one", [&] { table.Rename(table.GetRecord(256), u"1900x"); });
   source.children.Reset();
 }
 
