@@ -38,8 +38,7 @@ std::size_t CRecordList::BlockOf(unsigned index) const noexcept {
   return static_cast<std::size_t>(behind - starts_.begin()) - 1;
 }
 
-// ---- beginnings of names
-// ----------------------------------------------------------------------------------------------
+// --- beginnings of names --------------------------------------------------------------------------------------------
 
 bool CRecordList::FindBlocks(std::u16string_view name, range_t& range) const noexcept {
   if (blocks_.empty()) return false;
@@ -105,8 +104,7 @@ void CRecordList::Share(std::size_t at, std::u16string_view name) noexcept {
   if (common < block.shared) SetShared(block, common > kSlack ? common - kSlack : 0);
 }
 
-// ---- blocks
-// -----------------------------------------------------------------------------------------------------------
+// --- blocks ---------------------------------------------------------------------------------------------------------
 
 void CRecordList::ShiftStarts(std::size_t from, unsigned by) noexcept {
   unsigned* const starts = starts_.data();
@@ -186,8 +184,7 @@ void CRecordList::MergeBlock(std::size_t at) noexcept {
   SetShared(lower, common > kSlack ? common - kSlack : 0);
 }
 
-// ---- records
-// ----------------------------------------------------------------------------------------------------------
+// --- records --------------------------------------------------------------------------------------------------------
 
 // The block that then has a free slot for the index.
 std::size_t CRecordList::MakePlace(unsigned index) {

@@ -37,8 +37,7 @@ CTable::~CTable() {
   Reset();
 }
 
-// ---- the defaults of the virtual operations
-// --------------------------------------------------------------------------
+// --- the defaults of the virtual operations -------------------------------------------------------------------------
 
 CTableObj* CTable::GetOwner() const { return owner_; }
 CString CTable::GetTableName() const { return {}; }
@@ -63,8 +62,7 @@ int CTable::OnCompare(const char16_t* a, const char16_t* b) const {
                  : collation::CompareNoCase(ViewOf(a), ViewOf(b));
 }
 
-// ---- finding
-// ----------------------------------------------------------------------------------------------------------
+// --- finding --------------------------------------------------------------------------------------------------------
 
 int CTable::CompareWith(const CTableObj* record, std::u16string_view name) const {
   comparedRecord_ = record->GetName();
@@ -131,8 +129,7 @@ unsigned CTable::IndexOf(const CTableObj* object) const {
   return index < records_.GetCount() ? index : invalid_index;
 }
 
-// ---- records come and go
-// ----------------------------------------------------------------------------------------------
+// --- records come and go --------------------------------------------------------------------------------------------
 
 void CTable::PutAt(unsigned index, CTableObj* record, bool isMove) {
   records_.Insert(index, record);
@@ -300,8 +297,7 @@ void CTable::Reset() {
   RemoveRefs(references);
 }
 
-// ---- copies
-// -----------------------------------------------------------------------------------------------------------
+// --- copies ---------------------------------------------------------------------------------------------------------
 
 std::vector<CTable::record_ptr> CTable::CopyRecords() const {
   const lock_guard_t lock(lock_);
@@ -324,8 +320,7 @@ void CTable::TakeCopies(std::vector<record_ptr> copies) {
   for (record_ptr& copy : copies) copy.release()->SetTable(this);
 }
 
-// ---- references
-// -------------------------------------------------------------------------------------------------------
+// --- references -----------------------------------------------------------------------------------------------------
 
 std::int32_t CTable::AddRefs(std::int32_t count) const noexcept {
   const std::int32_t now = references_.fetch_add(count, std::memory_order_relaxed) + count;

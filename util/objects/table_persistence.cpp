@@ -85,8 +85,7 @@ bool CTable::KeepLoaded(record_ptr record) {
   return true;
 }
 
-// ---- binary files
-// -----------------------------------------------------------------------------------------------------
+// --- binary files ---------------------------------------------------------------------------------------------------
 
 bool CTable::LoadRecord(CFile* file) {
   record_ptr record(CTableObj::CreateObject(file));
@@ -145,8 +144,7 @@ int CTable::Save(CFile* file) const {
   return 1;
 }
 
-// ---- documents
-// --------------------------------------------------------------------------------------------------------
+// --- documents ------------------------------------------------------------------------------------------------------
 
 // Null, or what is wrong with the record.
 std::unique_ptr<i18n::ILocalizedMessage> CTable::LoadRecord(CStructuredDoc& document, void* element,
