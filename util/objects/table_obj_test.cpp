@@ -320,6 +320,19 @@ TEST_F(TableObj, CountsAddUpWhileTheObjectMoves) {
   EXPECT_EQ(SumOfCounts(*partX) + SumOfCounts(*boxes[0]) + SumOfCounts(*boxes[1]), 0);
 }
 
+TEST_F(TableObj, ANameIsGivenToARecordThatMovesMeanwhile) {
+  std::thread renaming;
+  {
+    const std::lock_guard guard(*boxB->parts.GetLock());
+    renaming = std::thread([&] { EXPECT_TRUE(partX->SetName(u"y")); });
+    while (boxB->parts.GetRefCount() == 0) std::this_thread::yield();  // it waits for the lock
+    boxB->parts.Remove(partX);
+    root->AddObject(partX);
+  }
+  renaming.join();
+  EXPECT_EQ(root->parts.FindRecord(u"y"), partX);
+}
+
 // One thread gives the last reference back, or deletes, just while another takes the record and its parent away.
 TEST_F(TableObj, WhatIsDeletedTwiceAtOnceEndsOnce) {
   const int before = alive;

@@ -44,23 +44,22 @@ template <class Read>
 int CTable::LoadAll(Read read) {
   const std::lock_guard lock(lock_);
   Reset();
-  unsigned count = invalid_index;
   try {
-    count = read();
+    const unsigned count = read();
+    if (count != invalid_index) {
+      loading_ = false;
+      if (generated_ != nullptr) generated_->ForgetRuns();
+      OnLoadEnd();
+      if (count != 0) OnLoad();
+      if (!notTracking_) modified_ = false;
+      return 1;
+    }
   } catch (...) {
     Reset();
     throw;
   }
-  if (count == invalid_index) {
-    Reset();
-    return 0;
-  }
-  loading_ = false;
-  if (generated_ != nullptr) generated_->ForgetRuns();
-  OnLoadEnd();
-  if (count != 0) OnLoad();
-  if (!notTracking_) modified_ = false;
-  return 1;
+  Reset();
+  return 0;
 }
 
 // Renames a record whose name is taken. False, and it is destroyed, when the table does not take it.

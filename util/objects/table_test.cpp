@@ -202,6 +202,10 @@ TEST_F(TableTest, StandsHooksThatChangeIt) {
   table.onLoad = [&](unsigned index) { index == 1 ? throw std::bad_alloc() : void(); };
   EXPECT_THROW(Load(table, bytes), std::bad_alloc);
   EXPECT_EQ(table.GetCount(), 0U);
+  table.onLoad = nullptr;
+  table.onLoadAll = [&](int) { throw std::bad_alloc(); };
+  EXPECT_THROW(Load(table, bytes), std::bad_alloc);
+  EXPECT_EQ(table.GetCount(), 0U);
   Add(table, "a b c");
   table.onRemove = [&](unsigned index) { index == 1 ? table.Delete(table.GetRecord(0)) : void(); };
   CTableObj::Delete(table.GetRecord(1));

@@ -70,6 +70,7 @@ class CHookedTable : public CTable {
   std::function<void(unsigned)> onRemove;
   std::function<bool(unsigned)> onSave;
   std::function<bool(const CTableObj&)> canHold;
+  std::function<void(int)> onLoadAll;  // with the number of loads
   int loads = 0;
 
  protected:
@@ -79,7 +80,7 @@ class CHookedTable : public CTable {
   void OnRecordRemove(unsigned index) override { Call(onRemove, index); }
   bool OnRecordSave(unsigned index) const override { return !onSave || onSave(index); }
   bool CanHold(const CTableObj& object) const override { return !canHold || canHold(object); }
-  void OnLoad() override { ++loads; }
+  void OnLoad() override { Call(onLoadAll, ++loads); }
 
  private:
   template <class Hook, class T>
