@@ -117,6 +117,11 @@ TEST_F(TableTest, MakesNamesFreeByCountingUp) {
     EXPECT_EQ(table.GenerateName(name, 256), 1);
     EXPECT_EQ(name, expected);
   }
+  table.Reset();
+  Add(table, "Tag Tag1");
+  CString afresh = u"Tag";
+  table.GenerateName(afresh, 256);
+  EXPECT_EQ(afresh, u"Tag2");
 }
 
 TEST_F(TableTest, WritesTheRecordsThatItIsToWrite) {
@@ -130,13 +135,15 @@ TEST_F(TableTest, WritesTheRecordsThatItIsToWrite) {
   table.onSave = [](unsigned index) { return index != 1; };
   const bytes_t two = Saved(table);
   EXPECT_EQ(two[2], std::byte{2});
+  CMemFile file;
+  EXPECT_EQ(table.Save(&file), 1);
+  EXPECT_EQ(file.GetPosition(), two.size());
   EXPECT_FALSE(table.IsModified());
   EXPECT_EQ(Load(table, two), 1);
   EXPECT_EQ(Names(table), "A C");
   CFile closed;
   EXPECT_EQ(table.Save(&closed) + table.Load(&closed), 0);
   table.Insert(new CLeaf(u"refused", kRefused));
-  CMemFile file;
   EXPECT_EQ(table.Save(&file), 0);
 }
 
@@ -147,9 +154,14 @@ TEST_F(TableTest, ReadsBothFormatsAndRefusesWhateverIsCutOrFalse) {
     const std::string text(std::istreambuf_iterator<char>(in), {});
     bytes_t bytes(std::as_bytes(std::span(text)).begin(), std::as_bytes(std::span(text)).end());
     table.loads = 0;
+    std::string created;
+    table.onCreate = [&](CTableObj* object) { created += object->GetName().ToUtf8() + "."; };
     ASSERT_EQ(Load(table, bytes), 1);
     EXPECT_EQ(Names(table), names);
+    EXPECT_EQ(created, std::string(table.GetCount(), '.'));
     EXPECT_EQ(table.loads, 1);
+    EXPECT_EQ(Load(table, Saved(CHookedTable())) * 10 + table.loads, 11) << "OnLoad is for tables with records";
+    ASSERT_EQ(Load(table, bytes), 1);
     EXPECT_FALSE(root.IsModified() || table.IsModified());
     for (std::size_t length = 0; length < bytes.size(); ++length) {
       ASSERT_EQ(Load(table, std::span(bytes).first(length)), 0) << length;
@@ -210,6 +222,21 @@ TEST_F(TableTest, StandsHooksThatChangeIt) {
   table.onRemove = [&](unsigned index) { index == 1 ? table.Delete(table.GetRecord(0)) : void(); };
   CTableObj::Delete(table.GetRecord(1));
   EXPECT_EQ(Names(table), "c");
+}
+
+TEST_F(TableTest, MarksItselfAndItsOwnerForWhateverComesAndGoes) {
+  const auto marks = [&](const std::function<void()>& change) {
+    root.SetModified(false);
+    table.SetModified(false);
+    change();
+    return 10 * table.IsModified() + root.IsModified();
+  };
+  EXPECT_EQ(marks([&] { Add(table, "a b c d"); }), 11);
+  EXPECT_EQ(marks([&] { table.Delete(table.GetRecord(0)); }), 11);
+  EXPECT_EQ(marks([&] { table = CHookedTable(table); }), 11);
+  EXPECT_EQ(marks([&] { table.Reset(); }), 0);
+  table.SetTrackMods(false);
+  EXPECT_EQ(marks([&] { Add(table, "e"); }), 0);
 }
 
 TEST_F(TableTest, RenamesInOneStepOrNotAtAll) {
