@@ -12,6 +12,7 @@
 #include "platform/framework/invalid_arg.h"
 #include "platform/framework/mem_file.h"
 #include "platform/zorplatform/exception.h"
+#include "util/docs/xml_document.h"
 #include "util/i18n/message_exception.h"
 #include "util/i18n/message_ids.h"
 #include "util/project/plant_types_testing.h"
@@ -193,6 +194,16 @@ TEST_F(DescribedObject, TablesTakeNoOtherTypes) {
   ASSERT_TRUE(plant.AddObject(&tag));
   EXPECT_EQ(tag.GetTable(), &plant.tags);
   plant.tags.Remove(&tag);
+}
+
+TEST_F(DescribedObject, ADocumentTakesAwayWhatItDoesNotHave) {
+  CPlant plant;
+  plant.SetDescription(u"old");
+  Add<CTag>(plant.tags, u"t");
+  CXmlDocument xml;
+  xml.SetXml(u"<Plant><Name>p</Name></Plant>");
+  ASSERT_NE(plant.Load(&xml, xml.GetElementByName(nullptr, nullptr, nullptr, false), nullptr, false), 0);
+  EXPECT_TRUE(!plant.HaveDescription() && plant.tags.GetCount() == 0);
 }
 
 std::vector<CString> Split(const CString& text) {

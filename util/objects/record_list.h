@@ -175,7 +175,7 @@ class ZORUTIL_API CRecordList {
   std::vector<block_t> blocks_;        // none of them empty
   std::vector<unsigned> starts_;       // the index of the first record of each
   std::vector<std::uint64_t> firsts_;  // the beginning of its name behind what the first names of all blocks share
-  std::vector<block_t> held_;  // emptied while room is held; its memory takes all blocks there are
+  std::vector<block_t> held_;          // emptied while room is held; its memory takes all blocks there are
   unsigned holds_ = 0;
   unsigned shared_ = 0;
   unsigned count_ = 0;

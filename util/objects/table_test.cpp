@@ -141,6 +141,7 @@ TEST_F(TableTest, WritesTheRecordsThatItIsToWrite) {
   EXPECT_FALSE(table.IsModified());
   EXPECT_EQ(Load(table, two), 1);
   EXPECT_EQ(Names(table), "A C");
+  EXPECT_EQ(table.saves * 10 + table.resets, 31);
   CFile closed;
   EXPECT_EQ(table.Save(&closed) + table.Load(&closed), 0);
   table.Insert(new CLeaf(u"refused", kRefused));
