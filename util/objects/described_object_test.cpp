@@ -9,6 +9,7 @@
 #include <tuple>
 #include <vector>
 
+#include "platform/framework/allocation_testing.h"
 #include "platform/framework/invalid_arg.h"
 #include "platform/framework/mem_file.h"
 #include "platform/zorplatform/exception.h"
@@ -165,6 +166,20 @@ TEST_F(DescribedObject, SetPropertiesTakesAllOrNothing) {
   EXPECT_EQ(change(device, {{IdOf(101), CVariant::FromInt32(9)}, {IdOf(107), CVariant::FromInt32(11)}}),
             i18n::IDS_SETTING_REFUSED);
   EXPECT_EQ(device.station, 1);
+
+  bool isDone = false;
+  for (int allowed = 0; !isDone; ++allowed) {
+    allocation_testing::allocationsLeft = allowed;
+    try {
+      change(tag, {{IdOf(6), CVariant::FromInt32(7)}, {kObjectName, u"a longer name"}, {kObjectDescription, u"none"}});
+      isDone = true;
+    } catch (const std::bad_alloc&) {
+    }
+    allocation_testing::allocationsLeft = -1;
+    EXPECT_EQ(tag.rawLow, isDone ? 7.0 : 5.0);
+    EXPECT_EQ(tag.GetName(), isDone ? u"a longer name" : u"ft101");
+    EXPECT_EQ(tag.GetDescription(), isDone ? u"none" : u"flow");
+  }
 }
 
 TEST_F(DescribedObject, PasswordsAreEncryptedOnceWhereverTheyComeFrom) {

@@ -105,6 +105,8 @@ TEST_F(TableObj, FindsByPathThroughAllTables) {
   }
   CString path;
   EXPECT_EQ(root->FindObject(deep->GetPath(path), kPart, kPartSubtype), deep);
+  EXPECT_TRUE(boxB->CanDeleteObject(partX) && !root->CanDeleteObject(partX) && !root->CanDeleteObject(nullptr));
+  EXPECT_EQ(partX->GetLock(), boxB->parts.GetLock());
 }
 
 TEST_F(TableObj, SearchesByNameAndTypeInAnyDepth) {

@@ -191,6 +191,11 @@ TEST_F(TableTest, LoadsEqualNamesUnderNamesOfTheirOwn) {
   EXPECT_EQ(table.GetCount(), 3000U);
   ASSERT_EQ(Load(source, bytes), 1);
   EXPECT_EQ(source.GetRecord(3)->GetName(), u"Tag1");
+  EXPECT_FALSE(source.GetRecord(3)->IsModified());
+  source.Reset();
+  Add(source, "Tag Tag Tag007 Tag007 Tag");
+  ASSERT_EQ(Load(table, Saved(source)), 1);
+  EXPECT_EQ(Names(table), "Tag Tag007 Tag008 Tag1 Tag9") << "one text, one last number";
 }
 
 TEST_F(TableTest, StandsHooksThatChangeIt) {

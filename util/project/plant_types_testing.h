@@ -39,7 +39,9 @@ class CTag final : public zorutil::CDescribedObj {
 
   static const zorutil::type_description_t kType;
   CTag() : CDescribedObj(kType) {}
+  void OnLoadComplete() override { ++completions; }
 
+  int completions = 0;  // not stored
   CString address;
   data_type_t dataType = DEFAULT;
   bool isWritable = true;
