@@ -160,6 +160,7 @@ TEST_F(TableTest, ReadsBothFormatsAndRefusesWhateverIsCutOrFalse) {
     ASSERT_EQ(Load(table, bytes), 1);
     EXPECT_EQ(Names(table), names);
     EXPECT_EQ(created, std::string(table.GetCount(), '.'));
+    table.onCreate = nullptr;
     EXPECT_EQ(table.loads, 1);
     EXPECT_EQ(Load(table, Saved(CHookedTable())) * 10 + table.loads, 11) << "OnLoad is for tables with records";
     ASSERT_EQ(Load(table, bytes), 1);
