@@ -96,8 +96,7 @@ std::size_t CommonBeginning(const char16_t* a, const char16_t* b, std::size_t le
   }
 }
 
-// ---- one unit after the other
-// --------------------------------------------------------------------------------
+// --- one unit after the other ---------------------------------------------------------------------------------------
 
 constexpr unsigned kNotAscii = 0xFF;
 

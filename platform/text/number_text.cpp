@@ -16,8 +16,7 @@ namespace {
 constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
-// ---- doubles to text
-// -----------------------------------------------------------------------------------------
+// --- doubles to text ------------------------------------------------------------------------------------------------
 
 // Every decimal of up to this many digits comes back from a normal double unchanged.
 constexpr int kFaithfulDigits = std::numeric_limits<double>::digits10;
@@ -150,8 +149,7 @@ char* WriteFinite(double magnitude, int precision, char* out) {
   return settled ? WriteGeneral(decimal, precision, out) : WriteExact(magnitude, precision, out);
 }
 
-// ---- text to numbers
-// -----------------------------------------------------------------------------------------
+// --- text to numbers ------------------------------------------------------------------------------------------------
 
 bool IsBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
 

@@ -15,6 +15,7 @@
 #include "util/i18n/message_ids.h"
 #include "util/objects/load_errors.h"
 #include "util/objects/object_search.h"
+#include "util/objects/table_changes_internal.h"
 #include "util/properties/password.h"
 #include "util/properties/property.h"
 #include "util/properties/validation.h"
@@ -373,21 +374,21 @@ void CDescribedObj::SetProperties(const properties::property_list_t& list) {
     if (const field_t* const field = type_->FindField(id)) changes.Add(*field, property->GetValue());
   }
   const CString name = newName != nullptr ? newName->ToString() : GetName();
-  const CString description = newDescription != nullptr ? newDescription->ToString() : CString();
+  const CString earlierDescription = GetDescription();
+  const CString description =
+      newDescription != nullptr ? CString(newDescription->ToString().GetString()) : earlierDescription;
   if (name != GetName() && !IsValidName(name.GetString())) ThrowName(i18n::IDS_OBJECT_NAME_NOT_VALID, name);
 
-  const CString earlierName = GetName();
+  // The name comes last, for to put the others back needs no memory.
   changes.Make();
-  if (!SetName(name.GetString())) ThrowName(i18n::IDS_OBJECT_NAME_TAKEN, name);
-  if (newDescription != nullptr) {
-    try {
-      SetDescription(description.GetString());
-    } catch (...) {
-      SetName(earlierName.GetString());
-      throw;
-    }
+  CTableChanges::SetDescription(*this, description);
+  try {
+    if (!SetName(name.GetString())) ThrowName(i18n::IDS_OBJECT_NAME_TAKEN, name);
+  } catch (...) {
+    CTableChanges::SetDescription(*this, earlierDescription);
+    throw;
   }
-  if (!changes.IsEmpty()) SetModified(true);
+  if (!changes.IsEmpty() || description != earlierDescription) SetModified(true);
   changes.Keep();
 }
 

@@ -12,8 +12,8 @@
 // Loading a record fails (0) when an object refuses a value of its own; loading a document when an element is no field
 // or table, is there twice, or holds what the field cannot take, with the document's last error set. An open
 // CLoadErrorScope hears of each of them instead, and loading goes on with the next element (load_errors.h). A field
-// that a document does not have keeps the value that the constructor gave it. Saving a text that the document cannot
-// hold (control characters in XML) writes it in base64, with the attribute "encoding".
+// that a document does not have stays as it was; a description or table that it does not have is emptied. Saving a text
+// that the document cannot hold (control characters in XML) writes it in base64, with the attribute "encoding".
 //
 // Threads, lifetime and copying are those of CTableObj. The description outlives the object.
 #pragma once

@@ -9,9 +9,11 @@
 #include <tuple>
 #include <vector>
 
+#include "platform/framework/allocation_testing.h"
 #include "platform/framework/invalid_arg.h"
 #include "platform/framework/mem_file.h"
 #include "platform/zorplatform/exception.h"
+#include "util/docs/xml_document.h"
 #include "util/i18n/message_exception.h"
 #include "util/i18n/message_ids.h"
 #include "util/project/plant_types_testing.h"
@@ -164,6 +166,20 @@ TEST_F(DescribedObject, SetPropertiesTakesAllOrNothing) {
   EXPECT_EQ(change(device, {{IdOf(101), CVariant::FromInt32(9)}, {IdOf(107), CVariant::FromInt32(11)}}),
             i18n::IDS_SETTING_REFUSED);
   EXPECT_EQ(device.station, 1);
+
+  bool isDone = false;
+  for (int allowed = 0; !isDone; ++allowed) {
+    allocation_testing::allocationsLeft = allowed;
+    try {
+      change(tag, {{IdOf(6), CVariant::FromInt32(7)}, {kObjectName, u"a longer name"}, {kObjectDescription, u"none"}});
+      isDone = true;
+    } catch (const std::bad_alloc&) {
+    }
+    allocation_testing::allocationsLeft = -1;
+    EXPECT_EQ(tag.rawLow, isDone ? 7.0 : 5.0);
+    EXPECT_EQ(tag.GetName(), isDone ? u"a longer name" : u"ft101");
+    EXPECT_EQ(tag.GetDescription(), isDone ? u"none" : u"flow");
+  }
 }
 
 TEST_F(DescribedObject, PasswordsAreEncryptedOnceWhereverTheyComeFrom) {
@@ -193,6 +209,16 @@ TEST_F(DescribedObject, TablesTakeNoOtherTypes) {
   ASSERT_TRUE(plant.AddObject(&tag));
   EXPECT_EQ(tag.GetTable(), &plant.tags);
   plant.tags.Remove(&tag);
+}
+
+TEST_F(DescribedObject, ADocumentTakesAwayWhatItDoesNotHave) {
+  CPlant plant;
+  plant.SetDescription(u"old");
+  Add<CTag>(plant.tags, u"t");
+  CXmlDocument xml;
+  xml.SetXml(u"<Plant><Name>p</Name></Plant>");
+  ASSERT_NE(plant.Load(&xml, xml.GetElementByName(nullptr, nullptr, nullptr, false), nullptr, false), 0);
+  EXPECT_TRUE(!plant.HaveDescription() && plant.tags.GetCount() == 0);
 }
 
 std::vector<CString> Split(const CString& text) {

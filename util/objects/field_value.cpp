@@ -416,6 +416,32 @@ field_result_t FieldFromText(const field_t& field, const CString& text, field_va
   return TAKEN;
 }
 
+bool AreSame(const field_t& field, const field_value_t& a, const field_value_t& b) {
+  switch (field.kind) {
+    case REAL4:
+    case REAL8:
+      return std::bit_cast<std::uint64_t>(a.real) == std::bit_cast<std::uint64_t>(b.real) ||
+             (std::isnan(a.real) && std::isnan(b.real));
+    case TEXT:
+    case PASSWORD: return a.text == b.text;
+    case VALUE: break;
+    default: return a.integer == b.integer;
+  }
+  if (a.value.vt != b.value.vt) return false;
+  switch (a.value.vt) {
+    case VT_EMPTY: return true;
+    case VT_BSTR: return a.value.GetStringView() == b.value.GetStringView();
+    case VT_R8:
+    case VT_I8:
+    case VT_UI8: return a.value.llVal == b.value.llVal;
+    default: break;
+  }
+  CString textOfA, textOfB;
+  FieldToText(field, a, textOfA);
+  FieldToText(field, b, textOfB);
+  return textOfA == textOfB;
+}
+
 std::unique_ptr<i18n::ILocalizedMessage> MakeFieldMessage(const field_t& field, field_result_t result) {
   const CVariant name(field.name);
   switch (result) {
@@ -463,8 +489,10 @@ std::size_t FieldWidth(field_kind_t kind) noexcept { return RowOf(kind).width; }
 
 void PackField(field_kind_t kind, const field_value_t& value, std::uint8_t* out) noexcept {
   std::uint64_t bits = static_cast<std::uint64_t>(value.integer);
-  if (kind == REAL4) bits = std::bit_cast<std::uint32_t>(static_cast<float>(value.real));
-  if (kind == REAL8) bits = std::bit_cast<std::uint64_t>(value.real);
+  // Of numbers that are none there is one, for texts know no other.
+  const double real = std::isnan(value.real) ? std::numeric_limits<double>::quiet_NaN() : value.real;
+  if (kind == REAL4) bits = std::bit_cast<std::uint32_t>(static_cast<float>(real));
+  if (kind == REAL8) bits = std::bit_cast<std::uint64_t>(real);
   primitives::SwapOnBigEndian(bits);
   const auto bytes = std::bit_cast<std::array<std::uint8_t, 8>>(bits);
   for (std::size_t i = 0; i < RowOf(kind).width; ++i) out[i] = bytes[i];
@@ -486,7 +514,6 @@ void UnpackField(field_kind_t kind, const std::uint8_t* bytes, field_value_t& ou
     case UINT32: out.integer = take(std::uint32_t{}); break;
     case INT64:
     case UINT64: out.integer = take(std::int64_t{}); break;
-    // Of numbers that are none there is one, for texts know no other.
     case REAL4: TakeReal(kind, static_cast<double>(std::bit_cast<float>(take(std::uint32_t{}))), out); break;
     case REAL8: TakeReal(kind, std::bit_cast<double>(take(std::uint64_t{})), out); break;
     default: break;

@@ -107,6 +107,10 @@ ZORUTIL_API void FieldToText(const field_t& field, const field_value_t& value, C
 /// "1" and "0" are truth values too. CException of a damaged record of a VALUE comes back as WRONG_TYPE.
 ZORUTIL_API field_result_t FieldFromText(const field_t& field, const CString& text, field_value_t& out);
 
+/// Whether a field has the same value, bit for bit; but of reals that are no number there is one, for neither records
+/// nor documents tell them apart.
+ZORUTIL_API bool AreSame(const field_t& field, const field_value_t& a, const field_value_t& b);
+
 /// Why a value was not taken, with the name of the field, and its range; for results other than TAKEN.
 ZORUTIL_API std::unique_ptr<i18n::ILocalizedMessage> MakeFieldMessage(const field_t& field, field_result_t result);
 

@@ -38,8 +38,7 @@ std::size_t CRecordList::BlockOf(unsigned index) const noexcept {
   return static_cast<std::size_t>(behind - starts_.begin()) - 1;
 }
 
-// ---- beginnings of names
-// ----------------------------------------------------------------------------------------------
+// --- beginnings of names --------------------------------------------------------------------------------------------
 
 bool CRecordList::FindBlocks(std::u16string_view name, range_t& range) const noexcept {
   if (blocks_.empty()) return false;
@@ -105,8 +104,7 @@ void CRecordList::Share(std::size_t at, std::u16string_view name) noexcept {
   if (common < block.shared) SetShared(block, common > kSlack ? common - kSlack : 0);
 }
 
-// ---- blocks
-// -----------------------------------------------------------------------------------------------------------
+// --- blocks ---------------------------------------------------------------------------------------------------------
 
 void CRecordList::ShiftStarts(std::size_t from, unsigned by) noexcept {
   unsigned* const starts = starts_.data();
@@ -129,14 +127,8 @@ void CRecordList::BeginHold() {
 }
 
 void CRecordList::AddBlock(std::size_t at, unsigned capacity) {
-  if (spare_.slots == nullptr && !held_.empty()) {
-    spare_ = std::move(held_.back());
-    held_.pop_back();
-  }
-  const std::size_t blocks = blocks_.size() + held_.size() + 1;
+  const std::size_t blocks = blocks_.size() + std::max<std::size_t>(held_.size(), 1);
   if (holds_ != 0 && held_.capacity() < blocks) held_.reserve(2 * blocks);
-  if (spare_.slots == nullptr)
-    spare_ = {std::make_unique_for_overwrite<slot_t[]>(capacity), 0, static_cast<std::uint16_t>(capacity), 0};
   // Room in all of them before one changes, and more than one each time.
   const auto makeRoom = [](auto& vector) {
     if (vector.size() == vector.capacity()) vector.reserve(std::max<std::size_t>(1, vector.size() * 2));
@@ -144,9 +136,16 @@ void CRecordList::AddBlock(std::size_t at, unsigned capacity) {
   makeRoom(blocks_);
   makeRoom(starts_);
   makeRoom(firsts_);
+  block_t added;
+  if (held_.empty()) {
+    added = {std::make_unique_for_overwrite<slot_t[]>(capacity), 0, static_cast<std::uint16_t>(capacity), 0};
+  } else {
+    added = std::move(held_.back());
+    held_.pop_back();
+  }
   const unsigned start = at < starts_.size() ? starts_[at] : count_;
   const auto place = static_cast<std::ptrdiff_t>(at);
-  blocks_.insert(blocks_.begin() + place, std::exchange(spare_, {}));
+  blocks_.insert(blocks_.begin() + place, std::move(added));
   starts_.insert(starts_.begin() + place, start);
   firsts_.insert(firsts_.begin() + place, 0);
 }
@@ -185,8 +184,7 @@ void CRecordList::MergeBlock(std::size_t at) noexcept {
   SetShared(lower, common > kSlack ? common - kSlack : 0);
 }
 
-// ---- records
-// ----------------------------------------------------------------------------------------------------------
+// --- records --------------------------------------------------------------------------------------------------------
 
 // The block that then has a free slot for the index.
 std::size_t CRecordList::MakePlace(unsigned index) {
@@ -273,18 +271,14 @@ void CRecordList::Insert(unsigned index, CTableObj* record) {
   PutInto(at, index, record);
 }
 
-CTableObj* CRecordList::Take(unsigned index, bool keepRoom) noexcept {
+CTableObj* CRecordList::Take(unsigned index) noexcept {
   const std::size_t at = BlockOf(index);
   CTableObj* const record = TakeFrom(at, index);
   block_t& block = blocks_[at];
   if (block.count == 0) {
-    if (holds_ != 0) {
-      held_.push_back(std::move(block));
-    } else if (keepRoom) {
-      spare_ = std::move(block);
-    }
+    if (held_.size() < held_.capacity()) held_.push_back(std::move(block));
     RemoveBlock(at);
-  } else if (!keepRoom && holds_ == 0 && block.count < kBlockSize / 4) {
+  } else if (holds_ == 0 && block.count < kBlockSize / 4) {
     if (at + 1 < blocks_.size()) MergeBlock(at);
     if (at > 0) MergeBlock(at - 1);
   }

@@ -45,10 +45,8 @@ class ZORUTIL_API CRecordList {
 
   /// Puts a record before the one at `index`, which is the count at most. std::bad_alloc changes nothing.
   void Insert(unsigned index, CTableObj* record);
-  /// Takes the record at `index` out, and gives it. With `keepRoom` it can be put back where it was, or elsewhere first
-  /// and then back, without memory that might fail, until ReleaseRoom.
-  CTableObj* Take(unsigned index, bool keepRoom = false) noexcept;
-  void ReleaseRoom() noexcept { spare_ = {}; }
+  /// Takes the record at `index` out, and gives it.
+  CTableObj* Take(unsigned index) noexcept;
   /// From here on, as many records as are taken out can be put back, wherever and in whatever order, without memory
   /// that might fail. std::bad_alloc holds nothing. Each hold is ended by one EndHold.
   void BeginHold();
@@ -177,8 +175,7 @@ class ZORUTIL_API CRecordList {
   std::vector<block_t> blocks_;        // none of them empty
   std::vector<unsigned> starts_;       // the index of the first record of each
   std::vector<std::uint64_t> firsts_;  // the beginning of its name behind what the first names of all blocks share
-  block_t spare_;
-  std::vector<block_t> held_;  // emptied while room is held; its memory takes all blocks there are
+  std::vector<block_t> held_;          // emptied while room is held; its memory takes all blocks there are
   unsigned holds_ = 0;
   unsigned shared_ = 0;
   unsigned count_ = 0;

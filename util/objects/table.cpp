@@ -37,8 +37,7 @@ CTable::~CTable() {
   Reset();
 }
 
-// ---- the defaults of the virtual operations
-// --------------------------------------------------------------------------
+// --- the defaults of the virtual operations -------------------------------------------------------------------------
 
 CTableObj* CTable::GetOwner() const { return owner_; }
 CString CTable::GetTableName() const { return {}; }
@@ -63,8 +62,7 @@ int CTable::OnCompare(const char16_t* a, const char16_t* b) const {
                  : collation::CompareNoCase(ViewOf(a), ViewOf(b));
 }
 
-// ---- finding
-// ----------------------------------------------------------------------------------------------------------
+// --- finding --------------------------------------------------------------------------------------------------------
 
 int CTable::CompareWith(const CTableObj* record, std::u16string_view name) const {
   comparedRecord_ = record->GetName();
@@ -131,8 +129,7 @@ unsigned CTable::IndexOf(const CTableObj* object) const {
   return index < records_.GetCount() ? index : invalid_index;
 }
 
-// ---- records come and go
-// ----------------------------------------------------------------------------------------------
+// --- records come and go --------------------------------------------------------------------------------------------
 
 void CTable::PutAt(unsigned index, CTableObj* record, bool isMove) {
   records_.Insert(index, record);
@@ -142,7 +139,7 @@ void CTable::PutAt(unsigned index, CTableObj* record, bool isMove) {
 }
 
 CTableObj* CTable::TakeAt(unsigned index, bool isMove) noexcept {
-  CTableObj* const record = records_.Take(index, isMove);
+  CTableObj* const record = records_.Take(index);
   ++moves_;
   lastMiss_ = invalid_index;
   for (CWatch* watch = watches_; watch != nullptr; watch = watch->GetOuter()) watch->OnTake(index, isMove);
@@ -242,12 +239,15 @@ bool CTable::MoveRenamed(unsigned& index, CString& name) {
 
 bool CTable::Rename(CTableObj* object, const CString& name) {
   const lock_guard_t lock(lock_);
-  struct room_t {
-    ~room_t() { records.ReleaseRoom(); }
-    zorutil::CRecordList& records;
-  } const room{records_};
   const unsigned before = IndexOf(object);
   if (before == invalid_index) return false;
+  struct room_t {
+    explicit room_t(zorutil::CRecordList& list) : records(list) { records.BeginHold(); }
+    room_t(const room_t&) = delete;
+    room_t& operator=(const room_t&) = delete;
+    ~room_t() { records.EndHold(); }
+    zorutil::CRecordList& records;
+  } const room(records_);
   CString text = name;
   CWatch watch(*this);
   watch.Begin(before);
@@ -297,8 +297,7 @@ void CTable::Reset() {
   RemoveRefs(references);
 }
 
-// ---- copies
-// -----------------------------------------------------------------------------------------------------------
+// --- copies ---------------------------------------------------------------------------------------------------------
 
 std::vector<CTable::record_ptr> CTable::CopyRecords() const {
   const lock_guard_t lock(lock_);
@@ -321,8 +320,7 @@ void CTable::TakeCopies(std::vector<record_ptr> copies) {
   for (record_ptr& copy : copies) copy.release()->SetTable(this);
 }
 
-// ---- references
-// -------------------------------------------------------------------------------------------------------
+// --- references -----------------------------------------------------------------------------------------------------
 
 std::int32_t CTable::AddRefs(std::int32_t count) const noexcept {
   const std::int32_t now = references_.fetch_add(count, std::memory_order_relaxed) + count;

@@ -30,7 +30,8 @@
 // without one. Who calls an operation keeps the table alive meanwhile; the references that a removed record takes along
 // are given back last, which may destroy an owner that waits for that, and this table with it.
 //
-// Hooks (OnRecordInsert and the others) run under the lock and may themselves insert, remove, rename and look up.
+// Hooks (OnRecordInsert and the others) run under the lock and may themselves insert, remove, rename and look up. What
+// they throw passes through; what was done before the hook was called stays done.
 //
 // Speed: inserting in name order and the loading of such a file compare with the last record first; any other order
 // costs a binary search and a move of some hundred pointers at most, in a table of a million records too.

@@ -97,7 +97,7 @@ int CTable::GenerateName(CString& name, unsigned maxLength) const {
       name = std::move(candidate);
       return 1;
     }
-    if (isFirst && !loading_ && generated_->lastBase == counted.GetBase() && generated_->lastNumber != 0)
+    if (isFirst && generated_->lastBase == counted.GetBase() && generated_->lastNumber != 0)
       counted.position = generated_->lastNumber;
     isFirst = false;
     ++counted.position;

@@ -121,18 +121,20 @@ void CTableObj::OnPropertyChanged(int) {}
 
 bool CTableObj::SetName(const char16_t* name) {
   CString newName = TextOf(name);
-  {
+  for (;;) {
     const table_pin_t pin(*this);
     CTable* const table = pin.GetTable();
     if (table == nullptr) {
       const std::lock_guard guard(NameLock(this));
       if (name_ == newName) return true;
       name_.Swap(newName);
-    } else {
-      const std::lock_guard guard(*table->GetLock());
-      if (name_ == newName) return true;
-      if (!table->Rename(this, newName)) return false;
+      break;
     }
+    const std::lock_guard guard(*table->GetLock());
+    if (GetTable() != table) continue;  // it was moved meanwhile
+    if (name_ == newName) return true;
+    if (!table->Rename(this, newName)) return false;
+    break;
   }
   SetModified(true);
   return true;

@@ -23,7 +23,7 @@
 //   GetParent, GetTable and GetLock return is valid as long as the object stays where it is.
 // - The names, the descriptions and the bool queries of the state may be read at any time, but GetName itself: where
 //   others may rename, take GetDisplayName, GetPath, or the lock. SetName, SetDescription and SetModified may be called
-//   at any time.
+//   at any time, but SetName for an object that is just being put into a table.
 // - Everything else that changes, properties above all, is read and changed under the object's lock (GetLock, best held
 //   by zorutil::object_lock_t), which is that of its table. SetCustomBit, GetCustomBit, Load and Save take it
 //   themselves, but for objects in no table, which are one thread's: there Load and the custom bits do without.
@@ -266,7 +266,8 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
   static CTableObj* CreateObject(int fullType);
   static CTableObj* CreateObject(short type, short subtype) { return CreateObject(MakeFullType(type, subtype)); }
   static CTableObj* CreateObject(const char16_t* typeName);
-  /// Of the type and subtype in the list, -1 and 0 where there is none; then PostCreate(list).
+  /// Of the type and subtype in the list, -1 and 0 where there is none; then PostCreate(list). CException -1 also for
+  /// one that is no number of 16 bits.
   static CTableObj* CreateObject(const property_list_t& list);
   /// Of the type that the record at the file's position is of. The object's Load is then to read the rest. Null when
   /// the file is not open; CException -1 for a record format above 4, -3 at the end of the file.

@@ -54,10 +54,11 @@ TEST_F(TableObj, CopiesTakeWhatTheyShallAndNoMore) {
   EXPECT_FALSE(copy.IsInTable() || copy.GetCustomBit(7) || copy.IsModified());
   copy.value = 9;
   copy.SetTrackMods(false);
+  partB->SetCustomBit(0, true);
   *partB = copy;
   EXPECT_EQ(root->parts.FindRecord(u"x"), partB);  // renamed in its table
   partB->SetModified(true);
-  EXPECT_FALSE(partB->IsTrackingMods() || partB->IsModified() || *partB == *partX);
+  EXPECT_FALSE(partB->IsTrackingMods() || partB->IsModified() || partB->GetCustomBit(0) || *partB == *partX);
   partB->SetDescription(nullptr);
   EXPECT_FALSE(partB->HaveDescription());
 }
@@ -104,6 +105,8 @@ TEST_F(TableObj, FindsByPathThroughAllTables) {
   }
   CString path;
   EXPECT_EQ(root->FindObject(deep->GetPath(path), kPart, kPartSubtype), deep);
+  EXPECT_TRUE(boxB->CanDeleteObject(partX) && !root->CanDeleteObject(partX) && !root->CanDeleteObject(nullptr));
+  EXPECT_EQ(partX->GetLock(), boxB->parts.GetLock());
 }
 
 TEST_F(TableObj, SearchesByNameAndTypeInAnyDepth) {
@@ -126,9 +129,16 @@ TEST_F(TableObj, FactoriesAreFoundByNumberNameAndList) {
   CTableObj::property_list_t list;
   partX->GetProperties(list);
   EXPECT_EQ(zorutil::owned_obj_ptr(CTableObj::CreateObject(list))->GetFullType(), partX->GetFullType());
+  const auto create = [](int type) {
+    const CTableObj::property_list_t only{
+        zorutil::properties::CProperty::Create(zorutil::kObjectType, CVariant::FromInt32(type))};
+    return ErrorOf([&] { CTableObj::Delete(CTableObj::CreateObject(only)); });
+  };
+  EXPECT_EQ(create(kBox) * 10 + create(0x10000 + kBox), -1);  // subtype 0; no number of 16 bits
 
   CTableObj* (*const failing)() = []() -> CTableObj* { throw std::bad_alloc(); };
   for (const short subtype : {short{1}, short{0}}) CTableObj::Register(20, subtype, failing);
+  EXPECT_THROW(CTableObj::CreateObject(20, 0), std::bad_alloc);
   CTableObj::Unregister(failing);
   EXPECT_EQ(ErrorOf([] { CTableObj::CreateObject(20, 0); }), -1);
   EXPECT_THROW(CTableObj::CreateObject(20, 1), std::bad_alloc);
@@ -163,6 +173,8 @@ TEST_F(TableObj, RecordsOfEveryFormatAreRead) {
       const zorutil::owned_obj_ptr made(CTableObj::CreateObject(in));
       EXPECT_EQ(made->Load(in, true), result);
       EXPECT_TRUE(made->GetName() == direct.GetName() && made->GetVersion() == 2);
+      in->SeekToBegin();
+      EXPECT_EQ(made->Load(in, true), result);  // now with the type
     });
     CMemFile written;
     part.Save(&written, true);
@@ -202,6 +214,11 @@ TEST_F(TableObj, AScopeTellsWhatIsUnderWay) {
   boxB->Save(&file, false);
   root->Save(&file, false);
   onData = nullptr;
+  {
+    const scope_t outer(*partX, true, true);
+    { const scope_t inner(*partX, false, false); }
+    EXPECT_TRUE(partX->IsSerializing() && !partX->IsRecursing() && !partX->IsSerializingBinary());
+  }
   EXPECT_EQ(seen, "10:1 100:1 110:2 111:2 111:2 111:3 111:4 ");
 }
 
@@ -307,6 +324,7 @@ TEST_F(TableObj, ThreadsReadRenameDeleteAndCountAtOnce) {
 
 TEST_F(TableObj, CountsAddUpWhileTheObjectMoves) {
   CBox* const boxes[] = {boxB, root->Add(MakeBox(u"b2"))};
+  ref_counted_obj_ptr first = partX;  // without which the others could not take theirs
   const auto work = [&](unsigned i) {
     const ref_counted_obj_ptr held = partX;
     partX->SetCustomBit(i % 8, partX->GetDisplayName() == u"x");
@@ -317,7 +335,21 @@ TEST_F(TableObj, CountsAddUpWhileTheObjectMoves) {
     boxes[(i + 1) % 2]->AddObject(partX);
     const zorutil::object_lock_t guard(*partX);
   });
+  first = nullptr;
   EXPECT_EQ(SumOfCounts(*partX) + SumOfCounts(*boxes[0]) + SumOfCounts(*boxes[1]), 0);
+}
+
+TEST_F(TableObj, ANameIsGivenToARecordThatMovesMeanwhile) {
+  std::thread renaming;
+  {
+    const std::lock_guard guard(*boxB->parts.GetLock());
+    renaming = std::thread([&] { EXPECT_TRUE(partX->SetName(u"y")); });
+    while (boxB->parts.GetRefCount() == 0) std::this_thread::yield();  // it waits for the lock
+    boxB->parts.Remove(partX);
+    root->AddObject(partX);
+  }
+  renaming.join();
+  EXPECT_EQ(root->parts.FindRecord(u"y"), partX);
 }
 
 // One thread gives the last reference back, or deletes, just while another takes the record and its parent away.

@@ -44,23 +44,22 @@ template <class Read>
 int CTable::LoadAll(Read read) {
   const std::lock_guard lock(lock_);
   Reset();
-  unsigned count = invalid_index;
   try {
-    count = read();
+    const unsigned count = read();
+    if (count != invalid_index) {
+      loading_ = false;
+      if (generated_ != nullptr) generated_->ForgetRuns();
+      OnLoadEnd();
+      if (count != 0) OnLoad();
+      if (!notTracking_) modified_ = false;
+      return 1;
+    }
   } catch (...) {
     Reset();
     throw;
   }
-  if (count == invalid_index) {
-    Reset();
-    return 0;
-  }
-  loading_ = false;
-  if (generated_ != nullptr) generated_->ForgetRuns();
-  OnLoadEnd();
-  if (count != 0) OnLoad();
-  if (!notTracking_) modified_ = false;
-  return 1;
+  Reset();
+  return 0;
 }
 
 // Renames a record whose name is taken. False, and it is destroyed, when the table does not take it.
@@ -85,8 +84,7 @@ bool CTable::KeepLoaded(record_ptr record) {
   return true;
 }
 
-// ---- binary files
-// -----------------------------------------------------------------------------------------------------
+// --- binary files ---------------------------------------------------------------------------------------------------
 
 bool CTable::LoadRecord(CFile* file) {
   record_ptr record(CTableObj::CreateObject(file));
@@ -145,8 +143,7 @@ int CTable::Save(CFile* file) const {
   return 1;
 }
 
-// ---- documents
-// --------------------------------------------------------------------------------------------------------
+// --- documents ------------------------------------------------------------------------------------------------------
 
 // Null, or what is wrong with the record.
 std::unique_ptr<i18n::ILocalizedMessage> CTable::LoadRecord(CStructuredDoc& document, void* element,

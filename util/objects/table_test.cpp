@@ -117,6 +117,11 @@ TEST_F(TableTest, MakesNamesFreeByCountingUp) {
     EXPECT_EQ(table.GenerateName(name, 256), 1);
     EXPECT_EQ(name, expected);
   }
+  table.Reset();
+  Add(table, "Tag Tag1");
+  CString afresh = u"Tag";
+  table.GenerateName(afresh, 256);
+  EXPECT_EQ(afresh, u"Tag2");
 }
 
 TEST_F(TableTest, WritesTheRecordsThatItIsToWrite) {
@@ -130,13 +135,16 @@ TEST_F(TableTest, WritesTheRecordsThatItIsToWrite) {
   table.onSave = [](unsigned index) { return index != 1; };
   const bytes_t two = Saved(table);
   EXPECT_EQ(two[2], std::byte{2});
+  CMemFile file;
+  EXPECT_EQ(table.Save(&file), 1);
+  EXPECT_EQ(file.GetPosition(), two.size());
   EXPECT_FALSE(table.IsModified());
   EXPECT_EQ(Load(table, two), 1);
   EXPECT_EQ(Names(table), "A C");
+  EXPECT_EQ(table.saves * 10 + table.resets, 31);
   CFile closed;
   EXPECT_EQ(table.Save(&closed) + table.Load(&closed), 0);
   table.Insert(new CLeaf(u"refused", kRefused));
-  CMemFile file;
   EXPECT_EQ(table.Save(&file), 0);
 }
 
@@ -147,9 +155,15 @@ TEST_F(TableTest, ReadsBothFormatsAndRefusesWhateverIsCutOrFalse) {
     const std::string text(std::istreambuf_iterator<char>(in), {});
     bytes_t bytes(std::as_bytes(std::span(text)).begin(), std::as_bytes(std::span(text)).end());
     table.loads = 0;
+    std::string created;
+    table.onCreate = [&](CTableObj* object) { created += object->GetName().ToUtf8() + "."; };
     ASSERT_EQ(Load(table, bytes), 1);
     EXPECT_EQ(Names(table), names);
+    EXPECT_EQ(created, std::string(table.GetCount(), '.'));
+    table.onCreate = nullptr;
     EXPECT_EQ(table.loads, 1);
+    EXPECT_EQ(Load(table, Saved(CHookedTable())) * 10 + table.loads, 11) << "OnLoad is for tables with records";
+    ASSERT_EQ(Load(table, bytes), 1);
     EXPECT_FALSE(root.IsModified() || table.IsModified());
     for (std::size_t length = 0; length < bytes.size(); ++length) {
       ASSERT_EQ(Load(table, std::span(bytes).first(length)), 0) << length;
@@ -178,6 +192,11 @@ TEST_F(TableTest, LoadsEqualNamesUnderNamesOfTheirOwn) {
   EXPECT_EQ(table.GetCount(), 3000U);
   ASSERT_EQ(Load(source, bytes), 1);
   EXPECT_EQ(source.GetRecord(3)->GetName(), u"Tag1");
+  EXPECT_FALSE(source.GetRecord(3)->IsModified());
+  source.Reset();
+  Add(source, "Tag Tag Tag007 Tag007 Tag");
+  ASSERT_EQ(Load(table, Saved(source)), 1);
+  EXPECT_EQ(Names(table), "Tag Tag007 Tag008 Tag1 Tag9") << "one text, one last number";
 }
 
 TEST_F(TableTest, StandsHooksThatChangeIt) {
@@ -202,10 +221,29 @@ TEST_F(TableTest, StandsHooksThatChangeIt) {
   table.onLoad = [&](unsigned index) { index == 1 ? throw std::bad_alloc() : void(); };
   EXPECT_THROW(Load(table, bytes), std::bad_alloc);
   EXPECT_EQ(table.GetCount(), 0U);
+  table.onLoad = nullptr;
+  table.onLoadAll = [&](int) { throw std::bad_alloc(); };
+  EXPECT_THROW(Load(table, bytes), std::bad_alloc);
+  EXPECT_EQ(table.GetCount(), 0U);
   Add(table, "a b c");
   table.onRemove = [&](unsigned index) { index == 1 ? table.Delete(table.GetRecord(0)) : void(); };
   CTableObj::Delete(table.GetRecord(1));
   EXPECT_EQ(Names(table), "c");
+}
+
+TEST_F(TableTest, MarksItselfAndItsOwnerForWhateverComesAndGoes) {
+  const auto marks = [&](const std::function<void()>& change) {
+    root.SetModified(false);
+    table.SetModified(false);
+    change();
+    return 10 * table.IsModified() + root.IsModified();
+  };
+  EXPECT_EQ(marks([&] { Add(table, "a b c d"); }), 11);
+  EXPECT_EQ(marks([&] { table.Delete(table.GetRecord(0)); }), 11);
+  EXPECT_EQ(marks([&] { table = CHookedTable(table); }), 11);
+  EXPECT_EQ(marks([&] { table.Reset(); }), 0);
+  table.SetTrackMods(false);
+  EXPECT_EQ(marks([&] { Add(table, "e"); }), 0);
 }
 
 TEST_F(TableTest, RenamesInOneStepOrNotAtAll) {
@@ -321,6 +359,11 @@ TEST_F(TableTest, IsWholeWhicheverAllocationFails) {
   EXPECT_THROW(table = source.children, zorplatform::CException);
   table.Reset();
   failEach("load", [&] { Load(table, bytes); });
+  // A record that is alone in its block, between full ones, goes to a full one.
+  table.Reset();
+  for (int i = 1000; i < 2024; ++i) Add(table, std::to_string(i));
+  for (int i = 0; i < 255; ++i) CTableObj::Delete(table.GetRecord(256));
+  failEach("rename from a block of one", [&] { table.Rename(table.GetRecord(256), u"1900x"); });
   source.children.Reset();
 }
 

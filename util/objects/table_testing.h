@@ -70,7 +70,10 @@ class CHookedTable : public CTable {
   std::function<void(unsigned)> onRemove;
   std::function<bool(unsigned)> onSave;
   std::function<bool(const CTableObj&)> canHold;
+  std::function<void(int)> onLoadAll;  // with the number of loads
   int loads = 0;
+  mutable int saves = 0;
+  int resets = 0;
 
  protected:
   void OnCreateRecord(CTableObj* object) const override { Call(onCreate, object); }
@@ -79,7 +82,9 @@ class CHookedTable : public CTable {
   void OnRecordRemove(unsigned index) override { Call(onRemove, index); }
   bool OnRecordSave(unsigned index) const override { return !onSave || onSave(index); }
   bool CanHold(const CTableObj& object) const override { return !canHold || canHold(object); }
-  void OnLoad() override { ++loads; }
+  void OnSave() const override { ++saves; }
+  void OnReset() override { ++resets; }
+  void OnLoad() override { Call(onLoadAll, ++loads); }
 
  private:
   template <class Hook, class T>

@@ -39,7 +39,9 @@ class CTag final : public zorutil::CDescribedObj {
 
   static const zorutil::type_description_t kType;
   CTag() : CDescribedObj(kType) {}
+  void OnLoadComplete() override { ++completions; }
 
+  int completions = 0;  // not stored
   CString address;
   data_type_t dataType = DEFAULT;
   bool isWritable = true;
@@ -248,7 +250,7 @@ inline zorutil::owned_obj_ptr MakeOddPlant() {
                              CVariant::FromDate(45000.25),
                              CVariant::FromArray(std::vector<double>{0.1, -0.0}),
                              CVariant::FromArray(std::vector<std::int16_t>{1, 2, 3})};
-  const double reals[] = {0.1 + 0.2, -0.0, NAN, INFINITY, -INFINITY, 5e-324, 1e38, 1e16};
+  const double reals[] = {0.1 + 0.2, -0.0, -NAN, INFINITY, -INFINITY, 5e-324, 1e38, 1e16};
   unsigned number = 0;
   for (const CVariant& value : values) {
     CTag& tag = Add<CTag>(plant.tags, NumberedName("Tag é", number, 3));

@@ -1,7 +1,6 @@
 #include "util/project/project_diff.h"
 
 #include <algorithm>
-#include <bit>
 #include <functional>
 #include <map>
 #include <string>
@@ -20,31 +19,6 @@
 namespace zorutil::project {
 
 namespace {
-
-// Bit for bit.
-bool AreSame(const field_t& field, const field_value_t& a, const field_value_t& b) {
-  switch (field.kind) {
-    case field_kind_t::REAL4:
-    case field_kind_t::REAL8: return std::bit_cast<std::uint64_t>(a.real) == std::bit_cast<std::uint64_t>(b.real);
-    case field_kind_t::TEXT:
-    case field_kind_t::PASSWORD: return a.text == b.text;
-    case field_kind_t::VALUE: break;
-    default: return a.integer == b.integer;
-  }
-  if (a.value.vt != b.value.vt) return false;
-  switch (a.value.vt) {
-    case VT_EMPTY: return true;
-    case VT_BSTR: return a.value.GetStringView() == b.value.GetStringView();
-    case VT_R8:
-    case VT_I8:
-    case VT_UI8: return a.value.llVal == b.value.llVal;
-    default: break;
-  }
-  CString textOfA, textOfB;
-  FieldToText(field, a, textOfA);
-  FieldToText(field, b, textOfB);
-  return textOfA == textOfB;
-}
 
 const type_description_t* TypeOf(const CTableObj& object) {
   const CDescribedObj* const described = AsDescribed(&object);

@@ -17,7 +17,8 @@
 // exactly one that was added are equal in all but the name, whatever their tables, they are told as one that moved.
 // Tables of their own order (CUnorderedTable) go by the exact name, and tell which records now stand behind the others.
 //
-// Settings are compared bit for bit, a password by its encrypted text. IsEmpty() is AreTreesEqual (project_file.h).
+// Settings are compared bit for bit (AreSame of field_value.h), a password by its encrypted text. IsEmpty() is
+// AreTreesEqual (project_file.h).
 //
 // Differences stand in the order of the trees: an object before what is below it, tables in their order, what was
 // removed where it stood in the first tree. Work and time grow with the size of both trees, and for each object that

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -265,22 +264,6 @@ void ClearMarks(CTableObj& object) {
   }
 }
 
-bool AreValuesEqual(field_kind_t kind, const field_value_t& a, const field_value_t& b) {
-  if (kind == field_kind_t::VALUE) {
-    CString textOfA, textOfB;
-    field_t field{};
-    field.kind = kind;
-    FieldToText(field, a, textOfA);
-    FieldToText(field, b, textOfB);
-    return textOfA == textOfB;
-  }
-  if (FieldWidth(kind) == 0) return a.text == b.text;
-  std::uint8_t bytesOfA[8] = {}, bytesOfB[8] = {};
-  PackField(kind, a, bytesOfA);
-  PackField(kind, b, bytesOfB);
-  return std::memcmp(bytesOfA, bytesOfB, sizeof bytesOfA) == 0;
-}
-
 }  // namespace
 
 // --- forms ---------------------------------------------------------------------------------------------------------
@@ -372,7 +355,7 @@ bool AreTreesEqual(const CTableObj& a, const CTableObj& b) {
     for (const field_t& field : describedA->GetTypeDescription().fields) {
       field.get(a, valueOfA);
       field.get(b, valueOfB);
-      if (!AreValuesEqual(field.kind, valueOfA, valueOfB)) return false;
+      if (!AreSame(field, valueOfA, valueOfB)) return false;
     }
   } else if (!(a == b)) {
     return false;

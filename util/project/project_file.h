@@ -75,8 +75,8 @@ ZORUTIL_API void SaveProject(const CTableObj& root, const CString& path, form_t 
 ZORUTIL_API void WriteProject(const CTableObj& root, CFile& file, form_t form);
 ZORUTIL_API std::vector<std::byte> WriteProject(const CTableObj& root, form_t form);
 
-/// Whether two trees hold the same: type, name, description, every field bit for bit, and the same children in the same
-/// order; of types that are not described the properties. Nobody changes the trees meanwhile.
+/// Whether two trees hold the same: type, name, description, every field (AreSame of field_value.h), and the same
+/// children in the same order; of types that are not described the properties. Nobody changes the trees meanwhile.
 ZORUTIL_API bool AreTreesEqual(const CTableObj& a, const CTableObj& b);
 
 }  // namespace zorutil::project

@@ -53,6 +53,7 @@ TEST_F(Project, EveryFormGivesBackAnEqualTreeThroughEveryOther) {
       EXPECT_EQ(WriteProject(*plant, first), WriteProject(*twice, first));
       EXPECT_FALSE(twice->IsModified());
       EXPECT_FALSE(twice->GetChildTable(0)->IsModified());
+      EXPECT_EQ(static_cast<CTag&>(*static_cast<CPlant&>(*twice).tags.GetRecord(0)).completions, 1);
     }
   }
 }
@@ -207,10 +208,11 @@ TEST_F(Project, WhatAFormCannotHoldIsNotSaved) {
 TEST_F(Project, FilesAreReplacedWholeAndKnownByTheirContent) {
   const CTempFolder folder;
   const owned_obj_ptr plant = MakeOddPlant();
+  CTableObj& tag = *static_cast<CPlant&>(*plant).tags.GetRecord(0);
   for (const form_t form : kForms) {
-    plant->SetModified(true);
+    tag.SetModified(true);
     SaveProject(*plant, folder.PathOf("plant"), form);
-    EXPECT_FALSE(plant->IsModified());
+    EXPECT_FALSE(plant->IsModified() || tag.IsModified());
     load_report_t report;
     const owned_obj_ptr loaded = LoadProject(folder.PathOf("plant"), report);
     ASSERT_NE(loaded, nullptr) << report.ToString();
@@ -250,6 +252,7 @@ TEST_F(Project, ValidationTellsThePathOfEachFailure) {
   plant->GetChildTable(0)->GetRecord(0)->GetChildTable(0)->GetRecord(1)->SetName(u"a.b");
   const auto failures = ValidateTree(*plant);
   ASSERT_EQ(failures.size(), 1U);
+  EXPECT_TRUE(ValidateTree(*plant, 0).empty());
   EXPECT_EQ(failures[0].path, u"Plant.Channel0000000.a.b");
   EXPECT_EQ(failures[0].failure.message->GetMessageId(), i18n::IDS_OBJECT_NAME_NOT_VALID);
 }
