@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "util/i18n/message_exception.h"
+#include "util/objects/plant_types_testing.h"
 #include "util/objects/tree_invariants_testing.h"
-#include "util/project/plant_types_testing.h"
 #include "util/project/project_file.h"
 
 namespace project_fuzz {

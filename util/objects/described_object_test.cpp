@@ -16,7 +16,7 @@
 #include "util/docs/xml_document.h"
 #include "util/i18n/message_exception.h"
 #include "util/i18n/message_ids.h"
-#include "util/project/plant_types_testing.h"
+#include "util/objects/plant_types_testing.h"
 #include "util/properties/password.h"
 #include "util/properties/property.h"
 #include "util/serialization/stream_testing.h"

@@ -9,8 +9,8 @@
 
 #include "util/i18n/message_exception.h"
 #include "util/objects/described_object.h"
+#include "util/objects/plant_types_testing.h"
 #include "util/objects/unordered_table.h"
-#include "util/project/plant_types_testing.h"
 #include "util/properties/property_list.h"
 
 namespace patch_testing {

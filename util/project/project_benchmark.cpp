@@ -12,7 +12,7 @@
 #include <string_view>
 
 #include "platform/framework/temp_folder_testing.h"
-#include "util/project/plant_types_testing.h"
+#include "util/objects/plant_types_testing.h"
 #include "util/project/project_diff.h"
 #include "util/project/project_file.h"
 #include "util/project/project_patch.h"

@@ -13,7 +13,7 @@
 #include "platform/framework/allocation_testing.h"
 #include "platform/framework/file.h"
 #include "platform/framework/temp_folder_testing.h"
-#include "util/project/plant_types_testing.h"
+#include "util/objects/plant_types_testing.h"
 #include "util/project/project_file.h"
 
 namespace {

@@ -9,9 +9,9 @@
 #include "platform/framework/temp_folder_testing.h"
 #include "util/i18n/message_exception.h"
 #include "util/i18n/message_ids.h"
+#include "util/objects/plant_types_testing.h"
 #include "util/objects/tree_invariants_testing.h"
 #include "util/project/json_mapping.h"
-#include "util/project/plant_types_testing.h"
 #include "util/project/tree_validation.h"
 #include "util/properties/validation.h"
 
