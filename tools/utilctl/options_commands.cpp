@@ -9,6 +9,7 @@
 
 #include "platform/framework/file.h"
 #include "platform/framework/string_array.h"
+#include "platform/zorplatform/file_lock.h"
 #include "platform/zorplatform/file_search.h"
 #include "platform/zorplatform/ini_file.h"
 #include "tools/utilctl/command_functions.h"
@@ -70,8 +71,10 @@ std::vector<level_file_t> LevelFiles(const CCall& call) {
   return pairs;
 }
 
-// A missing file, which a program takes for an empty one, is what a user asks for help with.
+// A missing file, which a program takes for an empty one, is what a user asks for help with. So are a pipe and a
+// device, which it takes for the same.
 void Load(const level_file_t& file) {
+  if (!IsRegularOrMissing(file.path)) throw CFileException(FileText(file.path), "not a regular file", 0);
   CFile(FileText(file.path), CFile::modeRead).Close();
   COptionsContainer::GetInstance().LoadSettings(file.level, FileText(file.path));
 }
@@ -202,6 +205,7 @@ exit_t GetOption(CCall& call) {
 exit_t SetOption(CCall& call) {
   const level_file_t file = LevelFiles(call).front();
   const CString key = call.Get("KEY"), value = call.Get("VALUE");
+  const zorplatform::CFileLock lock(FileText(file.path));
   COptionsContainer& container = COptionsContainer::GetInstance();
   container.LoadSettings(file.level, FileText(file.path));
   const CSectionOptions options(call.Get("SECTION"), file.level);
@@ -216,6 +220,7 @@ exit_t SetOption(CCall& call) {
 exit_t UnsetOption(CCall& call) {
   const level_file_t file = LevelFiles(call).front();
   const CString section = call.Get("SECTION"), key = call.Get("KEY");
+  const zorplatform::CFileLock lock(FileText(file.path));
   CIniFile document;
   document.Load(FileText(file.path));
   const bool wasThere = call.Has("KEY") ? document.DeleteValue(section, key) : document.DeleteSection(section);
