@@ -126,7 +126,8 @@ bool CChangeScript::Read(std::string_view text, const std::string& name, reading
       continue;
     }
     isGood = false;
-    log.Add(name + ", line " + std::to_string(change.line) + ": " + (fault.empty() ? "expected a change" : fault));
+    const std::string place = change.line == 0 ? "" : ", line " + std::to_string(change.line);  // no object, no line
+    log.Add(name + place + ": " + (fault.empty() ? "expected a change" : fault));
   }
   std::stable_sort(changes_.begin(), changes_.end(),
                    [](const change_t& a, const change_t& b) { return a.atMs < b.atMs; });
