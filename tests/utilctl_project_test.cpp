@@ -45,8 +45,15 @@ TEST_F(Projects, AreCheckedInEveryForm) {
   }
   Write("cut.bin", FileText(folder_ / "fast.bin").substr(0, 60));
   Write("text.txt", "North\n");
-  EXPECT_EQ(Run("check cut.bin text.txt"), 1);
+  std::string newer = FileText(folder_ / "fast.bin");
+  newer[12] = 99;
+  Write("newer.bin", newer);
+  EXPECT_EQ(Run("check cut.bin text.txt newer.bin"), 1);
+  EXPECT_TRUE(Holds(messages_, "newer.bin: The project file is damaged: byte 14: object record format 99"))
+      << messages_;
   EXPECT_TRUE(Holds(messages_, "cut.bin: North: ") && Holds(messages_, "text.txt: this is no project")) << messages_;
+  EXPECT_EQ(Run("check north.json"), 0);
+  EXPECT_TRUE(Holds(out_, "no definition: 6 settings; --definitions names a folder\n")) << out_;
   EXPECT_EQ(Run("check north.json --json"), 0) << messages_;
   EXPECT_TRUE(Holds(out_, "\"objects\": 3") && Holds(out_, "\"Pump.Drive\"")) << out_;
   EXPECT_EQ(Run("check north.json --definitions none"), 3);

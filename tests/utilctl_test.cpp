@@ -183,6 +183,7 @@ TEST_F(Utilctl, ChecksAddresses) {
       '10.0. 0.05:502'|0|kind IPv4 address address 10.0.0.5 port 502 loopback no valid yes ;
       10.1 --resolve|0|kind host name host 10.1 resolved 10.0.0.1 address 10.0.0.1 loopback no valid yes ;
       plc-4:80|0|kind host name host plc-4 port 80 valid yes ; a:65536|1|valid no "a:65536": the port is above 65535 ;
+      "`printf 'a\nb'`"|1|kind host name host a?b valid no "a?b" has not the form of a host name ;
       'plc 4'|1|kind host name host plc 4 valid no "plc 4" has not the form of a host name ;
       0.0.0.0|1|kind IPv4 address address 0.0.0.0 loopback no valid no 0.0.0.0 is the address of no single host )")) {
     EXPECT_EQ(std::to_string(Run("address check " + c[0])), c[1]);

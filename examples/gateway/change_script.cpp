@@ -126,7 +126,8 @@ bool CChangeScript::Read(std::string_view text, const std::string& name, reading
       continue;
     }
     isGood = false;
-    log.Add(name + ", line " + std::to_string(change.line) + ": " + (fault.empty() ? "expected a change" : fault));
+    const std::string place = change.line == 0 ? "" : ", line " + std::to_string(change.line);  // no object, no line
+    log.Add(name + place + ": " + (fault.empty() ? "expected a change" : fault));
   }
   std::stable_sort(changes_.begin(), changes_.end(),
                    [](const change_t& a, const change_t& b) { return a.atMs < b.atMs; });
@@ -186,7 +187,10 @@ std::string CChangeScript::Describe(const change_t& change) {
     case kind_t::remove: return "delete " + path;
     case kind_t::copy: return "copy " + path + " to " + change.name.ToUtf8();
     case kind_t::patch:
-      return "patch of " + std::to_string(json::ValueAsArray(change.value).elements.size()) + " operations";
+      if (const std::size_t count = json::ValueAsArray(change.value).elements.size(); count != 1) {
+        return "patch of " + std::to_string(count) + " operations";
+      }
+      return "patch of one operation";
     default: break;
   }
   std::string names;
@@ -201,7 +205,9 @@ std::string CChangeScript::Apply(CTableObj& root, const change_t& change, unsign
   if (change.kind == kind_t::patch) {
     properties::CValidationContext plain(definitions);
     const auto result = project::ApplyPatch(*change.value, root, {.context = &plain});
-    return result.ToString(languageId).ToUtf8();
+    std::string lines = result.ToString(languageId).ToUtf8();
+    if (lines.ends_with('\n')) lines.pop_back();  // an entry of a log ends without
+    return lines;
   }
   const ref_counted_obj_ptr found = root.FindObject(change.path);
   CTableObj* const object = change.path.IsEmpty() ? &root : found.get();

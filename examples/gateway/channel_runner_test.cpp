@@ -133,6 +133,7 @@ TEST_F(ChannelRunner, RefusesChangesThatCannotBeMadeAndLeavesTheObjectAsItWas) {
     SCOPED_TRACE(row.change);
     const std::string answer = Change(row.change);
     EXPECT_NE(answer.find(row.why), std::string::npos) << answer;
+    EXPECT_FALSE(answer.starts_with("not done") && answer.ends_with('\n')) << "an entry of a log is a line";
     EXPECT_EQ(static_cast<const CTag&>(*Find("C.D.A")).GetAddress(), u"a");
   }
   EXPECT_EQ(Step("1"), "");

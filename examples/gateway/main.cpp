@@ -23,6 +23,7 @@
 #include "platform/framework/native_path.h"
 #include "util/i18n/language.h"
 #include "util/i18n/message_exception.h"
+#include "util/objects/described_object.h"
 #include "util/objects/type_library.h"
 #include "util/options/product_identity.h"
 #include "util/project/tree_validation.h"
@@ -151,7 +152,12 @@ exit_t Run(const std::string& path, const settings_t& settings, gateway::CLiveSe
     std::cerr << report.ToString(settings.languageId).ToUtf8() << '\n';
     return EXIT_IO;
   }
-  if (root->GetType() != gateway::kProject) throw std::runtime_error(path + ": holds no project but another object");
+  if (root->GetType() != gateway::kProject) {
+    const zorutil::CDescribedObj* const other = zorutil::AsDescribed(root.get());
+    throw std::runtime_error(
+        path + ": expected a Project at the top, not " +
+        (other == nullptr ? "another object" : CString(other->GetTypeDescription().name).ToUtf8()));
+  }
   const double ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - started).count();
   std::cout << root->GetDisplayName().ToUtf8() << ": loaded in " << readings::Value(std::max(ms, 0.1)) << " ms\n";
 

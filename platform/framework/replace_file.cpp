@@ -179,7 +179,7 @@ void CReplaceFile::state_t::LookAtTarget() {
     return;
   }
   if (S_ISDIR(old.st_mode)) Fail("open", EISDIR);
-  if (!S_ISREG(old.st_mode)) Fail("open", EINVAL);
+  if (!S_ISREG(old.st_mode)) Fail("open: not a regular file", EINVAL);
   // A rename asks for the folder's permission only; the file's own is respected all the same.
   if (::faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) Fail("open", errno);
 }

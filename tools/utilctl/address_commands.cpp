@@ -64,7 +64,7 @@ void Show(CReport& report, const char16_t* name, const std::string& text, CVaria
   AddMember(report.result, name, std::move(value));
 }
 void Show(CReport& report, const char16_t* name, const CString& text) {
-  Show(report, name, text.ToUtf8(), CVariant(text));
+  Show(report, name, Printable(text.ToUtf8()), CVariant(text));
 }
 void Show(CReport& report, const char16_t* name, bool value) {
   Show(report, name, value ? "yes" : "no", CVariant::FromBool(value));

@@ -18,6 +18,8 @@ namespace fs = std::filesystem;
 
 namespace {
 constexpr std::size_t kBlock = 1 << 20;
+// A device can be without end.
+constexpr std::size_t kMost = std::size_t{1} << 32;
 }  // namespace
 
 std::string ReadWholeFile(const std::string& path) {
@@ -29,6 +31,7 @@ std::string ReadWholeFile(const std::string& path) {
     content.resize(before + kBlock);
     got = file.Read(content.data() + before, kBlock);
     content.resize(before + got);
+    if (content.size() > kMost) throw CFileException(FileText(path), "more than 4 GiB", 0);
   }
   return content;
 }
@@ -41,6 +44,12 @@ void ReplaceWholeFile(const std::string& path, std::string_view content) {
     rest.remove_prefix(count);
   }
   file.Commit();
+}
+
+bool IsRegularOrMissing(const std::string& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  return fs::is_regular_file(status) || !fs::exists(status);
 }
 
 void MakeFolder(const std::string& path) {

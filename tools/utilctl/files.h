@@ -8,10 +8,12 @@
 
 namespace utilctl {
 
-/// The whole file; "-" is standard input. CFileException when it cannot be read.
+/// The whole file; "-" is standard input. CFileException when it cannot be read, or is longer than 4 GiB.
 std::string ReadWholeFile(const std::string& path);
 /// Puts the content in the file's place, whole or not at all. CFileException when it cannot be written.
 void ReplaceWholeFile(const std::string& path, std::string_view content);
+/// False for a folder, a pipe, a device; a link counts as what it leads to.
+bool IsRegularOrMissing(const std::string& path);
 /// Makes the folder if it is not there; CFileException when it cannot be made.
 void MakeFolder(const std::string& path);
 

@@ -7,6 +7,7 @@
 #include <iostream>
 #include <map>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -131,6 +132,8 @@ exit_t Run(const parsed_command_t& parsed) {
     code = EXIT_USAGE;
   } catch (const CFileException& error) {
     failure = TextOf(error);
+  } catch (const std::bad_alloc&) {
+    failure = "out of memory";
   } catch (const std::exception& error) {
     failure = error.what();
   }

@@ -93,8 +93,11 @@ exit_t CheckProject(CCall& call) {
     AddMember(entry, u"undefined", std::move(names));
     checked.AddObject(std::move(entry));
     if (call.report.GetProblems().size() != before) continue;
-    call.report.text += path + ": " + std::to_string(objects) + " objects are fine\n";
-    if (!list.empty()) call.report.text += path + ": not checked, for there is no definition: " + list + '\n';
+    call.report.text +=
+        path + ": " + std::to_string(objects) + (objects == 1 ? " object is fine\n" : " objects are fine\n");
+    if (list.empty()) continue;
+    if (!call.Has("--definitions")) list = std::to_string(undefined.size()) + " settings; --definitions names a folder";
+    call.report.text += path + ": not checked, for there is no definition: " + list + '\n';
   }
   AddMember(call.report.result, u"checked", std::move(checked));
   return call.GetExit();

@@ -32,7 +32,8 @@ thread_local const CString* loadedName = nullptr;
 thread_local unsigned copies = 0;
 
 [[noreturn]] void Fail(const CFile& file, const std::string& what) {
-  CException::Throw(CException::kEndOfStream, file.GetFilePath().ToUtf8() + ", byte " +
+  const std::string path = file.GetFilePath().ToUtf8();  // memory has none
+  CException::Throw(CException::kEndOfStream, path + (path.empty() ? "byte " : ", byte ") +
                                                   std::to_string(file.GetPosition()) + ": object record " + what);
 }
 

@@ -220,7 +220,7 @@ CTable& GetTable(CTableObj& object) {
 
 /// A field over a member, or over a getter and a setter. A setter that returns a bool says by false that it refuses the
 /// value; of other setters the result does not count. `type` tells dates, times, file names and the like from plain
-/// numbers and texts.
+/// numbers and texts; documents hold them as what the member is, so a date in a double as its number of days.
 template <auto GET, auto SET = GET>
 constexpr field_t Field(
     int id, const char16_t* name, std::uint16_t since = 0,

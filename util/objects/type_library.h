@@ -4,8 +4,7 @@
 //   ZORUTIL_TYPE_LIBRARY(kPump, kValve)
 //
 //   // The program, before it loads a project with pumps and valves:
-//   zorutil::CTypeLibrary pumps(u"\\opt\\plant\\plugins\\pumps.so");       // zorplatform::CException that names the
-//   cause
+//   zorutil::CTypeLibrary pumps(u"\\opt\\plant\\plugins\\pumps.so");   // zorplatform::CException names the cause
 //
 // A plug-in is a shared library with one exported C function, ZorutilTypeLibrary, which the macro writes. It lists the
 // plug-in's types, registers nothing, and need not be called twice. The program registers all of the types

@@ -7,6 +7,7 @@
 #include "platform/framework/sync.h"
 #include "platform/text/collation.h"
 #include "platform/zorplatform/exception.h"
+#include "util/objects/table_obj.h"
 
 namespace zorutil {
 namespace {
@@ -29,9 +30,10 @@ registry_t& Registry() {
 }
 
 [[noreturn]] void Refuse(std::int32_t fullType, const CString& name, const char* why) {
-  zorplatform::CException::Throw(
-      zorplatform::CException::kEndOfStream,
-      "registering object type " + std::to_string(fullType) + " \"" + name.ToUtf8() + "\": " + why);
+  zorplatform::CException::Throw(zorplatform::CException::kEndOfStream,
+                                 "registering object type " + std::to_string(CTableObj::TypeFromFullType(fullType)) +
+                                     ", subtype " + std::to_string(CTableObj::SubTypeFromFullType(fullType)) + " \"" +
+                                     name.ToUtf8() + "\": " + why);
 }
 
 }  // namespace

@@ -237,7 +237,12 @@ void WriteXml(const CTableObj& root, CFile& file) {
     auto message = document.RemoveLastError();
     ThrowNotSaved(root, report, message != nullptr ? std::move(message) : FirstError(report));
   }
+  const std::uint64_t before = file.GetPosition();
   document.SaveTo(file);
+  if (file.GetPosition() - before > CXmlDocument::kMaxBytes) {  // nobody could load it
+    ThrowNotSaved(root, report,
+                  Message(i18n::IDS_XML_TOO_LARGE, {CVariant(u"XML"), CVariant::FromInt64(CXmlDocument::kMaxBytes)}));
+  }
 }
 
 void WriteJson(const CTableObj& root, CFile& file) {

@@ -67,8 +67,9 @@ ZORUTIL_API owned_obj_ptr LoadProject(std::span<const std::byte> content, load_r
 
 /// Without error, the file holds the project and neither the root nor anything below it is marked as modified. Errors:
 /// an object that is not described, for XML and JSON; one whose OnSave fails; a text that the form cannot hold; a
-/// tree of more than 128 levels (JSON: 64). i18n::message_exception_t that says where. CFileException when the file
-/// cannot be written. After any exception the root is marked as modified if it was before; marks below it may be gone.
+/// tree of more than 128 levels (JSON: 64); XML of more than 1 GiB, which could not be loaded.
+/// i18n::message_exception_t that says where. CFileException when the file cannot be written. After any exception the
+/// root is marked as modified if it was before; marks below it may be gone.
 ZORUTIL_API void SaveProject(const CTableObj& root, const CString& path, form_t form);
 /// The same content into an open file at its position, or as bytes. Binary and XML take the marks away, as
 /// CTableObj::Save does, JSON leaves them.
