@@ -1,13 +1,17 @@
-// One program at a time changes a file: for those that read it, change what they read, and replace it (replace_file.h).
+// One program at a time changes a small file: for those that read it, change what they read, and replace it
+// (replace_file.h).
 //
 //   const zorplatform::CFileLock lock(path);      // waits for others that do the same
 //   settings.Load(path);
 //   settings.WriteValue(u"Scan", u"RateMs", u"250");
 //   settings.Save(path);                          // and nothing that another one saved meanwhile is lost
 //
-// An agreement: who does not lock is not held up, and readers need not, for they see the old file or the new one. A
-// file that is missing or that this process may not read is not locked, nor is one on a file system without locks.
-// A resource with one owner; threads of one program hold each other up as programs do.
+// The lock is that of the folder in which the file lies, or into which a link leads: files that are replaced whole have
+// none of their own that lasts, and the file need not be there yet. It leaves nothing behind, and ends with the object
+// or the process. It binds those who take it: others may write all the same, and readers need not take it, for they see
+// the old file or the new one. Where the file system has no such locks nothing is held.
+// A resource with one owner; threads of one program hold each other up as programs do, so a thread takes one at a time
+// in a folder.
 #pragma once
 
 #include "platform/export.h"
@@ -17,14 +21,14 @@ namespace zorplatform {
 
 class ZORPLATFORM_API CFileLock {
  public:
-  /// Waits for up to ten seconds, then throws CFileException: a lock is held for moments.
+  /// CFileException when the folder cannot be opened, and after ten seconds of waiting: a lock is held for moments.
   explicit CFileLock(const CString& path);
   CFileLock(const CFileLock&) = delete;
   CFileLock& operator=(const CFileLock&) = delete;
   ~CFileLock();
 
  private:
-  int handle_ = -1;  // -1: not locked
+  int folder_;
 };
 
 }  // namespace zorplatform

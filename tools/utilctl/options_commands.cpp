@@ -10,7 +10,6 @@
 #include "platform/framework/file.h"
 #include "platform/framework/file_lock.h"
 #include "platform/framework/string_array.h"
-#include "platform/zorplatform/file_lock.h"
 #include "platform/zorplatform/file_search.h"
 #include "platform/zorplatform/ini_file.h"
 #include "tools/utilctl/command_functions.h"
@@ -72,21 +71,12 @@ std::vector<level_file_t> LevelFiles(const CCall& call) {
   return pairs;
 }
 
-<<<<<<< HEAD
-// A missing file, which a program takes for an empty one as it does a pipe, is what a user asks for help with.
-void Load(const level_file_t& file) {
-  const CString path = FileText(file.path);
-  CFile(path, CFile::modeRead).Close();
-  if (!zorplatform::FileExists(path)) throw CFileException(path, "open: not a regular file", 0);
-  COptionsContainer::GetInstance().LoadSettings(file.level, path);
-=======
 // A missing file, which a program takes for an empty one, is what a user asks for help with. So are a pipe and a
 // device, which it takes for the same.
 void Load(const level_file_t& file) {
   if (!IsRegularOrMissing(file.path)) throw CFileException(FileText(file.path), "not a regular file", 0);
   CFile(FileText(file.path), CFile::modeRead).Close();
   COptionsContainer::GetInstance().LoadSettings(file.level, FileText(file.path));
->>>>>>> 8c4928bf7c696291f3b0ca198f96e1a93287152e
 }
 
 // On one line, and without what steers a terminal.
@@ -217,7 +207,6 @@ exit_t SetOption(CCall& call) {
   const CString key = call.Get("KEY"), value = call.Get("VALUE");
   const zorplatform::CFileLock lock(FileText(file.path));
   COptionsContainer& container = COptionsContainer::GetInstance();
-  const zorplatform::CFileLock lock(FileText(file.path));
   container.LoadSettings(file.level, FileText(file.path));
   const CSectionOptions options(call.Get("SECTION"), file.level);
   options.WriteString(key, value);
@@ -233,7 +222,6 @@ exit_t UnsetOption(CCall& call) {
   const CString section = call.Get("SECTION"), key = call.Get("KEY");
   const zorplatform::CFileLock lock(FileText(file.path));
   CIniFile document;
-  const zorplatform::CFileLock lock(FileText(file.path));
   document.Load(FileText(file.path));
   const bool wasThere = call.Has("KEY") ? document.DeleteValue(section, key) : document.DeleteSection(section);
   if (!wasThere)
