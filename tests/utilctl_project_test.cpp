@@ -57,6 +57,7 @@ TEST_F(Projects, AreCheckedInEveryForm) {
   EXPECT_EQ(Run("check north.json --json"), 0) << messages_;
   EXPECT_TRUE(Holds(out_, "\"objects\": 3") && Holds(out_, "\"Pump.Drive\"")) << out_;
   EXPECT_EQ(Run("check north.json --definitions none"), 3);
+  EXPECT_EQ(Run("check north.json --definitions ."), 3) << "no definitions in it";
   EXPECT_EQ(Run("check none.json"), 3);
   EXPECT_EQ(Run("check north.json --types north.json"), 3) << "no plug-in";
   EXPECT_EQ(Run("check north.json --types '" PLUGIN_GUIDE "'"), 3) << "its types are there already";

@@ -213,8 +213,8 @@ class CPanelDrawing {
   void DrawTitle() {
     const std::string unit = panel_.unit.empty() ? "" : ", " + panel_.unit;
     AppendText(out_, kLeft, top_ + 20, "n", panel_.name + unit);
-    std::string counts = panel_.rawType + ": " + std::to_string(total_.raw.count) + " values, " +
-                         std::to_string(total_.reported.count) + " reported";
+    std::string counts = panel_.rawType + (panel_.rawType.empty() ? "" : ": ") + std::to_string(total_.raw.count) +
+                         " values, " + std::to_string(total_.reported.count) + " reported";
     if (total_.dropouts != 0) counts += ", " + std::to_string(total_.dropouts) + " dropouts";
     if (total_.failures != 0) counts += ", " + std::to_string(total_.failures) + " failures";
     AppendText(out_, kLeft + kPlotWidth, top_ + 20, "e", counts);

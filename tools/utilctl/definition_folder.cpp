@@ -8,6 +8,7 @@
 #include "platform/zorplatform/file_search.h"
 #include "tools/utilctl/files.h"
 #include "util/properties/definition_file.h"
+#include "util/properties/definition_loader.h"
 
 namespace utilctl {
 
@@ -83,6 +84,12 @@ std::string GetDefaultFolder() { return NativePath(zorplatform::GetAppDir() + u"
 void RequireFolder(const std::string& folder) {
   if (std::filesystem::is_directory(folder)) return;
   throw CFileException(FileText(folder), "there is no such folder", 0);
+}
+
+void RequireDefinitions(const std::string& folder) {
+  RequireFolder(folder);
+  if (zorplatform::FileExists(FolderText(folder) + zorutil::properties::kIndexFileName)) return;
+  throw CFileException(FileText(folder), "there are no definitions: the folder has no index; defs compile makes it", 0);
 }
 
 }  // namespace utilctl

@@ -28,5 +28,7 @@ std::vector<std::string> FindFiles(const std::string& folder, const std::string&
 std::string GetDefaultFolder();
 /// CFileException when there is no such folder.
 void RequireFolder(const std::string& folder);
+/// The same, and when it has no index, without which it is no folder of definitions to a program.
+void RequireDefinitions(const std::string& folder);
 
 }  // namespace utilctl

@@ -97,7 +97,7 @@ exit_t PatchProject(CCall& call) {
   if (call.Has("--to")) FormOfOption(call, "--to");
   LoadTypes(call);
   const std::string folder = call.Get("--definitions", GetDefaultFolder());
-  if (call.Has("--definitions")) RequireFolder(folder);
+  if (call.Has("--definitions")) RequireDefinitions(folder);
   zorutil::properties::CDefinitionStore definitions(FolderText(folder));
   zorutil::properties::CValidationContext context(definitions);
   const project_input_t input = ReadProject(call, call.Get("PROJECT"));

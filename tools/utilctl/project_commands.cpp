@@ -70,7 +70,7 @@ void Validate(CCall& call, const project_input_t& input, CDefinitionStore& defin
 exit_t CheckProject(CCall& call) {
   LoadTypes(call);
   const std::string folder = call.Get("--definitions", GetDefaultFolder());
-  if (call.Has("--definitions")) RequireFolder(folder);
+  if (call.Has("--definitions")) RequireDefinitions(folder);
   CDefinitionStore definitions(FolderText(folder));
   json::array_t checked;
   for (const std::string& path : call.GetAll("PROJECT")) {
