@@ -23,12 +23,7 @@
 
 namespace {
 
-using plant_testing::Add;
-using plant_testing::CChannel;
-using plant_testing::CDevice;
-using plant_testing::CPlant;
-using plant_testing::CTag;
-using plant_testing::kNamespace;
+using namespace plant_testing;
 using stream_testing::Bytes;
 using stream_testing::Hex;
 using zorutil::field_kind_t;

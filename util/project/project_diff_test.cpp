@@ -14,11 +14,7 @@
 
 namespace {
 
-using plant_testing::Add;
-using plant_testing::CChannel;
-using plant_testing::CDevice;
-using plant_testing::CPlant;
-using plant_testing::CTag;
+using namespace plant_testing;
 using zorutil::owned_obj_ptr;
 using namespace zorutil::project;
 
