@@ -66,11 +66,11 @@ TEST_F(GatewayProgram, TakesChangesWhileItRunsAndKeepsThem) {
     {"at": 6, "set": {"ScanRate": 5}, "of": "Main.PLC.Count"},
     {"at": 7, "delete": "Main.Nobody"}])");
   EXPECT_EQ(RunPlant("plant.json --readings readings.csv --changes changes.json --reported out.csv --save saved "
-                     "--language de --log log.txt --plot p.svg --watch Main.PLC.Count --overview o.svg"),
+                     "--language de --log log.txt --plot p.svg --watch Main.PLC.Count Main.PLC.No --overview o.svg"),
             1)
       << messages_;
   const std::string log = FileText(folder_ / "log.txt");
-  for (const char* part : {"rename Main.PLC.Ramp to Hill\n",
+  for (const char* part : {"rename Main.PLC.Ramp to Hill\n", "Main.PLC.No: there is no such tag to watch, or not yet\n",
                            "set ScanRate of Main.PLC.Count: not done: ScanRate: Der Wert liegt außerhalb",
                            "delete Main.Nobody: not done: there is no such object\n"}) {
     EXPECT_TRUE(Holds(log, part)) << part << "\n" << log;

@@ -45,6 +45,8 @@ CGateway::CGateway(CTableObj& project, const settings_t& settings, CReadingFeed&
       const object_lock_t lock(*tag);
       unit = static_cast<const CTag&>(*tag).GetScaling().GetUnits().ToUtf8();
       type = CString(CDataType::TextFromType(static_cast<const CTag&>(*tag).GetDataType())).ToUtf8();
+    } else {
+      log_ << path << ": there is no such tag to watch, or not yet\n";
     }
     panels_.push_back(plot.AddPanel({path, unit, type}));
   }

@@ -223,7 +223,7 @@ int main(int argc, char** argv) {
   app.add_option("--save", settings.save, "Write the project as PATH.bin, PATH.xml and PATH.json");
   app.add_flag("--realtime", given.isRealTime, "Let simulated time pass as fast as real time");
   auto* const repeat = app.add_option("--repeat", settings.passes, "Go through the readings so many times")
-                           ->check(CLI::PositiveNumber)
+                           ->check(CLI::Range(1u, 1'000'000'000u))
                            ->capture_default_str();
   app.add_option("--updates", settings.updates, "Go through the readings until so many updates are made")
       ->check(CLI::PositiveNumber)
