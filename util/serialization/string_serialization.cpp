@@ -8,6 +8,7 @@
 #include "platform/zorplatform/utf8_string.h"
 #include "util/serialization/primitives_internal.h"
 #include "util/serialization/stream_serializers.h"
+#include "util/serialization/surrogates_internal.h"
 
 namespace zorutil {
 
@@ -20,16 +21,6 @@ namespace {
 constexpr std::uint32_t kUtf8Flag = 0x80000000;
 constexpr std::uint32_t kLargestUncheckedCount = 0xFFFF;
 constexpr std::uint32_t kStackBytes = 1024;
-
-// UTF-8 has no place for half a surrogate pair.
-bool HasUnpairedSurrogate(std::u16string_view text) {
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if ((text[i] & 0xF800) != 0xD800) continue;
-    if (text[i] >= 0xDC00 || i + 1 == text.size() || (text[i + 1] & 0xFC00) != 0xDC00) return true;
-    ++i;
-  }
-  return false;
-}
 
 void ReadUtf8(CString& text, ISerializer& in, std::uint32_t bytes) {
   if (bytes < kStackBytes) {

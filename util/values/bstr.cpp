@@ -11,6 +11,7 @@
 #include "platform/zorplatform/exception.h"
 #include "platform/zorplatform/utf8_string.h"
 #include "util/serialization/primitives_internal.h"
+#include "util/serialization/surrogates_internal.h"
 #include "util/values/bstr_serialization_internal.h"
 #include "util/values/variant.h"
 
@@ -162,7 +163,8 @@ void WriteBstr(const char16_t* text, ISerializer& out) {
   const std::size_t bytes = view.size() * 2;
   if (bytes == 0) return WriteLittle<std::uint32_t>(out, 0);
   const zorplatform::CUtf8String utf8(view);
-  if (utf8.GetLength() < bytes) {
+  const bool isAscii = utf8.GetLength() == view.size();
+  if (utf8.GetLength() < bytes && (isAscii || !zorutil::HasUnpairedSurrogate(view))) {
     WriteLittle(out, static_cast<std::uint32_t>(utf8.GetLength()) | kUtf8Flag);
     out.Write(utf8.GetString(), static_cast<unsigned>(utf8.GetLength()));
     return;
