@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "platform/text/surrogates_internal.h"
 #include "platform/text/utf.h"
 #include "platform/zorplatform/ini_document_internal.h"
 
@@ -23,12 +24,7 @@ bool IsControl(char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0x
 // What a section and a key have in common: text that is written as it is.
 bool IsName(std::u16string_view name) {
   if (name.starts_with(u' ') || name.ends_with(u' ') || std::any_of(name.begin(), name.end(), IsControl)) return false;
-  for (std::size_t i = 0; i < name.size(); ++i) {
-    if ((name[i] & 0xF800) != 0xD800) continue;
-    if (name[i] >= 0xDC00 || i + 1 == name.size() || (name[i + 1] & 0xFC00) != 0xDC00) return false;
-    ++i;
-  }
-  return true;
+  return !utf::HasUnpairedSurrogate(name);
 }
 
 bool IsSectionName(std::u16string_view name) { return IsName(name) && name.find(u']') == name.npos; }

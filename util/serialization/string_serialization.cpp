@@ -3,12 +3,12 @@
 #include <memory>
 #include <string>
 
+#include "platform/text/surrogates_internal.h"
 #include "platform/text/utf.h"
 #include "platform/zorplatform/exception.h"
 #include "platform/zorplatform/utf8_string.h"
 #include "util/serialization/primitives_internal.h"
 #include "util/serialization/stream_serializers.h"
-#include "util/serialization/surrogates_internal.h"
 
 namespace zorutil {
 
@@ -75,7 +75,7 @@ void Serialize(const CString& text, ISerializer& out) {
   if (units == 0) return WriteLittle<std::uint32_t>(out, 0);
   const zorplatform::CUtf8String utf8(text);
   const bool isAscii = utf8.GetLength() == units;
-  if (utf8.GetLength() < std::size_t{units} * 2 && (isAscii || !HasUnpairedSurrogate(text))) {
+  if (utf8.GetLength() < std::size_t{units} * 2 && (isAscii || !utf::HasUnpairedSurrogate(text))) {
     WriteLittle(out, static_cast<std::uint32_t>(utf8.GetLength()) | kUtf8Flag);
     out.Write(utf8.GetString(), static_cast<unsigned>(utf8.GetLength()));
     return;

@@ -7,11 +7,11 @@
 
 #include "platform/text/collation.h"
 #include "platform/text/number_text.h"
+#include "platform/text/surrogates_internal.h"
 #include "platform/text/utf.h"
 #include "platform/zorplatform/exception.h"
 #include "platform/zorplatform/utf8_string.h"
 #include "util/serialization/primitives_internal.h"
-#include "util/serialization/surrogates_internal.h"
 #include "util/values/bstr_serialization_internal.h"
 #include "util/values/variant.h"
 
@@ -164,7 +164,7 @@ void WriteBstr(const char16_t* text, ISerializer& out) {
   if (bytes == 0) return WriteLittle<std::uint32_t>(out, 0);
   const zorplatform::CUtf8String utf8(view);
   const bool isAscii = utf8.GetLength() == view.size();
-  if (utf8.GetLength() < bytes && (isAscii || !zorutil::HasUnpairedSurrogate(view))) {
+  if (utf8.GetLength() < bytes && (isAscii || !utf::HasUnpairedSurrogate(view))) {
     WriteLittle(out, static_cast<std::uint32_t>(utf8.GetLength()) | kUtf8Flag);
     out.Write(utf8.GetString(), static_cast<unsigned>(utf8.GetLength()));
     return;

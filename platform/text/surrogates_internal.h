@@ -1,10 +1,10 @@
-// Which texts have no UTF-8: shared by the two binary forms of text.
+// Which texts have no UTF-8: for the binary forms of text, and for documents that are written as UTF-8.
 #pragma once
 
 #include <cstddef>
 #include <string_view>
 
-namespace zorutil {
+namespace utf {
 
 /// Whether half of a surrogate pair stands alone, for which UTF-8 has no place. A text of ASCII need not be asked.
 inline bool HasUnpairedSurrogate(std::u16string_view text) noexcept {
@@ -16,4 +16,4 @@ inline bool HasUnpairedSurrogate(std::u16string_view text) noexcept {
   return false;
 }
 
-}  // namespace zorutil
+}  // namespace utf
