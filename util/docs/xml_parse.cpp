@@ -260,11 +260,12 @@ class CParser {
     }
     tree_->Append(current_, element);
     if (uri != nullptr) element->ns = FindNs(element, prefix);
+    xmlAttr* last = nullptr;
     for (std::size_t i = 0; i < attributes.size(); i += 5) {
       xmlNs* const ns = attributes[i + 1] == nullptr ? nullptr : FindNs(element, attributes[i + 1]);
       const auto* const value = reinterpret_cast<const char*>(attributes[i + 3]);
       const auto* const end = reinterpret_cast<const char*>(attributes[i + 4]);
-      tree_->AddAttribute(element, ns, attributes[i], {value, static_cast<std::size_t>(end - value)});
+      last = tree_->AddAttribute(element, ns, attributes[i], {value, static_cast<std::size_t>(end - value)}, last);
     }
     current_ = element;
   }

@@ -122,13 +122,14 @@ xmlNs* CTree::AddNs(xmlNode* element, const xmlChar* prefix, std::string_view hr
   return *place = ns;
 }
 
-xmlAttr* CTree::AddAttribute(xmlNode* element, xmlNs* ns, const xmlChar* name, std::string_view value) {
+xmlAttr* CTree::AddAttribute(xmlNode* element, xmlNs* ns, const xmlChar* name, std::string_view value, xmlAttr* last) {
   auto* const attribute = New<xmlAttr>(XML_ATTRIBUTE_NODE);
   attribute->name = name;
   attribute->ns = ns;
   attribute->parent = element;
   SetValue(attribute, value);
-  xmlAttr** place = &element->properties;
+  attribute->prev = last;
+  xmlAttr** place = last == nullptr ? &element->properties : &last->next;
   while (*place != nullptr) {
     attribute->prev = *place;
     place = &(*place)->next;

@@ -39,7 +39,9 @@ class CTree {
   xmlNode* NewText(xmlElementType type, std::string_view text);
   xmlNode* NewInstruction(std::string_view name, std::string_view text);
   xmlNs* AddNs(xmlNode* element, const xmlChar* prefix, std::string_view href);
-  xmlAttr* AddAttribute(xmlNode* element, xmlNs* ns, const xmlChar* name, std::string_view value);
+  /// Behind `last`, when the caller knows that this is the last one.
+  xmlAttr* AddAttribute(xmlNode* element, xmlNs* ns, const xmlChar* name, std::string_view value,
+                        xmlAttr* last = nullptr);
   void SetValue(xmlAttr* attribute, std::string_view value);
   /// Behind the present children; the document is the parent of the top element.
   void Append(xmlNode* parent, xmlNode* node);
