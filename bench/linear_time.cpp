@@ -102,6 +102,14 @@ work_t Append(unsigned n) {
     for (unsigned i = 0; i < n; ++i) list.Add(u"x");
   };
 }
+work_t Replace(unsigned n) {
+  return [n, bytes = Joined(n, [](unsigned i) { return i % 2 == 0 ? "ab" : "\xC3"; })] {  // half of them malformed
+    CString text(bytes);
+    text.Replace(u"a", u"xyz");
+    text.Replace(u"xyz", u"");
+    Require(text.GetLength() >= static_cast<int>(n / 2), "a text was lost");
+  };
+}
 work_t Compare(unsigned n) {
   return [a = CString(std::string(n, 'a') + "1"), b = CString(std::string(n, 'A') + "2")] {
     Require(a.CompareNoCase(b) < 0, "the order is wrong");
@@ -352,6 +360,18 @@ struct store_t {
   CTempFolder folder;
   std::unique_ptr<CDefinitionStore> store;
 };
+// Each property is allowed when the one before is.
+work_t ConditionChain(unsigned n) {
+  definition_file_t file = Definitions(n);
+  for (unsigned i = 1; i < n; ++i) {
+    static_cast<property_def_t&>(*file.definitions[i])
+        .SetAllowConditions({definition_testing::When(IdOf(i - 1), CVariantCompare::NOT_EQUAL, CVariant::FromInt(-1))});
+  }
+  return [n, files = std::make_shared<store_t>(file), list = Properties(n, 1)] {
+    CValidationContext context(*files->store);
+    Require(CollectValidationFailures(list, context).size() == n, "failures were lost");
+  };
+}
 work_t DefinitionFiles(unsigned n) {
   return [n, files = std::make_shared<store_t>(Definitions(n))] {
     for (unsigned i = 0; i < n; ++i) {
@@ -516,6 +536,17 @@ work_t Diff(unsigned n) {
         "a patch failed");
   };
 }
+// All of one content, under other names: each could be any.
+work_t DiffOfEqual(unsigned n) {
+  const auto make = [n](const char* base) {
+    auto plant = plant_t().Add(n, [base](unsigned i) { return base + N(i); }).Share();
+    for (unsigned i = 0; i < n; ++i) plant_testing::FillTag(static_cast<CTag&>(*plant->Device().tags.GetRecord(i)), 0);
+    return plant;
+  };
+  return [a = make("Tag "), b = make("Other ")] {
+    Require(!zorutil::project::DiffTrees(*a->owner, *b->owner).IsEmpty(), "no differences");
+  };
+}
 work_t Patch(unsigned n) {
   const std::string at = "/Channels/Channel0000000/Devices/Device0000000/Tags/";
   const std::string patch = "[" +
@@ -558,6 +589,7 @@ work_t ValidateTrees(unsigned n) {
 const row_t kRows[] = {{"long text, to UTF-16 and back", 100'000, Utf},
                        {"number of many digits", 4'000, LongNumber},
                        {"text and list, built one by one", 20'000, Append},
+                       {"malformed text, its parts replaced", 20'000, Replace},
                        {"long names compared", 100'000, Compare},
                        {"base64", 200'000, Base64},
                        {"array of texts", 2'000, Texts},
@@ -583,6 +615,7 @@ const row_t kRows[] = {{"long text, to UTF-16 and back", 100'000, Utf},
                        {"property lists, read, copied, merged", 2'000, PropertyLists},
                        {"definition file, each found by its name", 500, DefinitionFiles},
                        {"validation, each property with a failure", 500, Validation},
+                       {"validation, conditions in a chain", 250, ConditionChain},
                        {"registry text, keys, values, duplicates", 1'000, RegistryText},
                        {"registry file, keys and values", 300, RegistryFile},
                        {"table of one name many times", 1'000, TableTwice},
@@ -597,6 +630,7 @@ const row_t kRows[] = {{"long text, to UTF-16 and back", 100'000, Utf},
                        {"deep project, JSON", 20, DeepProject<form_t::JSON>},
                        {"project with many errors", 250, BadProject},
                        {"diff, and its patch", 250, Diff},
+                       {"diff of equal objects under other names", 250, DiffOfEqual},
                        {"patch of many operations", 125, Patch},
                        {"search of each object, copy", 500, Search},
                        {"validation of a tree, each with a failure", 500, ValidateTrees}};

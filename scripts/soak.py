@@ -11,7 +11,7 @@ import sys
 import time
 
 CYCLE = 5  # seconds; the changes of one leave the tree as it was
-MOST_GROWTH_KIB = 1024  # of memory: what the allocator may take for one more copy of a channel and a project to save
+MOST_GROWTH_KIB = 512  # of memory: what the allocator may take for one more copy of a channel or project
 
 WRONG_CHANGES = 2
 
