@@ -148,6 +148,8 @@ TEST(StreamSerializer, PeekLooksAheadAndAShortReadTakesWhatIsThere) {
   } pipe(Bytes("0102"));
   EXPECT_FALSE(zorutil::file_serializer_t(&pipe).Peek(bytes, 1));
   EXPECT_EQ(pipe.GetPosition(), 0u) << "what cannot be given back is not taken";
+  CFile closed;
+  EXPECT_THROW(zorutil::file_serializer_t(&closed).Peek(bytes, 1), CFileException);
 }
 
 }  // namespace
