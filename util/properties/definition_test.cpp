@@ -25,6 +25,7 @@ using definition_testing::Define;
 using definition_testing::ReadText;
 using definition_testing::When;
 using definition_testing::WriteText;
+using namespace std::literals;
 using stream_testing::Bytes;
 
 std::string Written(const definition_file_t& file) {
@@ -155,10 +156,18 @@ TEST(NamespaceIndex, NamesTheFilesThatAreDefinitionFiles) {
   const std::string index = ReadText(at + kIndexFileName);
   EXPECT_EQ(index, "1=Motors\r\n1023=a.b,Größe, Gewicht\r\n7=plain\r\n");
 
-  // A file that ends within its header leaves the index as it was.
-  WriteText(at + u"short.prop", head);
-  EXPECT_EQ(stream_testing::CodeOf({}, [&](ISerializer&) { CreateIndexFile(at); }), -3);
-  EXPECT_EQ(ReadText(at + kIndexFileName), index);
+  // A file that is damaged in its header is named, and leaves the index as it was.
+  for (const auto& [rest, code] : {std::pair(""s, -3), {"\3\0\xFF\xFF\xFF\xFF"s, -1}}) {
+    WriteText(at + u"short.prop", head + rest);
+    try {
+      CreateIndexFile(at);
+      ADD_FAILURE() << code;
+    } catch (const zorplatform::CException& error) {
+      EXPECT_EQ(error.GetCode(), code);
+      EXPECT_TRUE(std::string_view(error.what()).starts_with((at + u"short.prop: ").ToUtf8())) << error.what();
+    }
+    EXPECT_EQ(ReadText(at + kIndexFileName), index);
+  }
   ASSERT_EQ(::mkfifo(folder.Native("pipe.prop").c_str(), 0600), 0);  // who read it would wait
   WriteText(at + kIndexFileName, "5=pipe\n");
   EXPECT_EQ(CDefinitionStore(at).GetDefinition(MakePropertyId(5, 1)), nullptr);
