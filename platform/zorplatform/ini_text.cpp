@@ -2,22 +2,20 @@
 #include <random>
 
 #include "platform/text/collation.h"
+#include "platform/text/surrogates_internal.h"
 #include "platform/text/utf.h"
 #include "platform/zorplatform/ini_text_internal.h"
 
 namespace zorplatform::ini {
+
+using utf::IsPairAt;
+using utf::IsSurrogate;
+
 namespace {
 
 constexpr std::size_t kChunkUnits = 16 * 1024;
 
-constexpr bool IsSurrogate(char16_t unit) { return (unit & 0xF800) == 0xD800; }
-constexpr bool IsHigh(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
-constexpr bool IsLow(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
 constexpr bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
-
-bool IsPairAt(std::u16string_view units, std::size_t at) {
-  return IsHigh(units[at]) && at + 1 < units.size() && IsLow(units[at + 1]);
-}
 
 void AppendUtf8(std::u16string_view units, std::string& text) {
   const std::size_t before = text.size();
@@ -153,7 +151,7 @@ std::string FromUtf16(std::string_view bytes, bool bigEndian) {
     units.resize(count);
     for (std::size_t i = 0; i < count; ++i) units[i] = UnitAt(bytes.data() + at + 2 * i, bigEndian);
     // A pair stays together.
-    if (count > 1 && IsHigh(units.back()) && at + 2 * count < bytes.size()) units.resize(--count);
+    if (count > 1 && utf::IsHighSurrogate(units.back()) && at + 2 * count < bytes.size()) units.resize(--count);
     AppendInner(units, text);
     at += 2 * count;
   }

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "platform/framework/file.h"
+#include "platform/text/surrogates_internal.h"
 #include "platform/text/utf.h"
 #include "util/docs/xml_document.h"
 #include "util/i18n/localized_message.h"
@@ -421,7 +422,7 @@ std::size_t FindBadUnit(std::u16string_view text) noexcept {
     if (unit < u' ') {
       if (unit != u'\t' && unit != u'\n' && unit != u'\r') return i;
     } else if (unit < 0xE000) {
-      if (unit >= 0xDC00 || i + 1 == text.size() || (text[i + 1] & 0xFC00) != 0xDC00) return i;
+      if (!utf::IsPairAt(text, i)) return i;
       ++i;
     } else if (unit >= 0xFFFE) {
       return i;
