@@ -1,6 +1,7 @@
 #include "util/docs/xml_document.h"
 
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <filesystem>
 #include <span>
@@ -177,6 +178,20 @@ TEST(XmlDocument, KeepsAnOldTreeWhileHandlesToItAreOut) {
   document.ReleaseElement(b);
   document.ReleaseElement(nullptr);
   EXPECT_EQ(document.GetXml(), CString(kDeclaration) + u"<c/>\n");
+}
+
+TEST(XmlDocument, StepsThatReleaseHandlesLetOldTreesGo) {
+  CXmlDocument document;
+  const CString text = u"<a><b>" + CString(u'x', 50'000) + u"</b></a>";
+  std::size_t before = 0;
+  for (int i = 0; i < 100; ++i) {
+    ASSERT_EQ(document.SetXml(text), 1);
+    void* const b = i % 2 == 0 ? document.FindFirstChild(Top(document), true)
+                               : document.GetElementByName(Top(document), nullptr, u"b", true);
+    EXPECT_EQ(i % 2 == 0 ? document.FindNext(b, true) : document.GetNextElementByName(b, true), nullptr);
+    if (i == 1) before = ::mallinfo2().uordblks;
+  }
+  EXPECT_LE(::mallinfo2().uordblks, before + 1'000'000);
 }
 
 TEST(XmlDocument, TellsWhereAndWhyATextIsRefusedAndStaysAsItWas) {
