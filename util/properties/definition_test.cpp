@@ -50,7 +50,7 @@ struct heard_t : IDefinitionFileClient {
 
 const std::string kSmallRecord =
     "0800 02000080 4162"                                     // the name, in the form of a CVariant
-    "02006000 0F000000 07000000 00000000 00000000 FEFFFFFF"  // id, type, four numbers
+    "02006000 0F000000 07000000 08000000 09000000 FEFFFFFF"  // id, type, four numbers
     "01000001 1100 09 0200 FFFF 0000"                        // flags, default, minimum, maximum
     "01000000 05000000 06000000"                             // one value of the enumeration
     "00000000 01000000 01000000 05000000 0B00 FFFF";         // no allow condition, one enable condition
@@ -73,8 +73,27 @@ TEST(DefinitionFile, HasExactBytesAndRefusesDamage) {
   const IPropertyDefinition& read = *heard.definitions[0];
   EXPECT_EQ(Written({3, u"motors", heard.definitions}), hex);
   EXPECT_EQ(read.GetQualifiedName(), u"motors.Ab");
-  EXPECT_TRUE(read.IsExempt() && !read.GetSecondFlag() && !read.IsRequired() && read.IsServerOnly());
-  EXPECT_TRUE(read.GetMetaDataNumber() == 7 && read.GetFourthNumber() == -2 && read.GetMinLength() == -1);
+  EXPECT_TRUE(read.GetMetaDataNumber() == 7 && read.GetSecondNumber() == 8 && read.GetThirdNumber() == 9 &&
+              read.GetFourthNumber() == -2);
+  EXPECT_EQ(read.GetDefaultValue(), CVariant::FromUInt8(9));
+  EXPECT_TRUE(read.GetMinLength() == -1 && read.GetMaxLength() == -1);
+  EXPECT_TRUE(read.GetEnumValues()[0]->GetValue() == 5 && read.GetEnumValues()[0]->GetMetaDataNumber() == 6);
+  ASSERT_TRUE(read.GetAllowConditions().empty() && read.GetEnableConditions().size() == 1);
+  EXPECT_EQ(read.GetEnableConditions()[0]->GetWatchedId(), 1);
+  EXPECT_EQ(read.GetEnableConditions()[0]->GetOperation(), CVariantCompare::NOT_EQUAL);
+
+  using set_flag_t = void (property_def_t::*)(bool) noexcept;
+  const std::pair<set_flag_t, const char*> flags[] = {{&property_def_t::SetExempt, "01000000"},
+                                                      {&property_def_t::SetSecondFlag, "00010000"},
+                                                      {&property_def_t::SetRequired, "00000100"},
+                                                      {&property_def_t::SetServerOnly, "00000001"}};
+  for (const auto& [set, bytes] : flags) {
+    property_def_t flagged(1, u"Ab", TYPE_NONE);
+    (flagged.*set)(true);
+    memory_serializer_t out;
+    flagged.Serialize(out);
+    EXPECT_EQ(stream_testing::Hex(out.GetContent()).substr(64, 8), bytes);
+  }
 }
 
 TEST(DefinitionFile, IsTakenOrSkippedByItsHeader) {
