@@ -235,7 +235,7 @@ TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
   WriteText(at + kIndexFileName, std::string((16 << 20) + 1, '\n'));
   EXPECT_EQ(codeOfName(), -1);
   CreateIndexFile(at);
-  WriteText(at + kIndexFileName, ReadText(at + kIndexFileName) + "6=gone\n8=m,Eight\n9=sub\\s\n");
+  WriteText(at + kIndexFileName, ReadText(at + kIndexFileName) + "6=gone\n8=m,Eight\n9=sub\\s\n10=motors,x\n");
   store.OnIndexCreated();
 
   const auto found = store.GetDefinition(speed);
