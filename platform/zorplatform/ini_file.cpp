@@ -1,6 +1,7 @@
 #include "platform/zorplatform/ini_file.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "platform/framework/read_to_end_internal.h"

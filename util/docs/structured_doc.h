@@ -26,7 +26,6 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
-#include <type_traits>
 
 #include "platform/export.h"
 #include "platform/framework/cstring.h"
