@@ -49,6 +49,21 @@ TEST(PrivateHeap, IgnoresWhatIsNotALiveBlockOfItsOwn) {
   for (void* p : live) EXPECT_TRUE(heap.Validate(p));
 }
 
+TEST(PrivateHeap, AWrongSizeFalsifiesTheTotalOnly) {
+  CPrivateHeap heap(1000);
+  void* const first = heap.Alloc(60);
+  void* const second = heap.Alloc(40);
+  void* const third = heap.Alloc(30);
+  heap.Free(first, 10);
+  EXPECT_EQ(heap.TotalAlloc(), 120u);
+  heap.Free(second, 500);
+  EXPECT_EQ(heap.TotalAlloc(), 0u);
+  EXPECT_THROW(heap.Alloc(1000), zorpool::bad_alloc_t);
+  EXPECT_TRUE(heap.Validate(third));
+  heap.Free(third, 0);
+  EXPECT_FALSE(heap.Validate(third));
+}
+
 // What the process has mapped, in MiB.
 std::size_t Mapped() {
   std::size_t pages = 0;
