@@ -1,6 +1,5 @@
 // Loading and saving an object: what stands before its own data.
 
-#include <algorithm>
 #include <string>
 
 #include "platform/framework/file.h"

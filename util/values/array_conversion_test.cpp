@@ -1,7 +1,6 @@
 // Conversion in place, and whole-array loops against the conversion of one element at a time.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <bit>
 #include <cfloat>
 #include <cmath>

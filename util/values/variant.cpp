@@ -1,6 +1,5 @@
 #include "util/values/variant.h"
 
-#include <bit>
 #include <cmath>
 #include <limits>
 #include <new>

@@ -4,8 +4,8 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstring>
 #include <limits>
-#include <random>
 #include <string>
 #include <vector>
 
