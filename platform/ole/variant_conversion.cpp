@@ -14,6 +14,7 @@
 #include "platform/ole/decimal.h"
 #include "platform/ole/string.h"
 #include "platform/ole/text_to_number_internal.h"
+#include "platform/text/ascii_internal.h"
 #include "platform/text/number_text.h"
 
 namespace {
@@ -254,7 +255,7 @@ outcome_t DecimalToInteger(const DECIMAL& value) {
 
 bool EqualsNoCase(std::u16string_view text, std::u16string_view lowerCase) {
   return std::equal(text.begin(), text.end(), lowerCase.begin(), lowerCase.end(),
-                    [](char16_t a, char16_t b) { return (a >= u'A' && a <= u'Z' ? a | 0x20 : a) == b; });
+                    [](char16_t a, char16_t b) { return ascii::ToLower(a) == b; });
 }
 
 // The words, as people and as programs write them, or a number.
