@@ -345,13 +345,12 @@ outcome_t Convert(const tagVARIANT& source, VARTYPE target) {
   }
 }
 
-BSTR CopyOf(BSTR text) { return SysAllocStringByteLen(reinterpret_cast<const char*>(text), SysStringByteLen(text)); }
-
 // A value of its own type: the bits, or a new string. OLE's one difference to a copy: a null string becomes an
 // empty one.
 outcome_t ConvertToItself(const tagVARIANT& source) {
   if (source.vt != VT_BSTR) return Done(source.ullVal);
-  const BSTR copy = CopyOf(source.bstrVal);
+  const BSTR copy =
+      SysAllocStringByteLen(reinterpret_cast<const char*>(source.bstrVal), SysStringByteLen(source.bstrVal));
   return copy == nullptr ? Failed(E_OUTOFMEMORY) : Done(copy);
 }
 
@@ -442,20 +441,8 @@ constexpr auto kChangeNumber = []<std::size_t... Pairs>(std::index_sequence<Pair
 HRESULT VariantClear(tagVARIANT* value) noexcept {
   if (IsArray(value->vt)) return DISP_E_BADVARTYPE;
   FreeOwned(*value);
-  VariantInit(value);
+  *value = tagVARIANT{};
   return S_OK;
-}
-
-HRESULT VariantCopy(tagVARIANT* destination, const tagVARIANT* source) noexcept {
-  if (IsArray(destination->vt) || IsArray(source->vt)) return DISP_E_BADVARTYPE;
-  if (destination == source) return S_OK;
-  FreeOwned(*destination);
-  *destination = *source;
-  if (source->vt != VT_BSTR || source->bstrVal == nullptr) return S_OK;
-  destination->bstrVal = CopyOf(source->bstrVal);
-  if (destination->bstrVal != nullptr) return S_OK;
-  VariantInit(destination);
-  return E_OUTOFMEMORY;
 }
 
 HRESULT VariantChangeTypeEx(tagVARIANT* destination, const tagVARIANT* source, LCID /*lcid*/, std::uint16_t /*flags*/,
