@@ -16,6 +16,7 @@
 #include "util/values/enum_text_internal.h"
 #include "util/values/safe_array_internal.h"
 #include "util/values/variant.h"
+#include "util/values/vartype_internal.h"
 
 using scaling_kernels::step_t;
 using zorutil::primitives::ReadLittle;
@@ -52,16 +53,13 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 bool IsBetween(DATATYPE basic, DATATYPE first, DATATYPE last) { return basic >= first && basic <= last; }
 
-// Arrays beyond this many rows or columns are converted by no rule.
-constexpr std::uint32_t kMaxArrayExtent = 65535;
-
 // Whether converting to double, scaling and converting to `to` can go through whole-array loops with the result that
 // the three steps one after another have.
 bool CanScaleInOnePass(const CVariant& value, VARTYPE from, VARTYPE to) {
   const CSafeArray* const array = value.GetArray();
   if (array == nullptr || array->GetVarType() != from || !array->HoldsItsType()) return false;
   const bool converts = from != VT_R8 || to != VT_R8;
-  if (converts && (array->GetNumRows() > kMaxArrayExtent || array->GetNumCols() > kMaxArrayExtent)) return false;
+  if (converts && std::max(array->GetNumRows(), array->GetNumCols()) > vartype::kMaxConvertedExtent) return false;
   return array_kernels::CanConvert(from, VT_R8) && array_kernels::CanConvert(VT_R8, to);
 }
 
@@ -102,8 +100,8 @@ HRESULT Scale(const step_t& step, CVariant& value, VARTYPE target) {
     scaling_kernels::Apply(step, &value.dblVal, 1);
     return value.ConvertTypeEx(target, 0, false);
   }
-  const auto from = static_cast<VARTYPE>(value.vt & ~VT_ARRAY);
-  const auto to = static_cast<VARTYPE>(target & ~VT_ARRAY);
+  const VARTYPE from = vartype::ElementOf(value.vt);
+  const VARTYPE to = vartype::ElementOf(target);
   if (CanScaleInOnePass(value, from, to)) {
     const HRESULT result = ScaleInOnePass(step, value, from, to);
     if (result < 0) value.Clear();
