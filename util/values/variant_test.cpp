@@ -12,6 +12,7 @@
 #include "platform/zorplatform/exception.h"
 #include "util/values/safe_array.h"
 #include "util/values/value_testing.h"
+#include "util/values/variant_compare.h"
 #include "util/values/variant_helpers.h"
 
 using namespace std::literals;
@@ -194,6 +195,7 @@ TEST(VariantArray, IsCreatedFromThePresentType) {
     EXPECT_EQ(value.vt, vt);
     EXPECT_THROW(CVariant(1U, vt, nullptr), CException);
   }
+  EXPECT_THROW(CVariant(1U, VT_I4 | VT_BYREF, nullptr), CException);
   CVariant value(u"freed");
   value.CreateArray(2, "ignored for strings");
   EXPECT_TRUE(value == Value("[s:~ ~]"));
@@ -220,6 +222,11 @@ TEST(VariantArray, ByReferenceIsNotLookedInto) {
   EXPECT_EQ(value.ToString(), u"");
   EXPECT_TRUE(value.GetSizeInBytes() == 0 && value.GetNumElements() == 0 && static_cast<void*>(value) == nullptr);
   EXPECT_TRUE(value == value && !(value == Value("[i4:1 2]")));
+  CVariant other(value);
+  other.ullVal = 2;
+  EXPECT_FALSE(CVariantCompare::IsValueChanged(value, other, 1, CVariantCompare::EQUAL_IS_CHANGED));
+  EXPECT_FALSE(other.ConvertType(VT_R8 | VT_ARRAY, CVariant::CONVERT_OR_KEEP));
+  EXPECT_TRUE(other.ConvertTypeEx(VT_R8 | VT_ARRAY, 0, true) == E_FAIL && other.IsEmpty());
 }
 
 TEST(VariantArray, TellsSizesStringsAndElements) {
