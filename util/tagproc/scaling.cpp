@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 #include "util/docs/structured_doc.h"
 #include "util/i18n/language.h"
@@ -147,43 +148,29 @@ bool CScaling::IsValid(VARTYPE rawType, SCALINGRESULT* result) const {
   return IsValid(CVariant::ConvertVarType(rawType), result);
 }
 
-scaling_kernels::step_t CScaling::ForwardStep() const {
-  const auto formula = type_ == LINEAR        ? step_t::LINEAR_FORWARD
-                       : type_ == SQUARE_ROOT ? step_t::ROOT_FORWARD
-                                              : step_t::COPY;
-  return {formula,
-          clampLow_ ? rawLow_ : -kInfinity,
-          clampHigh_ ? rawHigh_ : kInfinity,
-          rawLow_,
-          rawHigh_,
-          scaledLow_,
-          scaledHigh_,
-          negate_};
-}
-
-scaling_kernels::step_t CScaling::ReverseStep() const {
-  const auto formula = type_ == LINEAR        ? step_t::LINEAR_REVERSE
-                       : type_ == SQUARE_ROOT ? step_t::ROOT_REVERSE
-                                              : step_t::COPY;
-  return {formula,
-          clampLow_ ? scaledLow_ : -kInfinity,
-          clampHigh_ ? scaledHigh_ : kInfinity,
-          scaledLow_,
-          scaledHigh_,
-          rawLow_,
-          rawHigh_,
-          negate_};
+scaling_kernels::step_t CScaling::MakeStep(bool isForward) const {
+  auto formula = step_t::COPY;
+  if (type_ == LINEAR) formula = isForward ? step_t::LINEAR_FORWARD : step_t::LINEAR_REVERSE;
+  if (type_ == SQUARE_ROOT) formula = isForward ? step_t::ROOT_FORWARD : step_t::ROOT_REVERSE;
+  step_t step{formula, -kInfinity, kInfinity, rawLow_, rawHigh_, scaledLow_, scaledHigh_, negate_};
+  if (!isForward) {
+    std::swap(step.fromLow, step.toLow);
+    std::swap(step.fromHigh, step.toHigh);
+  }
+  if (clampLow_) step.lowest = step.fromLow;
+  if (clampHigh_) step.highest = step.fromHigh;
+  return step;
 }
 
 bool CScaling::DoScaling(CVariant& value) const {
   const VARTYPE target = CVariant::ConvertDataType(scaledDataType_);
-  return Scale(ForwardStep(), value, static_cast<VARTYPE>(value.IsArray() ? target | VT_ARRAY : target)) >= 0;
+  return Scale(MakeStep(true), value, static_cast<VARTYPE>(value.IsArray() ? target | VT_ARRAY : target)) >= 0;
 }
 
 HRESULT CScaling::ReverseScaling(CVariant& value, DATATYPE rawType) const {
   const VARTYPE target = CVariant::ConvertDataType(rawType);
   if (!IsRawTypeSupported(rawType) || value.IsArray() != ((target & VT_ARRAY) != 0)) return DISP_E_TYPEMISMATCH;
-  return Scale(ReverseStep(), value, target);
+  return Scale(MakeStep(false), value, target);
 }
 
 const char16_t* CScaling::TextFromType(SCALINGTYPE type) {
