@@ -201,6 +201,7 @@ TEST(VariantArray, IsCreatedFromThePresentType) {
   EXPECT_TRUE(value == Value("[s:~ ~]"));
   value.CreateArray(1, nullptr);
   EXPECT_TRUE(value == Value("[s:~]"));
+  EXPECT_EQ(CVariant(2, 1, VT_BSTR, "ignored too").ToString(), u"\r\n\r\n");
   const std::int16_t truths[] = {VARIANT_TRUE, 1, 0};
   std::vector<bool> bools(5);
   GetArrayAsVector(CVariant(3U, VT_BOOL, truths), bools);
@@ -338,6 +339,9 @@ TEST(VariantSet, TimeKeepsTheTypeAndBytesReplaceIt) {
   CVariant value = Value("i8:1");
   Set(value, CTimeStamp(-2.75));
   EXPECT_EQ(value.llVal, -2) << "cut toward zero";
+  CVariant truth = Value("bool:0");
+  Set(truth, CTimeStamp(0.5));
+  EXPECT_EQ(truth.boolVal, VARIANT_TRUE) << "not cut before";
   Set(value, static_cast<const tagVARIANT&>(CVariant(u"copied")));
   EXPECT_EQ(value.GetStringView(), u"copied");
   Set(value, std::vector<unsigned char>{1, 2});
