@@ -78,10 +78,10 @@ TEST(ScalingDocument, WritesTenElementsAndReadsThemBack) {
 }
 
 TEST(ScalingDocument, FillsInDefaultsUnlessTheTypeIsNone) {
-  CScaling scaling = Scaling(), linear;
-  linear.SetScalingType(CScaling::LINEAR);
-  EXPECT_EQ(Load(scaling, u"<Type>LINEAR</Type><ScaledDataType>no type</ScaledDataType><RawHigh> </RawHigh>"), 1);
-  EXPECT_EQ(scaling, linear);
+  CScaling scaling = Scaling(), root;
+  root.SetScalingType(CScaling::SQUARE_ROOT);
+  EXPECT_EQ(Load(scaling, u"<Type>SQUARE ROOT</Type><ScaledDataType>no type</ScaledDataType><RawHigh> </RawHigh>"), 1);
+  EXPECT_EQ(scaling, root);
   scaling = Scaling();
   EXPECT_EQ(Load(scaling, u"<Type xmlns=\"urn:other\">Linear</Type>"), 1) << "absent here";
   EXPECT_EQ(scaling, CScaling());
