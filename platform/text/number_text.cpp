@@ -7,10 +7,13 @@
 #include <cstring>
 #include <limits>
 
+#include "platform/text/ascii_internal.h"
 #include "platform/text/decimal_digits_internal.h"
 
 namespace number_text {
 namespace {
+
+using ascii::DigitOf;
 
 // Powers of ten that a double holds exactly.
 constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
@@ -151,11 +154,6 @@ char* WriteFinite(double magnitude, int precision, char* out) {
 
 // --- text to numbers ------------------------------------------------------------------------------------------------
 
-bool IsBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
-
-// 0 to 9 for a digit, more for anything else.
-unsigned DigitOf(char16_t unit) { return static_cast<unsigned>(unit) - u'0'; }
-
 // The value of four units that are all digits, else a negative number. The units lie in the lanes of one
 // word, the first in the lowest: two multiplications make two pairs of them, then one number.
 int FourDigits(const char16_t* at) {
@@ -170,7 +168,7 @@ int FourDigits(const char16_t* at) {
 }
 
 const char16_t* SkipBlanks(const char16_t* at, const char16_t* end) {
-  while (at != end && IsBlank(*at)) ++at;
+  while (at != end && ascii::IsBlank(*at)) ++at;
   return at;
 }
 

@@ -10,6 +10,7 @@
 
 #include "platform/framework/invalid_arg.h"
 #include "platform/framework/module_path.h"
+#include "platform/text/ascii_internal.h"
 #include "platform/zorplatform/file_search.h"
 #include "util/i18n/english_texts_internal.h"
 #include "util/i18n/language_file_internal.h"
@@ -135,8 +136,7 @@ CLanguageModule::~CLanguageModule() = default;
 bool CLanguageModule::IsName(std::u16string_view name) {
   constexpr std::size_t kLongest = 64;
   const auto isAllowed = [](char16_t unit) {
-    return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z') ||
-           unit == u'-' || unit == u'_' || unit == u'.';
+    return ascii::IsDigit(unit) || ascii::IsLetter(unit) || unit == u'-' || unit == u'_' || unit == u'.';
   };
   return !name.empty() && name.size() <= kLongest && name[0] != u'.' &&
          std::all_of(name.begin(), name.end(), isAllowed);

@@ -12,6 +12,7 @@
 #include "util/values/bstr_serialization_internal.h"
 #include "util/values/safe_array_internal.h"
 #include "util/values/variant.h"
+#include "util/values/vartype_internal.h"
 
 using zorplatform::CException;
 using zorutil::ISerializer;
@@ -103,7 +104,7 @@ struct value_io_t {
     CVariant value;
     const auto vt = ReadLittle<VARTYPE>(in);
     if ((vt & ~(VT_TYPEMASK | VT_ARRAY)) != 0 || vt == VT_VARIANT) ThrowCorrupt("type " + std::to_string(vt));
-    const auto element = static_cast<VARTYPE>(vt & ~VT_ARRAY);
+    const VARTYPE element = vartype::ElementOf(vt);
     if (vt & VT_ARRAY) {
       array_owner_t array = ReadArray(in, depth + 1);
       if (array->GetVarType() != element) {
@@ -164,7 +165,7 @@ struct value_io_t {
 
   // A null array is written as an array of no elements of its type; one without a type of its own has the value's.
   static void WriteArrayOf(const tagVARIANT& value, ISerializer& out, int depth) {
-    const auto element = static_cast<VARTYPE>(value.vt & ~VT_ARRAY);
+    const VARTYPE element = vartype::ElementOf(value.vt);
     if (value.parray != nullptr) {
       const auto& array = static_cast<const CSafeArray&>(*value.parray);
       const VARTYPE own = array.GetVarType();
