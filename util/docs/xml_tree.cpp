@@ -13,6 +13,8 @@ static_assert(sizeof(void*) == 8);
 
 // Small enough for the heap to keep it for the next document.
 constexpr std::size_t kBlock = 32 * 1024;
+// A tree of so many of them goes on in large blocks.
+constexpr std::size_t kManyBlocks = 32;
 
 CTree::CTree(xmlDict* dict)
     : dict_(dict != nullptr ? dict : xmlDictCreate()), doc_(xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"))) {
@@ -47,13 +49,24 @@ void* CTree::Allocate(std::size_t size, std::size_t alignment) {
     return place;
   }
   // What is large gets a block of its own, and the rest of the last one stays in use.
-  const std::size_t blockSize = size > kBlock / 4 ? size : kBlock;
-  blocks_.push_back(std::make_unique_for_overwrite<std::byte[]>(blockSize));
-  std::byte* const block = blocks_.back().get();
-  if (blockSize != kBlock) return block;
+  if (size > kBlock / 4) return AddBlock(size);
+  const bool isLarge = blocks_.size() >= kManyBlocks;
+  std::byte* const block = isLarge ? AddLargeBlock() : AddBlock(kBlock);
   free_ = block + size;
-  freeSize_ = kBlock - size;
+  freeSize_ = (isLarge ? large_block::kSize : kBlock) - size;
   return block;
+}
+
+std::byte* CTree::AddBlock(std::size_t size) {
+  blocks_.push_back(std::make_unique_for_overwrite<std::byte[]>(size));
+  return blocks_.back().get();
+}
+
+std::byte* CTree::AddLargeBlock() {
+  largeBlocks_.emplace_back();
+  largeBlocks_.back().reset(static_cast<std::byte*>(large_block::Allocate()));
+  if (largeBlocks_.back() == nullptr) throw std::bad_alloc();
+  return largeBlocks_.back().get();
 }
 
 template <class T>
