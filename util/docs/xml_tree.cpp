@@ -14,7 +14,7 @@ static_assert(sizeof(void*) == 8);
 // Small enough for the heap to keep it for the next document.
 constexpr std::size_t kBlock = 32 * 1024;
 // A tree of so many of them goes on in large blocks.
-constexpr std::size_t kManyBlocks = 32;
+constexpr std::size_t kManyBlocks = 64;
 
 CTree::CTree(xmlDict* dict)
     : dict_(dict != nullptr ? dict : xmlDictCreate()), doc_(xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"))) {
