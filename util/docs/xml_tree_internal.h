@@ -14,6 +14,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/framework/large_block.h"
+
 namespace xml {
 
 inline std::string_view ViewOf(const xmlChar* text) noexcept {
@@ -69,13 +71,21 @@ class CTree {
  private:
   static std::uintptr_t NumberOf(const void* member) { return reinterpret_cast<std::uintptr_t>(member); }
   static void* PointerOf(std::uintptr_t number) { return reinterpret_cast<void*>(number); }
+
+  struct large_block_deleter_t {
+    void operator()(std::byte* block) const noexcept { large_block::Free(block); }
+  };
+
   void* Allocate(std::size_t size, std::size_t alignment);
+  std::byte* AddBlock(std::size_t size);
+  std::byte* AddLargeBlock();
   template <class T>
   T* New(xmlElementType type);
   void SetContent(xmlNode* text, std::string_view content);
   xmlChar* Copy(std::string_view text);
 
   std::vector<std::unique_ptr<std::byte[]>> blocks_;
+  std::vector<std::unique_ptr<std::byte, large_block_deleter_t>> largeBlocks_;
   std::byte* free_ = nullptr;  // the rest of the last block
   std::size_t freeSize_ = 0;
   xmlDict* dict_;

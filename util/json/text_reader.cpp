@@ -316,17 +316,13 @@ class reader_t {
     }
   }
 
+  // The value is empty, and its fields are set where they are: a variant that is made and moved is read back in other
+  // widths than it was written in, which a processor waits for.
   void ReadScalar(CVariant& value) {
     switch (Token()) {
       case '"': return ReadString(value);
-      case 't':
-        ReadWord("true");
-        value = CVariant::FromBool(true);
-        return;
-      case 'f':
-        ReadWord("false");
-        value = CVariant::FromBool(false);
-        return;
+      case 't': ReadWord("true"); return SetBool(value, VARIANT_TRUE);
+      case 'f': ReadWord("false"); return SetBool(value, VARIANT_FALSE);
       case 'n': return ReadWord("null");
       case '-':
       case '0':
@@ -441,21 +437,34 @@ class reader_t {
     const std::string_view text(begin, static_cast<std::size_t>(at - begin));
     const auto real = ToDouble(text, negative, digits, exponent, areExact);
     if (!real) RefuseNumber("the number is too large");
-    value = CVariant::FromDouble(*real);
+    value.vt = VT_R8;
+    value.dblVal = *real;
   }
 
   [[noreturn]] void RefuseNumber(const char* cause) const { throw refused_t{cause, Place()}; }
+
+  static void SetBool(CVariant& value, VARIANT_BOOL content) {
+    value.vt = VT_BOOL;
+    value.boolVal = content;
+  }
 
   static bool SetInteger(CVariant& value, bool negative, std::uint64_t magnitude) {
     constexpr std::uint64_t kMinMagnitude = std::uint64_t{1} << 63;
     if (negative && (magnitude == 0 || magnitude > kMinMagnitude)) return false;
     if (!negative && magnitude >= kMinMagnitude) {
-      value = CVariant::FromUInt64(magnitude);
+      value.vt = VT_UI8;
+      value.ullVal = magnitude;
       return true;
     }
     const auto number = static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
     const auto small = static_cast<std::int32_t>(number);
-    value = small == number ? CVariant::FromInt32(small) : CVariant::FromInt64(number);
+    if (small == number) {
+      value.vt = VT_I4;
+      value.lVal = small;
+    } else {
+      value.vt = VT_I8;
+      value.llVal = number;
+    }
     return true;
   }
 
