@@ -1,7 +1,7 @@
 # What is installed, in three components; every file belongs to one of them.
 #   runtime       libzorplatform and libzorutil as shared libraries, and the language files
-#   development   headers, the CMake package and the pkg-config file, both named zorutil, and what is linked with:
-#                 the shared libraries' names without version, or the static libraries
+#   development   headers, the CMake package and the pkg-config file, both named zorutil, printers for gdb, and what is
+#                 linked with: the shared libraries' names without version, or the static libraries
 #   tools         utilctl with completions and manual page, the definitions that it compiles into others, and the
 #                 gateway with its object types
 # Consumers of the shared libraries need nothing else; the static ones bring ICU, libxml2, libcrypto, simdjson and
@@ -86,4 +86,19 @@ function(zorutil_install_libraries)
   endif()
   configure_file("${templates}/zorutil.pc.in" "${PROJECT_BINARY_DIR}/zorutil.pc" @ONLY)
   zorutil_install_files(development "${CMAKE_INSTALL_LIBDIR}/pkgconfig" "${PROJECT_BINARY_DIR}/zorutil.pc")
+
+  # gdb finds printers under its own data folder by the path of the library that it loads: two small files there name
+  # the one that has them.
+  set(printers "${PROJECT_SOURCE_DIR}/tools/gdb/zorutil_printers.py")
+  if(BUILD_SHARED_LIBS AND EXISTS "${printers}")
+    set(printer_folder "${CMAKE_INSTALL_FULL_DATADIR}/zorutil/gdb")
+    set(loader_folder "${CMAKE_INSTALL_DATADIR}/gdb/auto-load${CMAKE_INSTALL_FULL_LIBDIR}")
+    file(RELATIVE_PATH to_printers "${CMAKE_INSTALL_PREFIX}/${loader_folder}" "${printer_folder}")
+    zorutil_install_files(development "${CMAKE_INSTALL_DATADIR}/zorutil/gdb" "${printers}")
+    foreach(library IN ITEMS zorplatform zorutil)
+      set(loader "${PROJECT_BINARY_DIR}/gdb/lib${library}.so.${PROJECT_VERSION}-gdb.py")
+      configure_file("${templates}/gdb-loader.py.in" "${loader}" @ONLY)
+      zorutil_install_files(development "${loader_folder}" "${loader}")
+    endforeach()
+  endif()
 endfunction()
