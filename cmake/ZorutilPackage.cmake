@@ -30,10 +30,11 @@ set(CPACK_DEBIAN_PACKAGE_SOURCE libutil)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package says its own
 set(summary "utilities of an industrial-connectivity server")
-set(text "Values and their conversions, the configuration tree and its projects, settings\n\
-documents, messages in the operator's language, properties, JSON, options and a\n\
-machine-wide registry, for servers between devices and their clients.\n.")
+set(text "Values and their conversions, the configuration tree and its projects,\n\
+documents of settings, messages in the operator's language, properties, JSON,\n\
+options and a machine-wide registry, for servers between devices and clients.\n.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "${summary} - shared libraries
