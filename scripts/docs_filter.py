@@ -5,7 +5,7 @@ form, line for line.
 - The comment at the top is the file's; its indented lines are code. The class that a header is named after
   (ip_addr.h, CIpAddr) is described there unless it has a comment of its own.
 - A comment holds for the declaration below it, and for those that follow at once and are the same in another form:
-  overloads, and the other of GetX and SetX. Between "/// @{" and "/// @}" it holds for all. One at the end of a
+  overloads, and the other of GetX and SetX or of a pair like that. Between "/// @{" and "/// @}" it holds for all. One at the end of a
   declaration's line belongs to that declaration.
 - "// --- name ---" in a class begins a group of members, and the lines below it are the group's description.
 - Specialisations of the standard library's templates are left out.
@@ -17,6 +17,7 @@ import sys
 
 SCOPE = re.compile(r"^(?:template\s*<.*?>\s*)?(?:inline\s+)?(?:typedef\s+)?(?:namespace|class|struct|union|enum)\b")
 TYPE = re.compile(r"^(?:template\s*<.*?>\s*)?(?:class|struct|union|enum)\b")
+PAIR = re.compile(r"^(Get|Set|Is|Load|Save|Register|Unregister|Min|Max)(?=[A-Z]|$)")
 NO_DOCS = re.compile(r"^(?:static_assert|friend class|friend struct|extern template|#|using namespace)")
 
 
@@ -132,7 +133,7 @@ class Filter:
                 self.fresh = False
                 self.statement = ""
                 return self.cond(line, code)
-            name = self.name_of(stripped)
+            name = self.name_of(self.following if stripped.startswith("template <") else stripped)
             if self.fresh:
                 self.name = name
             elif self.run is not None and not documented:
@@ -152,9 +153,9 @@ class Filter:
 
     @staticmethod
     def name_of(code):
-        """The name of a function; GetX, SetX and IsX are one."""
-        match = re.search(r"\b(operator\s*\W+?|operator [\w: ]+|\w+)\s*\(", re.sub(r"^requires\(.*?\) ", "", code))
-        return re.sub(r"^(Get|Set|Is)(?=[A-Z])", "", match[1].strip()) if match else None
+        """The name of a function; those of a pair are one."""
+        match = re.search(r"\b(operator\s*\W+?|operator [\w: ]+|\w+)(?:<[^()]*>)?\s*\(", re.sub(r"^requires\(.*?\) ", "", code))
+        return re.sub(PAIR, "", match[1].strip()) if match else None
 
     @staticmethod
     def is_special(code):
@@ -266,6 +267,7 @@ class Filter:
                     self.advance(code)
                     self.out.append(line + self.end_cond())
                 else:
+                    self.following = next((l for l in lines[i + 1 :] if "(" in l and not l.lstrip().startswith("requires")), "")
                     self.out.append(close + self.declaration(line, code, comment))
             i += 1
         return "\n".join(self.out) + "\n"
