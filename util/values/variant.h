@@ -97,8 +97,8 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   static CVariant FromInt64(std::int64_t value) noexcept { return Make(VT_I8, value); }
   static CVariant FromUInt64(std::uint64_t value) noexcept { return Make(VT_UI8, value); }
   /// @}
-  /// @{
   /// VT_INT and VT_UINT, the types of OLE's own int.
+  /// @{
   static CVariant FromInt(std::int32_t value) noexcept { return Make(VT_INT, value); }
   static CVariant FromUInt(std::uint32_t value) noexcept { return Make(VT_UINT, value); }
   /// @}
@@ -257,8 +257,10 @@ class ZORUTIL_API CVariant : public tagVARIANT {
     return vt == VT_BSTR ? SysStringView(bstrVal) : std::u16string_view();
   }
   /// The address of a scalar's value, of an array's first element or of a string's text; null when there is none.
+  /// @{
   explicit operator void*() noexcept { return ValueAddress(); }
   explicit operator const void*() const noexcept { return const_cast<CVariant*>(this)->ValueAddress(); }
+  /// @}
   /// The number, whatever its type: truth as 1 or 0, text as the number it begins with, else 0.
   double GetAsDouble() const noexcept;
 
