@@ -17,7 +17,7 @@ import sys
 
 SCOPE = re.compile(r"^(?:template\s*<.*?>\s*)?(?:inline\s+)?(?:typedef\s+)?(?:namespace|class|struct|union|enum)\b")
 TYPE = re.compile(r"^(?:template\s*<.*?>\s*)?(?:class|struct|union|enum)\b")
-PAIR = re.compile(r"^(Get|Set|Is|Load|Save|Register|Unregister|Min|Max)(?=[A-Z]|$)")
+PAIR = re.compile(r"^(Get|Set|Is|Load|Save|Register|Unregister)?(Min|Max)?(?=[A-Z]|$)")
 NO_DOCS = re.compile(r"^(?:static_assert|friend class|friend struct|extern template|#|using namespace)")
 
 
