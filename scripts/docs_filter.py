@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 """Lets Doxygen read the headers as people do: docs_filter.py HEADER prints the header with its comments in Doxygen's
-form, line for line.
+form, line for line. Of README.md it makes the main page.
 
 - The comment at the top is the file's; its indented lines are code. The class that a header is named after
   (ip_addr.h, CIpAddr) is described there unless it has a comment of its own.
@@ -275,5 +275,9 @@ class Filter:
 
 if __name__ == "__main__":
     with open(sys.argv[1], encoding="utf-8") as file:
-        text = file.read().split("\n")
-    sys.stdout.write(Filter(sys.argv[1]).filter(text[:-1] if text and not text[-1] else text))
+        lines = file.read().splitlines()
+    if sys.argv[1].endswith(".md"):
+        lines[0] += " {#mainpage}"
+        print("\n".join(lines))
+    else:
+        sys.stdout.write(Filter(sys.argv[1]).filter(lines))
