@@ -3,18 +3,26 @@
 # The same double arithmetic in every kernel and on both compilers: no fused multiply-add. The two
 # other options change no value; they let loops over sqrt and range checks be vectorised.
 add_compile_options(-ffp-contract=off -fno-math-errno -fno-trapping-math)
-add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor)
-if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-  # Two warnings that cry wolf in GCC 12 at -O3: overlap inside std::string's own copying, and pointers whose use the
-  # optimiser itself moved behind a realloc (level 1 still finds uses that are certain).
-  add_compile_options(-Wno-restrict -Wuse-after-free=1)
+if(NOT PROJECT_IS_TOP_LEVEL)
+  # The warnings that somebody else asks for are for his code.
+  add_compile_options(-w)
 else()
-  # The same meaning of -Wconversion as GCC's; and "&" of two comparisons is how loops stay free of branches.
-  add_compile_options(-Wno-sign-conversion -Wno-bitwise-instead-of-logical)
+  add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # Two warnings that cry wolf in GCC 12 at -O3: overlap inside std::string's own copying, and pointers whose use the
+    # optimiser itself moved behind a realloc (level 1 still finds uses that are certain).
+    add_compile_options(-Wno-restrict -Wuse-after-free=1)
+  else()
+    # The same meaning of -Wconversion as GCC's; and "&" of two comparisons is how loops stay free of branches.
+    add_compile_options(-Wno-sign-conversion -Wno-bitwise-instead-of-logical)
+  endif()
+  if(ZORUTIL_WARNINGS_AS_ERRORS)
+    add_compile_options(-Werror)
+  endif()
 endif()
-if(ZORUTIL_WARNINGS_AS_ERRORS)
-  add_compile_options(-Werror)
-endif()
+# What is released names no folder of the machine that built it. Debuggers want them, so builds with debug information
+# keep theirs.
+add_compile_options("$<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=;-ffile-prefix-map=${PROJECT_BINARY_DIR}/=>")
 if(ZORUTIL_SANITIZE)
   add_compile_options(-fsanitize=${ZORUTIL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${ZORUTIL_SANITIZE})
@@ -28,17 +36,25 @@ endif()
 function(zorutil_library target macro)
   add_library(zorutil::${target} ALIAS ${target})
   set_target_properties(${target} PROPERTIES
-    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+    VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+  if(NOT PROJECT_IS_TOP_LEVEL)
+    set_target_properties(${target} PROPERTIES SYSTEM ON)
+  endif()
   target_include_directories(${target} PUBLIC
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zorutil>)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_compile_definitions(${target} PRIVATE ${macro}_BUILDING)
+  if(ZORUTIL_BUILD_TESTS OR ZORUTIL_BUILD_FUZZ OR ZORUTIL_BUILD_BENCH)
+    target_compile_definitions(${target} PRIVATE ZORUTIL_TESTING)
+  endif()
   if(BUILD_SHARED_LIBS)
     target_compile_options(${target} PRIVATE -fno-semantic-interposition)
     target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions)
     if(NOT ZORUTIL_SANITIZE)
-      target_link_options(${target} PRIVATE -Wl,--no-undefined)
+      set(hidden "${PROJECT_SOURCE_DIR}/cmake/hidden.map")
+      target_link_options(${target} PRIVATE -Wl,--no-undefined "-Wl,--version-script=${hidden}")
+      set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS "${hidden}")
     endif()
   else()
     target_compile_definitions(${target} PUBLIC ZORUTIL_STATIC)

@@ -21,3 +21,19 @@
 /// On a declaration: exported from libzorutil, or taken from it; nothing in static builds.
 #define ZORUTIL_API __attribute__((visibility("default")))
 #endif
+
+// Private parts of an exported class.
+#if defined(_WIN32)
+#define ZORUTIL_HIDDEN
+#else
+#define ZORUTIL_HIDDEN __attribute__((visibility("hidden")))
+#endif
+
+// What the tests of a folder call, and nobody else: exported where tests are built.
+#if defined(ZORUTIL_TESTING)
+#define ZORPLATFORM_TEST_API ZORPLATFORM_API
+#define ZORUTIL_TEST_API ZORUTIL_API
+#else
+#define ZORPLATFORM_TEST_API
+#define ZORUTIL_TEST_API
+#endif

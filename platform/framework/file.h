@@ -88,7 +88,7 @@ class ZORPLATFORM_API CFile {
   virtual void Close();
 
  private:
-  struct state_t;
+  struct ZORUTIL_HIDDEN state_t;
   state_t& GetOpen(const char* operation) const;
   std::unique_ptr<state_t> state_;
 };

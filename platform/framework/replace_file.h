@@ -40,7 +40,7 @@ class ZORPLATFORM_API CReplaceFile {
   void Commit();
 
  private:
-  struct state_t;
+  struct ZORUTIL_HIDDEN state_t;
   std::unique_ptr<state_t> state_;
 };
 

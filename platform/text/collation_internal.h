@@ -10,6 +10,6 @@ namespace collation::internal {
 /// Unit by unit after simple case folding: ASCII as CompareNoCase ranks it, everything else behind it by its
 /// code. Together with the table for ASCII pairs this is one consistent order, so that sorted tables stay
 /// sorted.
-ZORPLATFORM_API int CompareWithoutCollator(std::u16string_view a, std::u16string_view b) noexcept;
+ZORPLATFORM_TEST_API int CompareWithoutCollator(std::u16string_view a, std::u16string_view b) noexcept;
 
 }  // namespace collation::internal

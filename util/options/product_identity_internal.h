@@ -35,6 +35,6 @@ found_t FindFile(file_t file);
 CString BackupDir(const CString& sharedAppProfileDir);
 
 /// Everything that was set and worked out, for tests: the next call works out anew.
-ZORUTIL_API void Forget();
+ZORUTIL_TEST_API void Forget();
 
 }  // namespace zorutil::identity

@@ -53,8 +53,10 @@ constexpr field_t CProject::kFields[] = {
     Field<&CProject::author_>(MakePropertyId(kProjects, 768), u"Author"),
     Field<&CProject::revision_>(MakePropertyId(kProjects, 1024), u"Revision"),
 };
-constexpr zorutil::child_table_t CProject::kTables[] = {ChildTable<&CProject::channels_, kChannel>(u"Channels")};
-constexpr type_description_t CProject::kType = {kProject, 0,      1, u"Project", &CreateDescribed<CProject>,
+// The table of all other types comes last, so that a channel goes among the channels.
+constexpr zorutil::child_table_t CProject::kTables[] = {ChildTable<&CProject::channels_, kChannel>(u"Channels"),
+                                                        ChildTable<&CProject::equipment_>(u"Equipment", 2)};
+constexpr type_description_t CProject::kType = {kProject, 0,      2, u"Project", &CreateDescribed<CProject>,
                                                 kFields,  kTables};
 
 CProject::CProject() : CConfigObj(kType) {}

@@ -62,6 +62,7 @@ class GATEWAY_TYPES_API CProject : public CConfigObj {
   CString author_;
   std::uint32_t revision_ = 0;
   zorutil::CChildTable channels_{*this};
+  zorutil::CChildTable equipment_{*this};  // objects of any type, such as a plug-in's; they are kept, not run
 };
 
 class GATEWAY_TYPES_API CChannel : public CConfigObj {
