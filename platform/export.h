@@ -16,7 +16,9 @@
 #define ZORUTIL_API __declspec(dllimport)
 #endif
 #else
+/// On a declaration: exported from libzorplatform, or taken from it; nothing in static builds.
 #define ZORPLATFORM_API __attribute__((visibility("default")))
+/// On a declaration: exported from libzorutil, or taken from it; nothing in static builds.
 #define ZORUTIL_API __attribute__((visibility("default")))
 #endif
 

@@ -29,8 +29,10 @@
 
 class ZORPLATFORM_API CString {
  public:
+  /// The most units that a text may have.
   static constexpr int kMaxLength = 1 << 30;
 
+  /// The empty text, or a copy of the text given: UTF-16 as it is, the others converted. A negative length is 0.
   CString() noexcept = default;
   CString(std::nullptr_t) noexcept {}
   CString(const CString& other) noexcept : text_(other.text_) { AddRef(); }
@@ -73,6 +75,7 @@ class ZORPLATFORM_API CString {
   /// For `text = {}`, which would otherwise be any of the above.
   CString& operator=(std::initializer_list<std::nullptr_t>) noexcept { return *this = nullptr; }
   CString& operator=(bool) = delete;
+  /// A copy of `text`, which may lie inside this string.
   CString& Assign(std::u16string_view text);
   /// Takes text known to be ASCII (bytes of 0x80 and above are taken as Latin-1), without a look at UTF-8.
   CString& AssignAscii(std::string_view ascii);
@@ -84,12 +87,17 @@ class ZORPLATFORM_API CString {
     return AssignInteger(negative, negative ? 0 - magnitude : magnitude);
   }
 
+  /// Exchanges the texts; nothing is copied.
+  /// @{
   void Swap(CString& other) noexcept { std::swap(text_, other.text_); }
   friend void swap(CString& a, CString& b) noexcept { a.Swap(b); }
+  /// @}
 
   // --- what it knows ---------------------------------------------------------------------------------------------
 
+  /// UTF-16 units, without the terminating NUL.
   int GetLength() const noexcept { return text_ == nullptr ? 0 : GetHeader()->length; }
+  /// Whether there is no unit.
   bool IsEmpty() const noexcept { return GetLength() == 0; }
   /// Never null; valid until this string is changed or destroyed.
   const char16_t* GetString() const noexcept { return text_ == nullptr ? u"" : text_; }
@@ -97,11 +105,16 @@ class ZORPLATFORM_API CString {
   /// A text is not a truth value, and must not become one through its pointer.
   template <std::same_as<bool> T>
   operator T() const = delete;
+  /// The whole text, with any NULs in it; valid as long as GetString().
   std::u16string_view View() const noexcept { return {GetString(), static_cast<std::size_t>(GetLength())}; }
+  /// As View().
   operator std::u16string_view() const noexcept { return View(); }
   /// The unit at `index`, which lies in 0 to GetLength() (the terminating NUL).
+  /// @{
   char16_t GetAt(int index) const noexcept { return GetString()[index]; }
   char16_t operator[](std::integral auto index) const noexcept { return GetString()[index]; }
+  /// @}
+  /// Malformed UTF-16 (an unpaired surrogate) becomes U+FFFD.
   std::string ToUtf8() const;
   /// How many units fit without a new allocation.
   int GetCapacity() const noexcept { return text_ == nullptr ? 0 : GetHeader()->capacity; }
@@ -109,17 +122,23 @@ class ZORPLATFORM_API CString {
   // --- parts -----------------------------------------------------------------------------------------------------
   // A count or start outside the text is cut to it.
 
+  /// The first `count` units.
   CString Left(int count) const;
+  /// The last `count` units.
   CString Right(int count) const;
+  /// The units from `first` on: all of them, or `count`.
   CString Mid(int first) const;
   CString Mid(int first, int count) const;
 
   // --- searching: the position, or -1 ----------------------------------------------------------------------------
   // A start before the text is its beginning. An empty part is found at any start inside the text or at its end.
 
+  /// The first place, from `start` on, of a unit or of a whole part.
   int Find(char16_t unit, int start = 0) const noexcept;
   int Find(std::u16string_view part, int start = 0) const noexcept;
+  /// The last place of the unit.
   int ReverseFind(char16_t unit) const noexcept;
+  /// The first place of any of the units.
   int FindOneOf(std::u16string_view units) const noexcept;
 
   // --- comparing -------------------------------------------------------------------------------------------------
@@ -131,10 +150,13 @@ class ZORPLATFORM_API CString {
 
   // --- changing --------------------------------------------------------------------------------------------------
 
+  /// Leaves the empty text, and this string's part of the memory is given back.
   void Empty() noexcept { CString().Swap(*this); }
   /// `index` lies in 0 to GetLength() - 1.
   void SetAt(int index, char16_t unit);
+  /// Adds text at the end; it may lie inside this string.
   CString& Append(std::u16string_view text);
+  /// As Append. Narrow text is converted first.
   CString& operator+=(std::u16string_view text) { return Append(text); }
   CString& operator+=(const char16_t* text) { return Append(ViewOf(text)); }
   CString& operator+=(const std::u16string& text) { return Append(text); }
@@ -149,28 +171,38 @@ class ZORPLATFORM_API CString {
     SetLength(Size(GetLength() + 1));
     return *this;
   }
+  /// As Append, for text known to be ASCII (see AssignAscii).
   CString& AppendAscii(std::string_view ascii);
   /// Each returns how many units were removed, inserted (the new length) or replaced (occurrences). Places and
   /// counts outside the text are cut to it.
+  /// @{
   int Insert(int index, std::u16string_view text);
   int Delete(int index, int count = 1);
   int Remove(char16_t unit);
   int Replace(char16_t from, char16_t to);
   int Replace(std::u16string_view from, std::u16string_view to);
+  /// @}
   /// White space (collation::IsSpace) off the ends.
+  /// @{
   CString& Trim();
   CString& TrimLeft();
   CString& TrimRight();
+  /// @}
+  /// Simple mapping of each unit (collation::ToUpper, ToLower): the length stays.
+  /// @{
   CString& MakeUpper();
   CString& MakeLower();
+  /// @}
   /// Room for at least `length` units without a further allocation.
   void Reserve(int length);
 
   /// Memory for `length` units (and the NUL) that the caller may write to directly; the present text stands at its
   /// beginning. ReleaseBuffer ends that: it sets the length, by default up to the first NUL. Until then no other
   /// member may be called.
+  /// @{
   char16_t* GetBuffer(int length);
   void ReleaseBuffer(int length = -1);
+  /// @}
 
   /// The tokens of a text one after another: skips delimiters from `start` on, gives the text up to the next one,
   /// and moves `start` behind it. At the end gives an empty text and sets `start` to -1.
@@ -179,6 +211,7 @@ class ZORPLATFORM_API CString {
   // --- operators -------------------------------------------------------------------------------------------------
   // They are seen only where a CString takes part, and leave the standard strings' own alone.
 
+  /// Whether the units are the same; letter case counts. Narrow text is compared as what it would be converted to.
   friend bool operator==(const CString& a, const CString& b) noexcept {
     return a.text_ == b.text_ || a.View() == b.View();
   }
@@ -201,6 +234,7 @@ class ZORPLATFORM_API CString {
     return a.View().compare(ViewOf(b)) <=> 0;
   }
 
+  /// A new text: `a` with `b` behind it.
   friend CString operator+(CString a, std::u16string_view b) { return std::move(a.Append(b)); }
   friend CString operator+(CString a, const CString& b) { return std::move(a.Append(b.View())); }
   friend CString operator+(CString a, const char16_t* b) { return std::move(a += b); }
@@ -266,6 +300,7 @@ static_assert(sizeof(CString) == sizeof(void*));
 
 /// The family's narrow string is the standard one; its text is UTF-8.
 using CStringW = CString;
+/// UTF-8.
 using CStringA = std::string;
 
 /// Writes the text as UTF-8.
@@ -275,5 +310,6 @@ ZORPLATFORM_API void PrintTo(const CString& text, std::ostream* out);
 
 template <>
 struct std::hash<CString> {
+  /// Of the units: equal texts have one hash.
   std::size_t operator()(const CString& text) const noexcept { return std::hash<std::u16string_view>()(text.View()); }
 };

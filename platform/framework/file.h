@@ -21,8 +21,10 @@
 /// operation says it all.
 class ZORPLATFORM_API CFileException : public std::runtime_error {
  public:
+  /// `systemError` is the system's number, whose text becomes the cause; 0 for none.
   CFileException(const CString& path, const char* operation, int systemError);
   ~CFileException() override;
+  /// As the caller of the file gave it.
   const CString& GetPath() const noexcept { return path_; }
   /// The system's error number (errno); 0 when the cause is not the system's.
   int GetSystemError() const noexcept { return systemError_; }
@@ -34,6 +36,7 @@ class ZORPLATFORM_API CFileException : public std::runtime_error {
 
 class ZORPLATFORM_API CFile {
  public:
+  /// How a file is opened: one of the first three, and what is to be made.
   enum openflags_t : unsigned {
     modeRead = 0x0000,
     modeWrite = 0x0001,
@@ -41,6 +44,7 @@ class ZORPLATFORM_API CFile {
     modeCreate = 0x1000,      ///< make the file, or empty one that is there
     modeNoTruncate = 0x2000,  ///< with modeCreate: keep what is there
   };
+  /// What an offset counts from: the beginning, the current position, the end.
   enum seek_t : int { begin = 0, current = 1, end = 2 };
 
   /// A file object without a file.
@@ -67,8 +71,11 @@ class ZORPLATFORM_API CFile {
   /// Returns the new position. A position before the beginning throws; one behind the end is taken. Costs nothing:
   /// what is buffered stays.
   virtual std::uint64_t Seek(std::int64_t offset, seek_t from);
+  /// Position 0.
   void SeekToBegin() { Seek(0, begin); }
+  /// The end; returns that position.
   std::uint64_t SeekToEnd() { return Seek(0, end); }
+  /// The position of the next byte read or written, from the beginning.
   virtual std::uint64_t GetPosition() const;
   /// Bytes in the file, those included that are still buffered.
   virtual std::uint64_t GetLength() const;

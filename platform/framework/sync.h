@@ -18,8 +18,10 @@
 
 #include "platform/export.h"
 
+/// What every lock can do, so that an object can hand out its lock without saying of which kind it is.
 class ZORPLATFORM_API CSyncObject {
  public:
+  /// A time in milliseconds that never ends.
   static constexpr std::uint32_t kInfinite = 0xFFFFFFFF;
 
   CSyncObject() = default;
@@ -32,10 +34,13 @@ class ZORPLATFORM_API CSyncObject {
   /// False, and nothing happens, if the calling thread does not hold the lock.
   virtual bool Unlock() = 0;
 
+  /// The names of the standard library, for std::lock_guard and its like.
   // The names of the standard library, for std::lock_guard and its like.
+  /// @{
   void lock() { Lock(); }
   bool try_lock() { return Lock(0); }
   void unlock() { Unlock(); }
+  /// @}
 };
 
 /// A lock of one thread, which may take it again and gives it back as often. A thread that wants a held lock looks
@@ -43,17 +48,22 @@ class ZORPLATFORM_API CSyncObject {
 /// a std::mutex costs when nobody waits. Waiting threads get the lock in no particular order.
 class ZORPLATFORM_API CCriticalSection : public CSyncObject {
  public:
+  /// Free at first. `spinCount`: how often a thread looks before it sleeps.
   explicit CCriticalSection(std::uint32_t spinCount = 0) noexcept;
   /// Nobody holds the lock or waits for it.
   ~CCriticalSection() override;
 
   bool Lock(std::uint32_t timeoutMs = kInfinite) override { return Enter(timeoutMs); }
+  /// Takes the lock if it is free or this thread's; never waits.
   bool TryLock() { return Enter(0); }
   bool Unlock() override { return Leave(); }
 
+  /// The same without a call through the interface.
+  /// @{
   void lock() { Enter(kInfinite); }
   bool try_lock() { return TryLock(); }
   void unlock() { Leave(); }
+  /// @}
 
  private:
   enum state_t : std::uint32_t { kFree, kHeld, kHeldAndAwaited };
@@ -101,7 +111,8 @@ class ZORPLATFORM_API CLightLock {
   CLightLock(const CLightLock&) = delete;
   CLightLock& operator=(const CLightLock&) = delete;
 
-  // The names of the standard library, for std::lock_guard and its like.
+  /// The names of the standard library, for std::lock_guard and its like.
+  /// @{
   void lock() noexcept {
     if (!try_lock()) LockContended();
   }
@@ -109,6 +120,7 @@ class ZORPLATFORM_API CLightLock {
     std::uint32_t expected = kFree;
     return word_.compare_exchange_strong(expected, kHeld, std::memory_order_acquire, std::memory_order_relaxed);
   }
+  /// @}
   /// The calling thread holds the lock.
   void unlock() noexcept {
     if (word_.exchange(kFree, std::memory_order_release) == kHeldAndAwaited) WakeOne();
@@ -146,11 +158,15 @@ class CSingleLock {
     isLocked_ = false;
     return object_->Unlock();
   }
+  /// Whether the guard holds the lock now.
   bool IsLocked() const noexcept { return isLocked_; }
 
+  /// The names of the standard library.
+  /// @{
   void lock() { Lock(); }
   bool try_lock() { return Lock(0); }
   void unlock() { Unlock(); }
+  /// @}
 
  private:
   CSyncObject* object_;

@@ -10,21 +10,32 @@
 namespace ole_date {
 
 /// The whole days that OLE dates may hold: 1 January 100 and 31 December 9999.
+/// @{
 inline constexpr std::int64_t kMinDay = -657434;
 inline constexpr std::int64_t kMaxDay = 2958465;
+/// @}
+/// So many has every day: there are no leap seconds.
 inline constexpr std::int64_t kMillisecondsPerDay = 86400000;
 
+/// A moment as calendars and clocks show it. At first 30 December 1899, 00:00, the zero of OLE dates.
 struct fields_t {
+  /// Proleptic Gregorian; 0 is the year before 1.
   std::int32_t year = 1899;
-  std::int32_t month = 12;  // 1 to 12
-  std::int32_t day = 30;    // 1 to 31
-  std::int32_t hour = 0, minute = 0, second = 0, millisecond = 0;
+  std::int32_t month = 12;       // 1 to 12
+  std::int32_t day = 30;         // 1 to 31
+  std::int32_t hour = 0;         // 0 to 23
+  std::int32_t minute = 0;       // 0 to 59
+  std::int32_t second = 0;       // 0 to 59
+  std::int32_t millisecond = 0;  // 0 to 999
 };
 
-/// Days since 30 December 1899 of a calendar day, and back. Any year that fits the result.
+/// Days since 30 December 1899 of a calendar day, and back. Any year that fits the result. DayToFields sets year, month
+/// and day and leaves the rest.
+/// @{
 ZORPLATFORM_API std::int64_t DayNumber(std::int32_t year, std::int32_t month, std::int32_t day) noexcept;
 ZORPLATFORM_API void DayToFields(std::int64_t day, fields_t& out) noexcept;
-/// 28 to 31.
+/// @}
+/// 28 to 31; `month` is 1 to 12.
 ZORPLATFORM_API std::int32_t DaysInMonth(std::int32_t year, std::int32_t month) noexcept;
 
 /// Milliseconds since 30 December 1899 00:00 of an OLE date, rounded to the nearest; a negative date counts its

@@ -6,29 +6,38 @@
 #include <cstdint>
 #include <cstring>
 
+/// A status code: negative is failure, else success.
 using HRESULT = std::int32_t;
+/// A status code that is a value (VT_ERROR); any 32 bits.
 using SCODE = std::int32_t;
+/// A locale identifier. 0 stands for US English here, as does every other.
 using LCID = std::uint32_t;
+/// One VARENUM, with VT_ARRAY or VT_BYREF added.
 using VARTYPE = std::uint16_t;
+/// -1 or 0; what is not 0 reads as true.
 using VARIANT_BOOL = std::int16_t;
 /// Days since 30 December 1899 as a double; of a negative date the fraction still counts forward from midnight.
 using DATE = double;
 /// A NUL-terminated UTF-16 text whose byte length stands in the 4 bytes before it. See ole/string.h.
 using BSTR = char16_t*;
 
+/// The one true that is written.
 inline constexpr VARIANT_BOOL VARIANT_TRUE = -1;
+/// False.
 inline constexpr VARIANT_BOOL VARIANT_FALSE = 0;
 
-/// Status codes. Negative is failure.
+/// Status codes, with OLE's numbers. Negative is failure.
 inline constexpr HRESULT S_OK = 0;
-inline constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);
-inline constexpr HRESULT E_INVALIDARG = static_cast<HRESULT>(0x80070057);
-inline constexpr HRESULT E_OUTOFMEMORY = static_cast<HRESULT>(0x8007000E);
+inline constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);  ///< no such value here, or nothing to be done
+inline constexpr HRESULT E_INVALIDARG = static_cast<HRESULT>(0x80070057);   ///< an argument that cannot be
+inline constexpr HRESULT E_OUTOFMEMORY = static_cast<HRESULT>(0x8007000E);  ///< memory is short
+/// No conversion between the types, or a text that is no such value.
 inline constexpr HRESULT DISP_E_TYPEMISMATCH = static_cast<HRESULT>(0x80020005);
+/// A type that OLE does not know, or that cannot stand here.
 inline constexpr HRESULT DISP_E_BADVARTYPE = static_cast<HRESULT>(0x80020008);
-inline constexpr HRESULT DISP_E_OVERFLOW = static_cast<HRESULT>(0x8002000A);
+inline constexpr HRESULT DISP_E_OVERFLOW = static_cast<HRESULT>(0x8002000A);  ///< a value that does not fit
 
-/// Stored in files and streams: the numbers are OLE's and never change.
+/// The type of a value. Stored in files and streams: the numbers are OLE's and never change.
 enum VARENUM : VARTYPE {
   VT_EMPTY = 0,
   VT_NULL = 1,
@@ -60,51 +69,74 @@ enum VARENUM : VARTYPE {
 
 /// A fixed-point amount: the integer divided by 10,000.
 struct CY {
+  /// Ten-thousandths.
   std::int64_t int64;
 };
 
 /// A 96-bit magnitude divided by 10^scale (0 to 28); sign is 0 or 0x80. Inside a VARIANT the reserved word is vt.
 struct DECIMAL {
+  /// `sign` of a number below 0.
   static constexpr std::uint8_t kNegative = 0x80;
+  /// The most decimal places.
   static constexpr std::uint8_t kMaxScale = 28;
+  /// Unused; in a VARIANT the vt.
   std::uint16_t wReserved;
+  /// Decimal places, 0 to 28.
   std::uint8_t scale;
+  /// 0 or kNegative. Zero may carry either.
   std::uint8_t sign;
+  /// The upper 32 bits of the magnitude.
   std::uint32_t Hi32;
+  /// The lower 64 bits of the magnitude.
   std::uint64_t Lo64;
 };
 static_assert(sizeof(DECIMAL) == 16);
 
+/// One dimension of an array.
 struct SAFEARRAYBOUND {
+  /// How many elements it has.
   std::uint32_t cElements;
+  /// The index of the first.
   std::int32_t lLbound;
 };
 
+/// Features of an array. Those of the elements say what each owns.
 enum : std::uint16_t {
-  FADF_FIXEDSIZE = 0x0010,
-  FADF_HAVEVARTYPE = 0x0080,
-  FADF_BSTR = 0x0100,
-  FADF_VARIANT = 0x0800,
+  FADF_FIXEDSIZE = 0x0010,    ///< the descriptor and its data keep their size
+  FADF_HAVEVARTYPE = 0x0080,  ///< the element VARTYPE stands before the descriptor
+  FADF_BSTR = 0x0100,         ///< elements are BSTR
+  FADF_VARIANT = 0x0800,      ///< elements are VARIANT
 };
 
 /// An array descriptor with room for two bounds. The element VARTYPE stands in the 32-bit word just before it, so
 /// a descriptor is made by SafeArrayAllocDescriptor alone (ole/safe_array_descriptor.h).
 struct tagSAFEARRAY {
+  /// How many of the bounds count: 1 or 2.
   std::uint16_t cDims;
+  /// FADF_FIXEDSIZE and its like, added.
   std::uint16_t fFeatures;
+  /// Bytes of an element as OLE counts them on 32 bits: 4 for a text, wherever it takes more here.
   std::uint32_t cbElements;
+  /// How many users hold the data; it is neither resized nor freed meanwhile.
   std::uint32_t cLocks;
+  /// The elements without gaps; null without any.
   void* pvData;
+  /// Rows and columns; one dimension alone stands first.
   SAFEARRAYBOUND rgsabound[2];
 };
 
 /// The 16-byte value record. A DECIMAL overlays the whole record, its reserved word being vt: read and write it
 /// with GetDecimal and SetDecimal.
 struct tagVARIANT {
+  /// What the value is; everything else follows from it.
   VARTYPE vt;
+  /// Unused, but part of a DECIMAL.
+  /// @{
   std::uint16_t wReserved1;
   std::uint16_t wReserved2;
   std::uint16_t wReserved3;
+  /// @}
+  /// The value, under the name that belongs to vt.
   union {
     std::uint64_t ullVal;  // first, so that tagVARIANT{} zeroes all 16 bytes
     std::int8_t cVal;

@@ -28,6 +28,7 @@ ZORPLATFORM_API BSTR SysCopyString(const char16_t* text) noexcept;
 /// null keeps what is there and leaves what is added unset. False when memory is short or the length too large: then
 /// `*text` is as it was.
 ZORPLATFORM_API bool SysReAllocStringLen(BSTR* text, const char16_t* source, std::uint32_t length) noexcept;
+/// Null is allowed. The text must not be used afterwards.
 ZORPLATFORM_API void SysFreeString(BSTR text) noexcept;
 
 /// The length in bytes; 0 for null.

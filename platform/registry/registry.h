@@ -45,6 +45,7 @@ namespace registry {
 
 // --- words ---------------------------------------------------------------------------------------------------------
 
+/// The trees that there are, with the numbers that the family's programs know them by.
 enum hive_t : std::uint32_t { HKEY_LOCAL_MACHINE = 0x80000002, HKEY_USERS = 0x80000003 };
 
 /// "HKEY_LOCAL_MACHINE"; null for a number that is no hive.
@@ -70,19 +71,22 @@ enum class code_t : std::int32_t {
   alreadyExists = 183,    ///< the thread has a transaction
 };
 
+/// How a call ended. It must be looked at: true is success.
 struct [[nodiscard]] status_t {
-  code_t code = code_t::success;
-  std::string text;  ///< empty for success
+  code_t code = code_t::success;  ///< what a program acts on
+  std::string text;               ///< empty for success
 
+  /// Success.
   explicit operator bool() const noexcept { return code == code_t::success; }
 };
 
 /// A value may have this many bytes.
 inline constexpr std::size_t kMaxDataSize = std::size_t{64} << 20;
 
+/// A value of a key, by its name.
 struct named_value_t {
-  CString name;
-  value_t value;
+  CString name;   ///< empty for the key's default value
+  value_t value;  ///< any type, any bytes
 
   bool operator==(const named_value_t&) const = default;
 };
@@ -104,18 +108,24 @@ class ZORPLATFORM_API CKey {
   /// Opens a key, and makes it, and those above it, when it is not there. `wasCreated`, when given, tells which.
   status_t Create(hive_t hive, std::u16string_view path, access_t access = KEY_READ_WRITE, bool* wasCreated = nullptr);
   /// The same for a path below a key, whose own rights do not count. `parent` may be this object.
+  /// @{
   status_t Open(const CKey& parent, std::u16string_view path, access_t access = KEY_READ);
   status_t Create(const CKey& parent, std::u16string_view path, access_t access = KEY_READ_WRITE,
                   bool* wasCreated = nullptr);
+  /// @}
+  /// The object stands for no key then. Nothing happens when it is closed.
   void Close() noexcept;
 
+  /// True from a successful Open or Create until Close, a failed Open, or a move away.
   bool IsOpen() const noexcept { return access_ != 0; }
+  /// Says nothing for a closed key.
   hive_t GetHive() const noexcept { return hive_; }
   /// Below the hive, as it was given; empty for the hive itself and for a closed key.
   const CString& GetPath() const noexcept { return path_; }
 
   // --- values: KEY_READ
 
+  /// The value with its type; fileNotFound when the key has none of that name.
   status_t QueryValue(std::u16string_view name, value_t& value) const;
   /// The same in the shape of the family's own calls. `type` may be null. `size` is the room at `data` in bytes, and
   /// afterwards the size of the value; with a null `data` only type and size are given. Too little room is moreData:
@@ -131,6 +141,7 @@ class ZORPLATFORM_API CKey {
   status_t SetValue(std::u16string_view name, const value_t& value);
   /// The same; `data` may be null when `size` is 0.
   status_t SetValue(std::u16string_view name, type_t type, const void* data, std::size_t size);
+  /// fileNotFound when there is none of that name.
   status_t DeleteValue(std::u16string_view name);
 
   // --- subkeys
@@ -163,6 +174,7 @@ ZORPLATFORM_API status_t QueryValue(hive_t hive, std::u16string_view path, std::
 /// Ended on the thread that began it; a thread has one at a time.
 class ZORPLATFORM_API CTransaction {
  public:
+  /// What a transaction is for.
   enum kind_t {
     read,   ///< what others write waits for the end; a write of its own is accessDenied
     write,  ///< others may read what was there before
@@ -179,7 +191,9 @@ class ZORPLATFORM_API CTransaction {
   /// Ends it, with success or not. A call in it that failed for more than a missing or ill-named key or value ends it
   /// in effect: later calls, and Commit, give that failure, and nothing is written.
   status_t Commit();
+  /// Undoes it. Nothing happens when it has not begun.
   void Rollback() noexcept;
+  /// True from Begin until Commit or Rollback.
   bool HasBegun() const noexcept { return state_ != nullptr; }
 
  private:

@@ -32,16 +32,20 @@ namespace registry {
 
 /// A key and its values, without its subkeys.
 struct key_values_t {
+  /// The tree that the key stands in.
   hive_t hive = HKEY_LOCAL_MACHINE;
+  /// Below the hive, with "\" between names; empty for the hive itself.
   CString path;
+  /// In the order of their names where ReadTree made them, else as given.
   std::vector<named_value_t> values;
 
   bool operator==(const key_values_t&) const = default;
 };
 
+/// A line of a text that cannot be read.
 struct text_problem_t {
-  int line = 0;  ///< from 1
-  std::string cause;
+  int line = 0;       ///< from 1
+  std::string cause;  ///< in English: what was expected
 };
 
 /// "HKEY_USERS\a\b" taken apart; the letter case of the hive does not count. False, with nothing set, when the text
@@ -51,6 +55,7 @@ ZORPLATFORM_API bool SplitPath(std::u16string_view whole, hive_t& hive, CString&
 /// The line, or lines, of a value, as in PrintText.
 ZORPLATFORM_API std::string PrintValue(const named_value_t& value);
 
+/// The text of keys, one behind another: UTF-8 that ParseText reads back to the same keys.
 ZORPLATFORM_API std::string PrintText(std::span<const key_values_t> keys);
 
 /// The keys of a text, in its order. When there are problems there are no keys; the first 100 problems are told.

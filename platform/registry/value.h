@@ -37,10 +37,14 @@ ZORPLATFORM_API const char* GetTypeName(std::uint32_t type) noexcept;
 ZORPLATFORM_API std::optional<type_t> FindType(std::string_view name) noexcept;
 
 struct ZORPLATFORM_API value_t {
+  /// Any number may be stored, not only those of type_t.
   type_t type = REG_BINARY;
+  /// At most kMaxDataSize bytes (registry.h).
   std::vector<std::uint8_t> data;
 
+  /// REG_DWORD of 4 bytes.
   static value_t FromDword(std::uint32_t number);
+  /// REG_BINARY of these bytes, which may be none.
   static value_t FromBinary(std::span<const std::uint8_t> bytes);
   /// The text and its terminating NUL. NULs inside the text are kept. `textType` is REG_SZ or REG_EXPAND_SZ.
   static value_t FromText(std::u16string_view text, type_t textType = REG_SZ);

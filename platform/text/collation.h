@@ -31,7 +31,9 @@ ZORPLATFORM_API bool IsAlphaNumeric(char16_t unit) noexcept;
 ZORPLATFORM_API bool IsSpace(char16_t unit) noexcept;
 
 /// Simple upper- and lower-case mapping of one unit; units without a one-unit mapping stay as they are.
+/// @{
 ZORPLATFORM_API char16_t ToUpper(char16_t unit) noexcept;
 ZORPLATFORM_API char16_t ToLower(char16_t unit) noexcept;
+/// @}
 
 }  // namespace collation

@@ -30,21 +30,23 @@ ZORPLATFORM_API std::size_t FormatInteger(std::uint64_t value, char* out) noexce
 /// The integer that a text begins with: leading white space (space, \t \n \v \f \r) and one sign are accepted,
 /// reading stops at the first character that is not an ASCII digit, a text without digits gives 0. Beyond 64 bits
 /// the result saturates; for the unsigned form a minus sign before any number gives 0.
+/// @{
 ZORPLATFORM_API std::int64_t ParseInt64(std::u16string_view text) noexcept;
 ZORPLATFORM_API std::uint64_t ParseUInt64(std::u16string_view text) noexcept;
+/// @}
 
 /// The real number that a text begins with: leading white space, a sign, digits with at most one ".", an exponent
 /// ("e" or "E", taken only when digits follow). Correctly rounded at any length; too large gives an infinity of
 /// the sign, too small a zero of the sign; no digits gives 0. Hexadecimal, "inf" and "nan" are no numbers.
 ZORPLATFORM_API double ParseDouble(std::u16string_view text) noexcept;
 
-/// The same, and how many units were taken (0 when the text does not begin with a number); an overflow is
-/// reported as such. `text` may not begin with white space here.
+/// How ParseDoublePrefix tells what it read.
 struct real_prefix_t {
-  double value = 0;
-  std::size_t length = 0;
-  bool overflow = false;
+  double value = 0;        ///< 0 without a number
+  std::size_t length = 0;  ///< units taken; 0 when the text does not begin with a number
+  bool overflow = false;   ///< too large for a double; `value` is then an infinity
 };
+/// As ParseDouble, but tells how far it read, and an overflow. `text` may not begin with white space here.
 ZORPLATFORM_API real_prefix_t ParseDoublePrefix(std::u16string_view text) noexcept;
 
 }  // namespace number_text

@@ -17,8 +17,10 @@
 namespace utf {
 
 /// Upper bounds for the room an output needs, in units of the output. They hold for malformed input too.
+/// @{
 constexpr std::size_t MaxUtf16Units(std::size_t utf8Bytes) { return utf8Bytes; }
 constexpr std::size_t MaxUtf8Bytes(std::size_t utf16Units) { return 3 * utf16Units; }
+/// @}
 
 /// Converts and returns the number of units written to `out`, which has room for MaxUtf16Units(utf8.size()).
 ZORPLATFORM_API std::size_t Utf8ToUtf16(std::string_view utf8, char16_t* out) noexcept;
@@ -40,8 +42,10 @@ ZORPLATFORM_API bool IsAscii(std::u16string_view text) noexcept;
 ZORPLATFORM_API void WidenAscii(std::string_view text, char16_t* out) noexcept;
 
 /// The same conversions into a new string.
+/// @{
 ZORPLATFORM_API std::u16string ToUtf16(std::string_view utf8);
 ZORPLATFORM_API std::string ToUtf8(std::u16string_view utf16);
+/// @}
 
 /// Wide text of the compiler's `wchar_t`: UTF-32 where it has 32 bits, UTF-16 where it has 16.
 ZORPLATFORM_API std::u16string ToUtf16(std::wstring_view wide);

@@ -31,9 +31,12 @@ class ZORPLATFORM_API CException : public std::exception {
   CException& operator=(const CException&);
   ~CException() override;
 
+  /// One of code_t, or a number that a plug-in chose.
   int GetCode() const noexcept { return code_; }
+  /// UTF-8, never null; valid as long as the exception.
   const char* what() const noexcept override;
 
+  /// Throws a CException of that code and text.
   [[noreturn]] static void Throw(int code);
   [[noreturn]] static void Throw(int code, std::string_view text);
 

@@ -14,13 +14,16 @@
 
 namespace zorplatform {
 
+/// A file that was found.
 struct found_file_t {
   CString name;  ///< without the folder
   CString path;  ///< the folder as it was asked for, and the name
 };
 
+/// Which files of a folder are there.
 class ZORPLATFORM_API CFileSearch {
  public:
+  /// Hears of each file. It outlives the search.
   class ZORPLATFORM_API ICallback {
    public:
     virtual ~ICallback();

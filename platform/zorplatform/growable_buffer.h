@@ -22,11 +22,14 @@ class ZORPLATFORM_API CGrowableBuffer {
   CGrowableBuffer& operator=(CGrowableBuffer&& other) noexcept;
   ~CGrowableBuffer();
 
+  /// Bytes that are set or appended, not those that were reserved.
   std::size_t GetSize() const noexcept { return size_; }
+  /// Whether there are no bytes.
   bool IsEmpty() const noexcept { return size_ == 0; }
   /// Null before the first byte; valid until the buffer grows or is reset.
   const std::uint8_t* GetData() const noexcept { return data_; }
   std::uint8_t* GetData() noexcept { return data_; }
+  /// All bytes; valid until the buffer grows or is reset.
   std::span<const std::uint8_t> GetBytes() const noexcept { return {data_, size_}; }
 
   /// Cuts, or appends unset bytes. The memory is kept.
@@ -34,6 +37,7 @@ class ZORPLATFORM_API CGrowableBuffer {
     if (size > capacity_) Grow(size);
     size_ = size;
   }
+  /// Room for `capacity` bytes in all without a further allocation.
   void Reserve(std::size_t capacity);
   /// The bytes may lie in this buffer.
   void Append(const void* bytes, std::size_t count);

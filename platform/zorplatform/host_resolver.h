@@ -48,9 +48,11 @@ inline constexpr std::size_t kMaxHostBytes = 255;
 /// Asks the resolver of the process, or the given one. A text that can be no name (empty, longer than kMaxHostBytes in
 /// UTF-8, with a NUL, an unpaired surrogate or U+FFFD) has no address, and nobody is asked. What a resolver throws, and
 /// std::bad_alloc, passes through.
+/// @{
 ZORPLATFORM_API std::optional<std::uint32_t> FindHostAddress(std::u16string_view host);
 ZORPLATFORM_API std::vector<std::uint32_t> FindHostAddresses(std::u16string_view host, std::uint16_t port);
 ZORPLATFORM_API std::vector<std::uint32_t> FindHostAddresses(std::u16string_view host, std::uint16_t port,
                                                              const IHostResolver& resolver);
+/// @}
 
 }  // namespace zorplatform

@@ -42,7 +42,7 @@ namespace zorplatform {
 struct ini_problem_t {
   std::uint32_t line;    ///< from 1
   std::uint32_t column;  ///< from 1, in characters
-  std::string what;
+  std::string what;      ///< UTF-8, for people
 };
 
 class ZORPLATFORM_API CIniFile {
@@ -96,8 +96,10 @@ class ZORPLATFORM_API CIniFile {
   bool DeleteSection(const char16_t* section);
   /// Names as they are first written, each once, in the order of the text. The section without name is listed only
   /// when it has keys.
+  /// @{
   void QuerySections(CStringArray& sections) const;
   void QueryKeys(const char16_t* section, CStringArray& keys) const;
+  /// @}
   /// Empties the document; it is then not modified.
   void Reset();
   /// Whether there is nothing in it, not even a comment.

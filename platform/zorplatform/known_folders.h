@@ -26,18 +26,22 @@
 
 namespace zorplatform {
 
+/// What is kept there, and for whom.
 enum class known_folder_t {
   userData,     ///< of programs, for the user who runs this one
   documents,    ///< of the user
   machineData,  ///< of programs, for all users of the machine
 };
 
+/// A folder, and how it was found.
 struct known_folder_place_t {
   CString path;        ///< without "\" at its end; empty when there is no such folder
   std::string source;  ///< which row of the table above it came from, for people: "XDG_DATA_HOME"
 };
 
+/// As the table above says, looked up anew at each call.
 ZORPLATFORM_API known_folder_place_t FindKnownFolder(known_folder_t folder);
+/// The folder alone; empty when there is no such folder.
 inline CString GetKnownFolder(known_folder_t folder) { return FindKnownFolder(folder).path; }
 
 /// From now on the folder of the whole process. A relative path is taken from the current folder. An empty one takes

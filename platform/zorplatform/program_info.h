@@ -29,6 +29,7 @@ ZORPLATFORM_API void SetApplicationName(const CString& name);
 class ZORPLATFORM_API CVersionInfo {
  public:
   constexpr CVersionInfo() noexcept = default;
+  /// The four numbers, from the most significant one on.
   constexpr CVersionInfo(std::uint16_t major, std::uint16_t minor, std::uint16_t build, std::uint16_t revision) noexcept
       : major_(major), minor_(minor), build_(build), revision_(revision) {}
 
@@ -36,10 +37,13 @@ class ZORPLATFORM_API CVersionInfo {
   static CVersionInfo GetProgramVersion() noexcept;
   static void SetProgramVersion(CVersionInfo version) noexcept;
 
+  /// 0 to 65535, compared as numbers by whoever orders versions.
+  /// @{
   constexpr std::uint16_t GetMajor() const noexcept { return major_; }
   constexpr std::uint16_t GetMinor() const noexcept { return minor_; }
   constexpr std::uint16_t GetBuild() const noexcept { return build_; }
   constexpr std::uint16_t GetRevision() const noexcept { return revision_; }
+  /// @}
   constexpr bool operator==(const CVersionInfo&) const noexcept = default;
 
  private:

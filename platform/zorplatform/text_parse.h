@@ -17,14 +17,19 @@
 
 namespace zorplatform {
 
+/// 64 bits with a sign.
 inline std::int64_t _ttoll(std::u16string_view text) noexcept { return number_text::ParseInt64(text); }
+/// 64 bits without a sign.
 inline std::uint64_t _ttoull(std::u16string_view text) noexcept { return number_text::ParseUInt64(text); }
 /// 32 bits, as the family's unsigned int has.
 inline std::uint32_t _ttoui(std::u16string_view text) noexcept {
   return static_cast<std::uint32_t>(std::min<std::uint64_t>(_ttoull(text), UINT32_MAX));
 }
+/// A real number, as number_text::ParseDouble reads it.
 inline double wtof(std::u16string_view text) noexcept { return number_text::ParseDouble(text); }
 
+/// The same of a CString or a NUL-terminated text.
+/// @{
 inline std::int64_t _ttoll(const CString& text) noexcept { return _ttoll(text.View()); }
 inline std::uint64_t _ttoull(const CString& text) noexcept { return _ttoull(text.View()); }
 inline std::uint32_t _ttoui(const CString& text) noexcept { return _ttoui(text.View()); }
@@ -37,5 +42,6 @@ inline std::int64_t _ttoll(const char16_t* text) noexcept { return _ttoll(TextOr
 inline std::uint64_t _ttoull(const char16_t* text) noexcept { return _ttoull(TextOrEmpty(text)); }
 inline std::uint32_t _ttoui(const char16_t* text) noexcept { return _ttoui(TextOrEmpty(text)); }
 inline double wtof(const char16_t* text) noexcept { return wtof(TextOrEmpty(text)); }
+/// @}
 
 }  // namespace zorplatform

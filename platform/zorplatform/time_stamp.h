@@ -17,7 +17,9 @@
 
 /// Two 32-bit halves of a count of 100-nanosecond ticks since 1 January 1601.
 struct _FILETIME {
+  /// The lower 32 bits of the count.
   std::uint32_t dwLowDateTime;
+  /// The upper 32 bits of the count.
   std::uint32_t dwHighDateTime;
 };
 
@@ -38,6 +40,7 @@ class ZORPLATFORM_API CTimeStamp {
   /// A count is no date: FromMilliseconds takes one.
   template <std::integral T>
   requires(!std::same_as<T, bool>) explicit CTimeStamp(T) = delete;
+  /// Milliseconds since 30 December 1899; a count outside the years 100 to 9999 is cut to the nearest that is inside.
   static CTimeStamp FromMilliseconds(std::int64_t sinceOleZero) noexcept;
   /// Fields beyond their range carry over: minute 90 is an hour and a half, day 0 the last of the month before.
   static CTimeStamp FromFields(int year, int month, int day, int hour = 0, int minute = 0, int second = 0,
@@ -52,8 +55,10 @@ class ZORPLATFORM_API CTimeStamp {
   /// Milliseconds since 30 December 1899.
   std::int64_t GetMilliseconds() const noexcept { return milliseconds_; }
   /// The OLE date, whole seconds only (cut), and with the milliseconds.
+  /// @{
   double GetVariantTime() const noexcept;
   double GetVariantTimeWithMs() const noexcept;
+  /// @}
   /// Zero for times before 1601.
   _FILETIME GetFileTime() const noexcept;
   /// "2023-03-15 06:30:00.000"; years of four digits.
@@ -64,6 +69,7 @@ class ZORPLATFORM_API CTimeStamp {
   /// The milliseconds from `earlier` to this; negative when that is the later one.
   std::int64_t DiffMS(const CTimeStamp& earlier) const noexcept { return milliseconds_ - earlier.milliseconds_; }
 
+  /// Earlier is less.
   auto operator<=>(const CTimeStamp&) const noexcept = default;
 
  private:

@@ -29,7 +29,9 @@ class ZORPLATFORM_API CUtf8String {
 
   /// NUL-terminated.
   const char* GetString() const noexcept { return text_; }
+  /// Bytes, without the terminating NUL.
   std::size_t GetLength() const noexcept { return length_; }
+  /// Valid as long as this object.
   std::string_view View() const noexcept { return {text_, length_}; }
 
  private:

@@ -14,8 +14,11 @@
 
 namespace zorssl {
 
+/// Bytes.
+/// @{
 inline constexpr std::size_t kAes256KeySize = 32;
 inline constexpr std::size_t kAesCounterSize = 16;
+/// @}
 
 /// Encrypts or decrypts `data` in place, which is one operation. Whoever encrypts two different texts under one key and
 /// one initial counter gives both away; and nothing tells a text that was changed. std::runtime_error when the

@@ -22,8 +22,10 @@ class ZORPLATFORM_API CHash {
  public:
   CHash(const CHash&) = delete;
   CHash& operator=(const CHash&) = delete;
+  /// What all digests can do.
   virtual ~CHash();
 
+  /// Appends `size` bytes to what is digested; none are allowed.
   void AddData(const void* data, std::size_t size);
   /// The digest of all that was added so far; more may be added afterwards.
   secure_bytes_t GetHash() const;

@@ -25,6 +25,8 @@ ZORPLATFORM_API bool EqualInConstantTime(std::span<const std::uint8_t> a, std::s
 /// An allocator of the standard library that wipes what it frees.
 template <class T>
 struct wiping_allocator_t {
+  /// What the standard library asks of an allocator; deallocate wipes. std::bad_alloc when memory is short.
+  /// @{
   using value_type = T;
   wiping_allocator_t() noexcept = default;
   template <class U>
@@ -35,6 +37,7 @@ struct wiping_allocator_t {
     std::allocator<T>().deallocate(memory, count);
   }
   bool operator==(const wiping_allocator_t&) const noexcept = default;
+  /// @}
 };
 
 /// Bytes that leave nothing behind, not even when they grow. A value.

@@ -56,7 +56,9 @@ class ZORUTIL_API CStructuredDoc {
 
   /// Whether there is a document to read.
   virtual int IsValid() const;
+  /// Reads a file in place of the present content.
   virtual int Load(const char16_t* path);
+  /// Writes the file.
   virtual int Save(const char16_t* path);
 
   // --- elements --------------------------------------------------------------------------------------------------
@@ -69,14 +71,20 @@ class ZORUTIL_API CStructuredDoc {
   virtual void* GetNextElementByName(void* element, bool flag);
   /// The local name.
   virtual int GetName(void* element, CString& name);
+  /// The element's own text, without its children's.
   virtual int GetText(void* element, CString& text);
+  /// Replaces the element's own text; its children stay.
   virtual int SetText(void* element, const char16_t* text);
   /// The first child, and the next sibling, whatever their names.
+  /// @{
   virtual void* FindFirstChild(void* element, bool flag);
   virtual void* FindNext(void* element, bool flag);
+  /// @}
   /// Gives a handle back. Null is allowed.
   virtual void ReleaseElement(void* element) = 0;
+  /// Replaces the element's text by one that the document keeps free of escapes; null is an empty text.
   virtual bool WriteLiteralText(void* element, const char16_t* text) = 0;
+  /// The element's text as it stands in the document.
   virtual bool ReadLiteralText(void* element, CString& text) = 0;
 
  protected:
@@ -88,6 +96,7 @@ class ZORUTIL_API CStructuredDoc {
                                   CString& value) = 0;
   /// 1, or 0 with `value` untouched.
   virtual int ReadAttributeString(void* element, const char16_t* name, CString& value) = 0;
+  /// Makes the attribute, or replaces its text; 1, or 0 when it cannot be written.
   virtual int WriteAttributeString(void* element, const char16_t* name, const char16_t* value) = 0;
 
  public:

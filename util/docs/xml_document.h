@@ -109,8 +109,10 @@ class ZORUTIL_API CXmlDocument : public CStructuredDoc {
   CString GetXml() const;
   /// Load from the position of an open file to its end, Save to it. CFileException passes through; a failed write may
   /// have left a part.
+  /// @{
   int LoadFrom(CFile& file);
   int SaveTo(CFile& file);
+  /// @}
 
  private:
   friend class CXmlSchemaCollection;

@@ -29,6 +29,7 @@ class ILocalizedMessage;
 
 class ZORUTIL_API CXmlSchemaCollection {
  public:
+  /// A place where a document does not follow the schemas.
   struct fault_t {
     int line;         ///< where the element begins in the text that was loaded; 0 for one that was written since
     CString element;  ///< the path of the element: "/Plant/Pump[2]/Speed"
@@ -45,6 +46,7 @@ class ZORUTIL_API CXmlSchemaCollection {
   int Add(const char16_t* ns, const char16_t* path);
   /// 1, or 0 when there is none for that namespace.
   int Remove(const char16_t* ns);
+  /// How many schemas were added, each for a namespace of its own.
   int GetCount() const;
 
   /// Reads all schemas together, which Validate otherwise does at its first call. 1; or 0 with the cause for
@@ -57,6 +59,7 @@ class ZORUTIL_API CXmlSchemaCollection {
 
   /// Why the last Add or Compile failed, handed over; null after a success.
   std::unique_ptr<i18n::ILocalizedMessage> RemoveLastError();
+  /// The same as a text in the product's language; empty after a success. The message stays.
   CString GetLastErrorText() const;
 
  private:

@@ -30,10 +30,11 @@ ZORUTIL_API unsigned short LanguageIdFromTag(std::string_view tag);
 /// The tag of an identifier, such as "de-AT"; empty when it is not known.
 ZORUTIL_API std::string TagFromLanguageId(unsigned short languageId);
 
+/// A language that texts can be had in.
 struct language_t {
-  unsigned short id;
-  std::string tag;  ///< the tag in the file's name, such as "de"
-  CString name;     ///< in the language itself, such as "Deutsch"
+  unsigned short id;  ///< the identifier; never 0
+  std::string tag;    ///< the tag in the file's name, such as "de"
+  CString name;       ///< in the language itself, such as "Deutsch"
 };
 /// English and every language of which this library's texts were found, in the order of their tags. Looks at the disk.
 ZORUTIL_API std::vector<language_t> GetAvailableLanguages();

@@ -37,7 +37,7 @@ namespace i18n {
 struct language_problem_t {
   CString file;        ///< the path; "motors.en.lang" for what is built in
   std::uint32_t line;  ///< from 1; 0 for the file as a whole
-  std::string what;
+  std::string what;    ///< for people, as in "no text has this number"
 };
 
 class ZORUTIL_API CLanguageModule {
@@ -59,6 +59,7 @@ class ZORUTIL_API CLanguageModule {
   CLanguageModule& operator=(const CLanguageModule&) = delete;
   ~CLanguageModule();
 
+  /// As it was registered.
   const CString& GetName() const noexcept { return name_; }
   /// The template of a number; empty when there is none. 0 is the product language; a region that is not known means
   /// its language without region, and a language that is not known means English.

@@ -19,17 +19,23 @@
 
 namespace i18n {
 
+/// A failure as every part of the system passes it on: see the top of this header.
 class ZORUTIL_API ILocalizedMessage {
  public:
   virtual ~ILocalizedMessage();
   /// 0 is the product language. A template that asks for more arguments than there are: zorplatform::CException -1.
   virtual CString GetMessageText(unsigned short languageId) = 0;
+  /// The number of the text; 0 for a message without one.
   virtual unsigned int GetMessageId() const = 0;
+  /// Whether the text comes from resources, and so depends on the language.
   virtual bool IsLocalized() const = 0;
+  /// Whether another message was appended.
   virtual bool IsMultipartMessage() const = 0;
   /// The part that follows this one, without separator; one that stood there is destroyed.
   virtual void Append(std::unique_ptr<ILocalizedMessage> message) = 0;
+  /// The binary form, which Deserialize of the same class reads.
   virtual void Serialize(zorutil::ISerializer& out) const = 0;
+  /// Replaces the message by one that was written by Serialize; as it was after an exception.
   virtual void Deserialize(zorutil::ISerializer& in) = 0;
 };
 
@@ -38,11 +44,16 @@ class ZORUTIL_API ILocalizedMessage {
 /// asked for their own text and binary form, which is to be the one below, and what was appended to them is their own.
 class ZORUTIL_API CLocalizedMessage final : public ILocalizedMessage {
  public:
+  /// Of a chain that can be written.
   static constexpr unsigned kMaxParts = 128;
 
+  /// Without a text: renders as an empty one.
   CLocalizedMessage() = default;
+  /// A text, and the arguments that fill it, which are taken over.
+  /// @{
   explicit CLocalizedMessage(CLocalizedResource resource);
   CLocalizedMessage(CLocalizedResource resource, std::vector<CVariant>&& arguments);
+  /// @}
   CLocalizedMessage(const CLocalizedMessage&) = delete;
   CLocalizedMessage& operator=(const CLocalizedMessage&) = delete;
   ~CLocalizedMessage() override;
@@ -57,7 +68,9 @@ class ZORUTIL_API CLocalizedMessage final : public ILocalizedMessage {
   bool IsMultipartMessage() const override { return appended_ != nullptr; }
   void Append(std::unique_ptr<ILocalizedMessage> message) override;
 
+  /// The text; not valid for a message that is its own text.
   const CLocalizedResource& GetResource() const noexcept { return resource_; }
+  /// In the order in which the template counts them.
   const std::vector<CVariant>& GetArguments() const noexcept { return arguments_; }
   /// Null when nothing is appended.
   const ILocalizedMessage* GetAppended() const noexcept { return appended_.get(); }

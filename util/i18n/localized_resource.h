@@ -29,6 +29,7 @@ class ZORUTIL_API CLocalizedResource {
 
   /// Whether it names a module, be it registered or not.
   bool IsValid() const noexcept { return module_ != nullptr || !name_.IsEmpty(); }
+  /// The number of the text in its module; 0 for no text.
   unsigned GetId() const noexcept { return id_; }
   /// Empty when it is not valid.
   const CString& GetModuleName() const noexcept { return module_ != nullptr ? module_->GetName() : name_; }

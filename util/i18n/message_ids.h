@@ -136,17 +136,21 @@
 
 namespace i18n {
 
+/// One enumerator of a row.
 #define ZORUTIL_ENUMERATOR(name, number, arguments) name = number,
+/// The numbers, as documented with each row above.
 enum message_id_t : unsigned { ZORUTIL_MESSAGE_IDS(ZORUTIL_ENUMERATOR) };
 #undef ZORUTIL_ENUMERATOR
 
+/// What is known of a text without its template.
 struct message_id_row_t {
-  unsigned id;
-  const char* name;
-  const char* arguments;
+  unsigned id;            ///< as in message_id_t
+  const char* name;       ///< "IDS_LOW_RANGE_ABOVE_HIGH"
+  const char* arguments;  ///< the kinds of its arguments, in order: see ZORUTIL_MESSAGE_IDS
 };
-/// Every number once, in rising order.
+/// One element of kMessageIds.
 #define ZORUTIL_ROW(name, number, arguments) {number, #name, arguments},
+/// Every number once, in rising order.
 inline constexpr message_id_row_t kMessageIds[] = {ZORUTIL_MESSAGE_IDS(ZORUTIL_ROW)};
 #undef ZORUTIL_ROW
 

@@ -33,6 +33,7 @@
 
 namespace i18n {
 
+/// In units of UTF-16. No message is made huge by its template.
 inline constexpr unsigned kMaxTemplateWidth = 1024;
 
 /// zorplatform::CException -1 when the template asks for more arguments than there are.
@@ -41,7 +42,7 @@ ZORUTIL_API CString ExpandTemplate(std::u16string_view text, std::span<const CVa
 /// What a template asks for: `kind` is d (integers), f (reals), c, s or p.
 struct template_argument_t {
   unsigned position;  ///< from 1
-  char kind;
+  char kind;          ///< d, f, c, s or p
   friend auto operator<=>(const template_argument_t&, const template_argument_t&) = default;
 };
 /// In rising order, one for each conversion: two templates with equal lists can stand for each other.

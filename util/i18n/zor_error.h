@@ -23,15 +23,17 @@ class ZORUTIL_API zor_error_t {
   /// `message` may be null.
   zor_error_t(std::int32_t code, std::unique_ptr<ILocalizedMessage>&& message) noexcept;
 
-  // Each takes the code and the message; the source keeps its code and has no message any more. Assigning an error to
-  // itself changes nothing.
+  /// Each takes the code and the message; the source keeps its code and has no message any more. Assigning an error to
+  /// itself changes nothing.
   zor_error_t(zor_error_t& other) noexcept;
   zor_error_t(zor_error_t&& other) noexcept;
   zor_error_t& operator=(zor_error_t& other) noexcept;
   zor_error_t& operator=(zor_error_t&& other) noexcept;
   ~zor_error_t();
 
+  /// 0 is success; others are what the returning function documents.
   std::int32_t GetErrorCode() const noexcept { return code_; }
+  /// Whether there is a text for people; false once it was handed on.
   bool HasMessage() const noexcept { return message_ != nullptr; }
   /// Empty without a message; otherwise as ILocalizedMessage::GetMessageText.
   CString GetMessageText(unsigned short languageId) const;

@@ -22,6 +22,7 @@ namespace zorutil::json {
 
 class ZORUTIL_API json_serializer_t final : public ISerializer {
  public:
+  /// An empty text, to be written to.
   explicit json_serializer_t(const write_options_t& options = {}) : options_(options) {}
   /// Holds a copy of the text, ready to be read.
   explicit json_serializer_t(std::string_view utf8);
@@ -45,6 +46,7 @@ class ZORUTIL_API json_serializer_t final : public ISerializer {
   void WriteText(const CString& text) override;
   /// The text so far; valid until more is written.
   const CString& GetText() const override;
+  /// The same in UTF-8, without a copy.
   std::string_view GetUtf8() const noexcept {
     return {reinterpret_cast<const char*>(buffer_.GetData()), buffer_.GetSize()};
   }

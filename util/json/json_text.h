@@ -44,6 +44,7 @@ struct ZORUTIL_API text_error_t {
   int column = 0;          ///< from 1, in characters (code points)
   std::size_t offset = 0;  ///< bytes before the place
 
+  /// True for an error.
   explicit operator bool() const noexcept { return !cause.empty(); }
   /// "line 12, column 5: cause"; empty without an error.
   std::string ToString() const;
@@ -57,6 +58,7 @@ struct ZORUTIL_API text_error_t {
 [[nodiscard]] ZORUTIL_API text_error_t ReadText(std::string_view utf8, std::shared_ptr<IValue>& value,
                                                 int firstLine = 1);
 
+/// How a text is laid out.
 struct write_options_t {
   int indent = 2;  ///< blanks for each level (at most 16); 0 writes everything on one line, without blanks
 };

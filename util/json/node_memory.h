@@ -17,10 +17,14 @@ namespace zorutil::json {
 
 /// At least `bytes` bytes, aligned for pointers. std::bad_alloc.
 ZORUTIL_API void* AllocateNode(std::size_t bytes);
+/// Gives back what AllocateNode gave. Null is allowed.
 ZORUTIL_API void FreeNode(void* node) noexcept;
 
+/// The allocator of the standard library over these two, for elements that need no more than a pointer's alignment.
 template <class T>
 struct node_allocator_t {
+  /// What the standard library asks of an allocator. std::bad_alloc when memory is short.
+  /// @{
   using value_type = T;
   node_allocator_t() = default;
   template <class U>
@@ -33,6 +37,7 @@ struct node_allocator_t {
   }
   void deallocate(T* nodes, std::size_t) noexcept { FreeNode(nodes); }
   friend bool operator==(node_allocator_t, node_allocator_t) noexcept { return true; }
+  /// @}
 };
 
 }  // namespace zorutil::json

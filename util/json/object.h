@@ -26,10 +26,13 @@ namespace zorutil::json {
 
 class object_t;
 
+/// A named value of an object.
 struct ZORUTIL_API member_t {
+  /// No name, no value, line 0.
   member_t() = default;
   /// The object is moved into a shared node.
   member_t(CString memberName, object_t&& object, int sourceLine);
+  /// The value is shared with whoever holds it.
   member_t(CString memberName, std::shared_ptr<IValue> content, int sourceLine) noexcept
       : name(std::move(memberName)), value(std::move(content)), line(sourceLine) {}
   /// Replaces the value by the object, moved into a shared node.
@@ -39,16 +42,20 @@ struct ZORUTIL_API member_t {
   object_t& AsObject();
   const object_t& AsObject() const;
 
+  /// Any text; names of one object may repeat.
   CString name;
   std::shared_ptr<IValue> value;  ///< may be empty; written as null
   int line = 0;                   ///< where the member began in the text it was read from, counted from 1; 0 if in none
 };
 
+/// Members in their order; references and iterators stay valid while others are added.
 using member_list_t = std::list<member_t, node_allocator_t<member_t>>;
 
 class ZORUTIL_API object_t final : public IValue {
  public:
+  /// Without members.
   object_t() = default;
+  /// `content` becomes the members; the rest are the fields below, of which isKind1Or3 follows from the kind.
   explicit object_t(int objectKind, member_list_t content = {}, int first = 0, int second = 0, int third = 0);
   ~object_t() override;
   object_t(const object_t&) = default;
@@ -71,18 +78,23 @@ class ZORUTIL_API object_t final : public IValue {
   void Serialize(ISerializer& out) const override;
 
   member_list_t members;  ///< in the order of text or insertion; names may repeat
-  // For the mapping of configuration objects, which gives them their meaning. The text form has none of them.
+  /// For the mapping of configuration objects, which gives them their meaning. The text form has none of them.
+  /// @{
   int kind = 0;
   bool isKind1Or3 = false;  ///< set by the constructor
   int number1 = 0;
   int number2 = 0;
   int number3 = 0;
+  /// @}
   properties::property_list_t properties;  ///< of the configuration object it stands for; empty at first
 };
 
+/// An array of values of any kind.
 class ZORUTIL_API array_t final : public IValue {
  public:
+  /// Without elements.
   array_t() = default;
+  /// The values are shared with whoever holds them.
   explicit array_t(std::vector<std::shared_ptr<IValue>> content) noexcept : elements(std::move(content)) {}
   /// One scalar for each element of the array inside the variant, in their order; none for another variant.
   explicit array_t(const CVariant& values);

@@ -30,11 +30,13 @@ struct ZORUTIL_API patch_error_t {
   int operation = 0;  ///< from 1; 0 when the patch as a whole is none
   CString path;       ///< of the operation ("from" when that one is at fault); empty when it has none
 
+  /// True for an error.
   explicit operator bool() const noexcept { return !cause.empty(); }
   /// "operation 3, /tags/9: cause"; empty without an error.
   std::string ToString() const;
 };
 
+/// What a patch may do.
 struct patch_options_t {
   /// Values that all operations together may copy. A short patch can double a document with every operation.
   std::size_t maxCopies = 1'000'000;

@@ -18,6 +18,7 @@ namespace zorutil::json {
 
 class ZORUTIL_API root_t : public ISerializable {
  public:
+  /// A document without objects.
   root_t() = default;
   ~root_t() override;
   root_t(const root_t&) = default;
@@ -38,8 +39,10 @@ class ZORUTIL_API root_t : public ISerializable {
   object_t DetachObject();
   /// Moves all top-level objects out, in their order, and leaves the root empty.
   array_t DetachObjArray();
+  /// Adds `delta` to the line of every member of all objects.
   void AdjustLineNumbers(int delta);
 
+  /// The top-level objects, in the order of the text.
   std::list<object_t> objects;
 };
 

@@ -17,11 +17,13 @@
 
 namespace zorutil::json {
 
+/// What every node answers.
 class ZORUTIL_API IValue {
  public:
   virtual ~IValue();
 
-  // Each kind of node says what it is; it is nothing else.
+  /// Each kind of node says what it is; it is nothing else. A scalar is one of bool, number, string and null as well.
+  /// @{
   virtual bool IsObject() const { return false; }
   virtual bool IsArray() const { return false; }
   virtual bool IsBool() const { return false; }
@@ -29,6 +31,7 @@ class ZORUTIL_API IValue {
   virtual bool IsString() const { return false; }
   virtual bool IsNull() const { return false; }
   virtual bool IsScalar() const { return false; }
+  /// @}
   /// Writes the node as JSON text, as json_text.h tells: to a text serializer at its depth and with its indentation,
   /// to a binary one as one text record (string_serialization.h). CException -1 for a node nested too deep; then
   /// nothing was written.
@@ -43,7 +46,9 @@ class ZORUTIL_API IValue {
 /// A value of its own: text, number, truth value or null. Copies are independent.
 class ZORUTIL_API scalar_t final : public IValue {
  public:
+  /// Null.
   scalar_t() = default;
+  /// The value as it is; VT_EMPTY is null.
   explicit scalar_t(CVariant content) noexcept : value(std::move(content)) {}
   ~scalar_t() override;
 
@@ -56,6 +61,7 @@ class ZORUTIL_API scalar_t final : public IValue {
   bool IsScalar() const override { return true; }
   void Serialize(ISerializer& out) const override;
 
+  /// May be changed in place, type and all.
   CVariant value;
 };
 

@@ -23,8 +23,10 @@ ZORUTIL_API bool ValueAsBool(const std::shared_ptr<IValue>& value);
 ZORUTIL_API CString ValueAsString(const std::shared_ptr<IValue>& value);
 
 /// The node as what it is; CException -1 when it is something else or missing.
+/// @{
 ZORUTIL_API object_t& ValueAsObject(const std::shared_ptr<IValue>& value);
 ZORUTIL_API array_t& ValueAsArray(const std::shared_ptr<IValue>& value);
 ZORUTIL_API scalar_t& ValueAsScalar(const std::shared_ptr<IValue>& value);
+/// @}
 
 }  // namespace zorutil::json

@@ -35,9 +35,12 @@ class ZORUTIL_API CIpAddr {
   /// address.
   explicit CIpAddr(const CString& text);
 
+  /// The raw value, to be read or, through the reference, set.
+  /// @{
   constexpr std::uint32_t GetAddr() const noexcept { return address_; }
   constexpr operator std::uint32_t&() noexcept { return address_; }
   constexpr operator const std::uint32_t&() const noexcept { return address_; }
+  /// @}
 
   /// "10.0.0.5".
   CString ToString() const;

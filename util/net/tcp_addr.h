@@ -25,8 +25,10 @@ class ZORUTIL_API CTcpAddr {
   /// port is wrong is not resolved. Throws zorplatform::CException -4.
   explicit CTcpAddr(const CString& text);
 
+  /// The raw value, in network byte order; 0 is no address.
   constexpr std::uint32_t GetAddr() const noexcept { return address_; }
   constexpr void SetAddr(std::uint32_t address) noexcept { address_ = address; }
+  /// As a number, not in network byte order; 0 is no port.
   constexpr std::uint16_t GetPort() const noexcept { return port_; }
   constexpr void SetPort(std::uint16_t port) noexcept { port_ = port; }
 

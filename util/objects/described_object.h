@@ -27,6 +27,7 @@
 
 namespace zorutil {
 
+/// An object whose data is told by a description: the top of this header says what that gives.
 class ZORUTIL_API CDescribedObj : public CTableObj {
  public:
   ~CDescribedObj() override;
@@ -59,10 +60,13 @@ class ZORUTIL_API CDescribedObj : public CTableObj {
   /// That of every child, then nothing of its own: called once for the root when a project is loaded.
   void OnLoadComplete() override;
 
+  /// The data as the description lists it, in the forms above.
+  /// @{
   int OnSave(CStructuredDoc* doc, void* element, const char16_t* ns) const override;
   int OnSave(CFile* file) const override;
   int OnLoad(CStructuredDoc* doc, void* element, const char16_t* ns) override;
   int OnLoad(CFile* file) override;
+  /// @}
 
  protected:
   /// Modifications are tracked.
@@ -83,12 +87,14 @@ inline CDescribedObj* AsDescribed(CTableObj* object) { return dynamic_cast<CDesc
 /// Sets one field, under the object's lock (the caller's to take): converts the value (FieldFromVariant), marks the
 /// object as modified when it takes it. Anything else leaves the object as it was.
 ZORUTIL_API field_result_t SetField(CDescribedObj& object, const field_t& field, const CVariant& value);
+/// The value as FieldToVariant gives it; under the object's lock (the caller's to take).
 ZORUTIL_API CVariant GetField(const CTableObj& object, const field_t& field);
 
 /// A table of children as a member of a described object. Its name is the description's, and it takes no objects of
 /// other types than the description says.
 class ZORUTIL_API CChildTable : public CTable {
  public:
+  /// The owner's description says what the table is called and takes. `growthIncrement`: see CTable.
   explicit CChildTable(CDescribedObj& owner, unsigned growthIncrement = 16);
   ~CChildTable() override;
   CString GetTableName() const override;

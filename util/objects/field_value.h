@@ -53,6 +53,7 @@ enum class field_result_t : std::uint8_t {
   REFUSED,       ///< the object's own setter said no
 };
 
+/// Room for a value of any kind; only the member of the field's kind counts, and the rest is anything.
 struct field_value_t {
   /// Of all integers and truth values, the unsigned 64-bit ones as the same bits.
   std::int64_t integer = 0;
@@ -60,6 +61,7 @@ struct field_value_t {
   CString text;     ///< of TEXT and PASSWORD
   CVariant value;   ///< of VALUE
 
+  /// Puts a value where its type belongs.
   template <class T>
   void Set(const T& from) {
     if constexpr (std::is_enum_v<T>) {
@@ -115,17 +117,23 @@ ZORUTIL_API bool AreSame(const field_t& field, const field_value_t& a, const fie
 ZORUTIL_API std::unique_ptr<i18n::ILocalizedMessage> MakeFieldMessage(const field_t& field, field_result_t result);
 
 /// A text that a document may not hold, as base64 of its UTF-16 units, little-endian; and back, false for what is none.
+/// @{
 ZORUTIL_API CString UnitsToBase64(const CString& text);
 ZORUTIL_API bool UnitsFromBase64(const CString& base64, CString& text);
+/// @}
 
 /// The bytes that the value of a kind has in a record; 0 for texts and variants, which say their size themselves.
 ZORUTIL_API std::size_t FieldWidth(field_kind_t kind) noexcept;
 /// To and from those bytes, little-endian. For kinds with a width.
+/// @{
 ZORUTIL_API void PackField(field_kind_t kind, const field_value_t& value, std::uint8_t* out) noexcept;
 ZORUTIL_API void UnpackField(field_kind_t kind, const std::uint8_t* bytes, field_value_t& out) noexcept;
+/// @}
 /// The record of the other kinds: a text as in string_serialization.h, a variant in its own form. Exceptions of the
 /// serializer and the value pass through.
+/// @{
 ZORUTIL_API void WriteField(field_kind_t kind, const field_value_t& value, ISerializer& out);
 ZORUTIL_API void ReadField(field_kind_t kind, ISerializer& in, field_value_t& out);
+/// @}
 
 }  // namespace zorutil

@@ -26,6 +26,7 @@
 
 namespace zorutil {
 
+/// Who hears of the errors; called on the thread that loads.
 class ZORUTIL_API ILoadErrors {
  public:
   virtual ~ILoadErrors();
@@ -33,8 +34,10 @@ class ZORUTIL_API ILoadErrors {
   /// entered.
   virtual void Add(void* element, std::unique_ptr<i18n::ILocalizedMessage> message) = 0;
   /// The objects around what is read next, from the outside in; what an error's path is made of.
+  /// @{
   virtual void EnterObject(const CString& name) = 0;
   virtual void LeaveObject() noexcept = 0;
+  /// @}
   /// Loading or saving of this object failed, and with it its parent's will: called from the inside out, for objects
   /// that are not entered.
   virtual void OnFailedObject(const CString& name) noexcept = 0;
@@ -43,6 +46,7 @@ class ZORUTIL_API ILoadErrors {
   static ILoadErrors* GetCurrent() noexcept;
 };
 
+/// As long as it lives, errors of this thread go to its listener.
 class ZORUTIL_API CLoadErrorScope {
  public:
   /// `errors` outlives the scope. Null: nobody hears, as without a scope.

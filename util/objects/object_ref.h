@@ -21,14 +21,17 @@ class CTableObj;
 
 namespace zorutil {
 
+/// A counted reference on an object; may be empty.
 class ZORUTIL_API ref_counted_obj_ptr {
  public:
+  /// Empty.
   ref_counted_obj_ptr() noexcept = default;
   ref_counted_obj_ptr(std::nullptr_t) noexcept {}
   /// Takes a reference of its own; null is allowed.
   ref_counted_obj_ptr(CTableObj* object) noexcept : object_(object) { AddRef(); }
   ref_counted_obj_ptr(const ref_counted_obj_ptr& other) noexcept : object_(other.object_) { AddRef(); }
   ref_counted_obj_ptr(ref_counted_obj_ptr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+  /// Gives back what was held, after the other was taken: the two may be of one object.
   ref_counted_obj_ptr& operator=(ref_counted_obj_ptr other) noexcept {
     std::swap(object_, other.object_);
     return *this;
@@ -38,9 +41,14 @@ class ZORUTIL_API ref_counted_obj_ptr {
     if (object_ != nullptr) RemoveRef();
   }
 
+  /// The object, or null; valid as long as the reference.
   CTableObj* get() const noexcept { return object_; }
+  /// Not of an empty reference.
+  /// @{
   CTableObj& operator*() const noexcept { return *object_; }
   CTableObj* operator->() const noexcept { return object_; }
+  /// @}
+  /// Whether there is an object.
   explicit operator bool() const noexcept { return object_ != nullptr; }
   /// The same object.
   friend bool operator==(const ref_counted_obj_ptr& a, const ref_counted_obj_ptr& b) noexcept = default;
@@ -53,10 +61,12 @@ class ZORUTIL_API ref_counted_obj_ptr {
   CTableObj* object_ = nullptr;
 };
 
+/// Many references, each of its own.
 using ref_counted_obj_ptr_vec_t = std::vector<ref_counted_obj_ptr>;
 
 /// Calls CTableObj::Delete.
 struct ZORUTIL_API obj_deleter_t {
+  /// Null is never passed.
   void operator()(CTableObj* object) const noexcept;
 };
 /// The one owner of an object and everything below it. At its end the object is destroyed, or stays until the last

@@ -17,6 +17,7 @@ namespace zorutil {
 /// Stands for any type, or any subtype, in searches.
 inline constexpr short kAnyType = -1;
 
+/// Whether the object is of the type and the subtype; kAnyType in either fits every object.
 ZORUTIL_API bool IsOfType(const CTableObj& object, short type, short subtype) noexcept;
 
 /// The object that lies `path` below `from`: the names of records joined by ".", each compared as its table compares

@@ -26,7 +26,9 @@ ZORUTIL_API bool Serialize(const CTableObj& object, ISerializer& out);
 ZORUTIL_API bool Deserialize(CTableObj& object, ISerializer& in);
 
 /// The same with all children.
+/// @{
 ZORUTIL_API bool SerializeHierarchy(const CTableObj& object, ISerializer& out);
 ZORUTIL_API bool DeserializeHierarchy(CTableObj& object, ISerializer& in);
+/// @}
 
 }  // namespace zorutil

@@ -26,6 +26,7 @@ namespace zorutil {
 
 class ZORUTIL_API CRecordList {
  public:
+  /// Records of a block at most.
   static constexpr unsigned kBlockSize = 256;
 
   /// `increment` slots at least are added when the first block grows, as far as the block takes them.
@@ -34,7 +35,9 @@ class ZORUTIL_API CRecordList {
   CRecordList& operator=(const CRecordList&) = delete;
   ~CRecordList();
 
+  /// Records.
   unsigned GetCount() const noexcept { return count_; }
+  /// As the constructor was given it.
   unsigned GetIncrement() const noexcept { return increment_; }
   /// `index` lies below the count.
   CTableObj* At(unsigned index) const noexcept {
@@ -49,17 +52,20 @@ class ZORUTIL_API CRecordList {
   CTableObj* Take(unsigned index) noexcept;
   /// From here on, as many records as are taken out can be put back, wherever and in whatever order, without memory
   /// that might fail. std::bad_alloc holds nothing. Each hold is ended by one EndHold.
+  /// @{
   void BeginHold();
   void EndHold() noexcept {
     if (--holds_ == 0) std::vector<block_t>().swap(held_);
   }
+  /// @}
   /// The count when the record is not there. Looks at every record.
   unsigned IndexOf(const CTableObj* record) const noexcept;
+  /// Exchanges the records; holds are not exchanged.
   void Swap(CRecordList& other) noexcept;
 
   /// The first record that does not stand before what is sought, and whether it is that.
   struct place_t {
-    unsigned index;
+    unsigned index;    ///< of the record, or of the one before which it would stand
     CTableObj* found;  ///< null: none, and `index` is where it belongs
   };
   /// `compare(record)` is negative for records before what is sought, 0 for it.

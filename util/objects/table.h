@@ -64,6 +64,7 @@ class ZORUTIL_API CTable {
  public:
   /// No record: what Insert returns on failure, and FindInsertPos when the name is taken.
   static constexpr unsigned invalid_index = 0xFFFFFFFF;
+  /// The most records, less one.
   static constexpr unsigned max_index = 0x7FFFFFFF;
 
   /// An empty table without owner, unmodified. The first argument is not used. `growthIncrement`: the least number of
@@ -89,6 +90,7 @@ class ZORUTIL_API CTable {
   virtual CTableObj* CopyRecord(unsigned index) const;
   /// A record was made by a load, and has not been read yet.
   virtual void OnCreateRecord(CTableObj* object) const;
+  /// A record was put in at `index`.
   virtual void OnRecordInsert(unsigned index);
   /// After OnRecordInsert, for a record that was loaded.
   virtual void OnRecordLoad(unsigned index);
@@ -96,6 +98,7 @@ class ZORUTIL_API CTable {
   virtual void OnRecordRemove(unsigned index);
   /// False leaves the record out of what is saved.
   virtual bool OnRecordSave(unsigned index) const;
+  /// All records are gone: Reset was called, or a load begins.
   virtual void OnReset();
   /// All records are loaded. Not called when there was none.
   virtual void OnLoad();
@@ -115,9 +118,14 @@ class ZORUTIL_API CTable {
   CSyncObject* GetLock() const noexcept { return &lock_; }
   /// The number of records.
   unsigned GetCount() const;
+  /// True from the beginning of a load to its end, the hooks of its records included.
   bool IsLoading() const noexcept { return loading_; }
+  /// Whether changes leave a mark at all; as the constructor was told.
+  /// @{
   bool IsTrackingMods() const noexcept { return !notTracking_; }
   void SetTrackMods(bool trackMods) noexcept { notTracking_ = !trackMods; }
+  /// @}
+  /// Whether anything changed since the table was made, loaded, saved or reset.
   bool IsModified() const noexcept { return modified_; }
   /// Nothing happens while loading or without tracking. True reaches the owner as well.
   void SetModified(bool modified);
@@ -158,9 +166,11 @@ class ZORUTIL_API CTable {
 
   /// Counts for the table, its owner and all above; returns the table's count. The last RemoveRef may destroy the
   /// owner, and this table with it, if it was waiting for that.
+  /// @{
   std::int32_t AddRef() const noexcept { return AddRefs(1); }
   std::int32_t RemoveRef() const noexcept { return RemoveRefs(1); }
   std::int32_t GetRefCount() const noexcept { return references_.load(std::memory_order_relaxed); }
+  /// @}
 
   // --- persistence -----------------------------------------------------------------------------------------------
   // Binary: the format number 1 in 2 bytes, the number of records in 4, little-endian, then the records as

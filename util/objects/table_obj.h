@@ -62,11 +62,15 @@ enum object_property_t : int {
 
 }  // namespace zorutil
 
+/// A node of the tree; the top of this header says how it is used.
 class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
  public:
+  /// For short: the names of zorutil::properties that the members below use.
+  /// @{
   using property_list_t = zorutil::properties::property_list_t;
   using IValidationContext = zorutil::properties::IValidationContext;
   using IPropertyEditor = zorutil::properties::IPropertyEditor;
+  /// @}
 
   /// What CopyObject copies: the object alone, or with all its children.
   enum copy_how_t : int { kCopyHierarchy = 0, kCopyObject = 1 };
@@ -121,6 +125,7 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
   /// table holds another object of that name. Null is empty; no other name is refused here. Other threads that take
   /// the table's lock never see the table without the object. std::bad_alloc changes nothing.
   virtual bool SetName(const char16_t* name);
+  /// For derived types: gives a new object a name; here it stays without one.
   virtual void SetDefaultName() {}
   /// The rule of IsValidBaseName.
   virtual bool IsValidName(const char16_t* name) const;
@@ -156,7 +161,9 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
   virtual void OnInitialCreation() {}
   /// Everything that was loaded together is in.
   virtual void OnLoadComplete() {}
+  /// For derived types: the object was moved within its tree. Called by patches.
   virtual void OnObjMove() {}
+  /// For derived types: the object was pasted from a copy. The library does not call it.
   virtual void OnObjPaste() {}
   /// For derived types: people may look, but not change. The library does not ask.
   virtual bool IsReadOnly() const { return false; }
@@ -165,12 +172,14 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
   /// Null when the order is that of the names.
   virtual std::unique_ptr<ITableObjectCompare> GetObjectComparisonFunc();
 
-  // The object's own data, after the head that Load and Save care for; with the children when IsRecursing(). Non-zero
-  // for success. While a record is loaded, GetVersion() is that of the record.
+  /// The object's own data, after the head that Load and Save care for; with the children when IsRecursing(). Non-zero
+  /// for success. While a record is loaded, GetVersion() is that of the record.
+  /// @{
   virtual int OnSave(CStructuredDoc* doc, void* element, const char16_t* ns) const = 0;
   virtual int OnSave(CFile* file) const = 0;
   virtual int OnLoad(CStructuredDoc* doc, void* element, const char16_t* ns) = 0;
   virtual int OnLoad(CFile* file) = 0;
+  /// @}
 
   /// The tables of children, from 0 on; null behind the last. The tables stay the same as long as the object lives.
   virtual CTable* GetChildTable(unsigned index) const;
@@ -181,12 +190,18 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
   static constexpr std::int32_t MakeFullType(short type, short subtype) noexcept {
     return static_cast<std::int32_t>((static_cast<std::uint32_t>(type) << 16) | static_cast<std::uint32_t>(subtype));
   }
+  /// The halves of a full type, as MakeFullType joins them.
+  /// @{
   static constexpr short TypeFromFullType(std::int32_t fullType) noexcept { return static_cast<short>(fullType >> 16); }
   static constexpr short SubTypeFromFullType(std::int32_t fullType) noexcept { return static_cast<short>(fullType); }
+  /// @}
 
+  /// Stored in records and documents: the numbers of a type never change.
+  /// @{
   short GetType() const noexcept { return TypeFromFullType(fullType_); }
   short GetSubType() const noexcept { return SubTypeFromFullType(fullType_); }
   std::int32_t GetFullType() const noexcept { return fullType_; }
+  /// @}
   /// -1 for null.
   static std::int32_t GetFullType(const CTableObj* object) noexcept {
     return object == nullptr ? -1 : object->fullType_;
@@ -197,9 +212,11 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
   const CString& GetName() const noexcept { return name_; }
   /// Empty for null.
   static CString GetName(const CTableObj* object) { return object == nullptr ? CString() : object->CopyName(); }
+  /// For people; empty at first, and when there is none. A copy.
   CString GetDescription() const;
   /// Null is empty. std::bad_alloc changes nothing.
   void SetDescription(const char16_t* text);
+  /// Whether the description is not empty; without a copy.
   bool HaveDescription() const;
   /// The name of the type (type_registry.h); empty for a type without one.
   CString GetObjectName() const { return GetObjectName(this); }
@@ -219,16 +236,26 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
 
   // --- state -------------------------------------------------------------------------------------------------------
 
+  /// Whether anything changed since the object was made, loaded or saved; never without tracking.
   bool IsModified() const noexcept { return HasFlags(kModified); }
+  /// Whether changes leave a mark at all.
+  /// @{
   bool IsTrackingMods() const noexcept { return !HasFlags(kNotTracking); }
   void SetTrackMods(bool trackMods) noexcept { SetFlags(kNotTracking, !trackMods); }
+  /// @}
+  /// Whether Delete waits for the last reference.
   bool IsDeletePending() const noexcept { return (references_.load(std::memory_order_relaxed) & kDeletePending) != 0; }
+  /// Whether it is being loaded or saved just now, on whatever thread.
   bool IsSerializing() const noexcept { return HasFlags(kSerializing); }
   /// Being loaded or saved with its children.
   bool IsRecursing() const noexcept { return (GetFlags() & (kSerializing | kSingle)) == kSerializing; }
+  /// Whether it is being loaded from, or saved to, a binary record.
   bool IsSerializingBinary() const noexcept { return HasFlags(kSerializing | kBinary); }
+  /// Whether an object stands in a table, and in which; null for none. See the top for how long that holds.
+  /// @{
   bool IsInTable() const noexcept { return GetTable() != nullptr; }
   CTable* GetTable() const noexcept { return table_.load(std::memory_order_acquire); }
+  /// @}
   /// The user's own; never looked at, never copied.
   void SetParam(void* param) noexcept { param_ = param; }
   void* GetParam() const noexcept { return param_; }
@@ -242,6 +269,7 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
   std::int32_t AddRef() const noexcept { return AddRefs(1); }
   /// The object may be gone when this returns.
   std::int32_t RemoveRef() const noexcept { return RemoveRefs(1); }
+  /// References on the object and on everything below it; what was true a moment ago.
   std::int32_t GetRefCount() const noexcept {
     return static_cast<std::int32_t>(references_.load(std::memory_order_acquire) >> kCountShift);
   }
@@ -317,6 +345,7 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
 
   /// The subtype becomes 0.
   void SetType(short type) noexcept { fullType_ = MakeFullType(type, 0); }
+  /// The type stays.
   void SetSubtype(short subtype) noexcept {
     fullType_ = static_cast<std::int32_t>((static_cast<std::uint32_t>(fullType_) & 0xFFFF0000U) |
                                           static_cast<std::uint16_t>(subtype));
@@ -406,6 +435,7 @@ namespace zorutil {
 /// it is had, the object stays where it is. The caller holds a reference, or the object is its own.
 class ZORUTIL_API object_lock_t {
  public:
+  /// Waits for the lock.
   explicit object_lock_t(const CTableObj& object);
   object_lock_t(const object_lock_t&) = delete;
   object_lock_t& operator=(const object_lock_t&) = delete;
@@ -429,12 +459,17 @@ class ZORUTIL_API object_lock_t {
 class ZORUTIL_API CTableObjNp : public CTableObj {
  public:
   ~CTableObjNp() override;
+  /// True for any text.
   bool IsValidName(const char16_t*) const override { return true; }
+  /// Failures: there is nothing to save or load.
+  /// @{
   int OnSave(CStructuredDoc*, void*, const char16_t*) const override { return 0; }
   int OnSave(CFile*) const override { return 0; }
   int OnLoad(CStructuredDoc*, void*, const char16_t*) override { return 0; }
   int OnLoad(CFile*) override { return 0; }
+  /// @}
 
+  /// An object of that type in no table, without subtype.
   explicit CTableObjNp(short type) : CTableObj(type, false, 99) {}
 
  protected:

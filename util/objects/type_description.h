@@ -55,9 +55,10 @@ struct field_t {
   int id;                ///< its property
   const char16_t* name;  ///< in documents; a name of XML, without blanks
   std::uint16_t since;   ///< the version of the type that first has it
-  field_kind_t kind;
+  field_kind_t kind;     ///< how the value is held
   /// What its definition is expected to say; decides the type of its value in property lists.
   properties::property_type_t type;
+  /// Gives the value of an object, whose class must be the field's.
   void (*get)(const CTableObj& object, field_value_t& out);
   /// False when the object refuses the value. The value is anything afterwards.
   bool (*set)(CTableObj& object, field_value_t& value);
@@ -65,26 +66,29 @@ struct field_t {
 
 /// One kind of children. Made by ChildTable.
 struct child_table_t {
-  const char16_t* name;            ///< in documents
-  std::span<const short> accepts;  ///< the types of its records, whatever their subtype; empty: all
-  std::uint16_t since;
-  CTable& (*get)(CTableObj& object);
+  const char16_t* name;               ///< in documents
+  std::span<const short> accepts;     ///< the types of its records, whatever their subtype; empty: all
+  std::uint16_t since;                ///< the version of the type that first has it
+  CTable& (*get)(CTableObj& object);  ///< the table of an object, whose class must be the field's
 
+  /// Whether it takes records of a type, whatever their subtype.
   ZORUTIL_API bool Takes(short childType) const noexcept;
 };
 
+/// One type: number, name, version, how it is made, what it stores.
 struct type_description_t {
-  short type;
-  short subtype;
-  std::uint16_t version;  ///< 0 to 127
-  const char16_t* name;   ///< of the type, in documents; a name of XML
-  CTableObj* (*factory)();
-  std::span<const field_t> fields = {};
-  std::span<const child_table_t> tables = {};
+  short type;                                  ///< chosen once, and nobody else's
+  short subtype;                               ///< 0 as a rule; not negative
+  std::uint16_t version;                       ///< 0 to 127
+  const char16_t* name;                        ///< of the type, in documents; a name of XML
+  CTableObj* (*factory)();                     ///< makes one, in no table; the caller's
+  std::span<const field_t> fields = {};        ///< in the order of the record
+  std::span<const child_table_t> tables = {};  ///< in the order of the record, behind the fields
 
   /// Null when there is none of that id or name. Names are compared exactly.
   ZORUTIL_API const field_t* FindField(int id) const noexcept;
   ZORUTIL_API const field_t* FindField(std::u16string_view fieldName) const noexcept;
+  /// Null when there is none of that name, which is compared exactly.
   ZORUTIL_API const child_table_t* FindTable(std::u16string_view tableName) const noexcept;
   /// The first table that takes objects of a type; null when none does.
   ZORUTIL_API const child_table_t* FindTableFor(short childType) const noexcept;

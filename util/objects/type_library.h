@@ -44,10 +44,10 @@ inline constexpr std::uint32_t kTypeInterfaceVersion = 1;
 
 /// What a plug-in's function gives out; constant for as long as the plug-in is loaded.
 struct type_library_t {
-  std::uint32_t interfaceVersion;  ///< the first member for ever; all others are read only when it fits
-  std::uint32_t typeCount;
-  const void* runtime;  ///< GetTypeRuntime() as the plug-in sees it
-  const type_description_t* const* types;
+  std::uint32_t interfaceVersion;          ///< the first member for ever; all others are read only when it fits
+  std::uint32_t typeCount;                 ///< of `types`
+  const void* runtime;                     ///< GetTypeRuntime() as the plug-in sees it
+  const type_description_t* const* types;  ///< the types, in the order in which they are registered
 };
 
 /// An address that tells one copy of this library in the process from another.
@@ -70,6 +70,7 @@ class ZORUTIL_API CTypeLibrary {
   /// Takes the types back and unloads the library. No object of the types may be left.
   ~CTypeLibrary();
 
+  /// As the constructor was given it.
   const CString& GetPath() const noexcept { return library_.GetPath(); }
   /// The types, in the plug-in's order; valid as long as this object.
   std::span<const type_description_t* const> GetTypes() const noexcept;
@@ -87,6 +88,7 @@ std::array<const type_description_t*, sizeof...(Description)> ListTypes(const De
 
 }  // namespace zorutil
 
+/// On the function of a plug-in: exported under its plain name.
 #if defined(_WIN32)
 #define ZORUTIL_PLUGIN_API extern "C" __declspec(dllexport)
 #else

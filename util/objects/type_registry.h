@@ -21,9 +21,10 @@ struct type_description_t;
 
 class ZORUTIL_API CTypeRegistry {
  public:
+  /// A type that is registered.
   struct type_t {
-    std::int32_t fullType;
-    CString name;
+    std::int32_t fullType;  ///< as CTableObj::MakeFullType makes it
+    CString name;           ///< as it was registered
     /// What the type stores; null when it was registered without. The registrant's, and valid until Unregister.
     const type_description_t* description;
   };

@@ -15,6 +15,7 @@
 
 class ZORUTIL_API CUnorderedTable : public CTable {
  public:
+  /// The same as of CTable.
   CUnorderedTable(short type, bool trackMods, unsigned growthIncrement);
   ~CUnorderedTable() override;
   /// Names are compared in the family's order; OnCompare is not asked.

@@ -61,18 +61,21 @@ class ZORUTIL_API COptions {
   /// override calls this one. Neither handlers nor container may destroy the object meanwhile.
   virtual void OnSettingsChanged();
 
+  /// As the constructor was given it.
   const CString& GetSection() const noexcept { return section_; }
+  /// As the constructor was given it.
   level_t GetLevel() const noexcept { return level_; }
   /// Whether the section has that value; an empty one counts. Not remembered.
   bool IsDefined(const char16_t* key) const;
 
-  // Handlers are not owned. They are added and removed by the owner, not while another thread notifies; a handler may
-  // do so from its call: one that is removed is not called any more, and an added one is called when its address lies
-  // behind that of the caller.
+  /// Handlers are not owned. They are added and removed by the owner, not while another thread notifies; a handler may
+  /// do so from its call: one that is removed is not called any more, and an added one is called when its address lies
+  /// behind that of the caller.
   void RegisterChangeHandler(IChangeHandler* handler);
   void UnregisterChangeHandler(IChangeHandler* handler);
 
  protected:
+  /// The group of that section, registered with the container until it is destroyed.
   COptions(const CString& section, level_t level);
 
   /// A null `def` is an empty text.
@@ -80,9 +83,11 @@ class ZORUTIL_API COptions {
   /// The number that the text begins with: 0 when there is none, 4294967295 for a larger one. `def` when the value is
   /// missing or empty.
   std::uint32_t ReadDWord(const char16_t* key, std::uint32_t def) const;
-  // Both return true, even for a name that no document can hold (see CIniFile::WriteValue), which is then not defined.
+  /// Both return true, even for a name that no document can hold (see CIniFile::WriteValue), which is then not defined.
+  /// @{
   bool WriteString(const char16_t* key, const char16_t* value) const;
   bool WriteDWord(const char16_t* key, std::uint32_t value) const;
+  /// @}
 
  private:
   class CCache;

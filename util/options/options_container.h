@@ -30,6 +30,7 @@ class CStructuredDoc;
 
 class ZORUTIL_API COptionsContainer {
  public:
+  /// The levels are those of options.
   using level_t = COptions::level_t;
   /// What stands in a stream. Any other number means FORMAT_INI.
   enum format_t : std::int32_t {
@@ -37,6 +38,7 @@ class ZORUTIL_API COptionsContainer {
     FORMAT_INI = 1,   ///< the document's own bytes, up to the end of the stream
   };
 
+  /// The one of the process. What it throws is std::bad_alloc.
   static COptionsContainer& GetInstance();
   COptionsContainer(const COptionsContainer&) = delete;
   COptionsContainer& operator=(const COptionsContainer&) = delete;
@@ -50,6 +52,7 @@ class ZORUTIL_API COptionsContainer {
 
   // --- in a stream: what the stream throws, and CException for a corrupt string, pass through ------------------------
 
+  /// The stream from its position on replaces the level.
   void LoadSettings(level_t level, CFile* file, format_t format);
   /// The level is then not modified.
   void SaveSettings(level_t level, CFile* file, format_t format) const;
@@ -81,8 +84,11 @@ class ZORUTIL_API COptionsContainer {
   COptionsContainer();
   ~COptionsContainer();
 
+  /// An object that is made or destroyed; both take the lock, and are told of nothing.
+  /// @{
   void Add(COptions* options);
   void Remove(const COptions* options);
+  /// @}
   /// `out` is empty when the value is missing and `def` null.
   void GetProfileStringW(const COptions& options, const char16_t* key, const char16_t* def, CString& out) const;
   /// What the document's write returns.

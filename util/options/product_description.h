@@ -15,11 +15,13 @@
 
 namespace zorutil {
 
+/// One thing that is known of the product.
 struct product_item_t {
+  /// What `value` is: a text, a path text that ends in "\", or one of a file.
   enum class kind_t { name, directory, file };
-  const char* name;  ///< what it is: "shared application profile directory"
-  kind_t kind;
-  CString value;
+  const char* name;    ///< what it is: "shared application profile directory"
+  kind_t kind;         ///< how to show it
+  CString value;       ///< what the function of product_identity.h gives
   std::string source;  ///< "product.ini, [Product] Name"
 };
 

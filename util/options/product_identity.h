@@ -67,10 +67,12 @@ ZORUTIL_API const char16_t* GetUserProfileDir();
 /// For all products of the company: the base of GetSharedAppProfileDir, company, "common". It is made.
 ZORUTIL_API const char16_t* GetSharedProfileDir();
 
-// These are GetSharedAppProfileDir(true).
+/// This is GetSharedAppProfileDir(true).
+/// @{
 ZORUTIL_API const char16_t* GetProjectSaveDataDir();
 ZORUTIL_API const char16_t* GetUserDataDir();
 ZORUTIL_API const char16_t* GetBrimvaleDataDir();
+/// @}
 /// Empty: a project is loaded from where its user says.
 ZORUTIL_API const char16_t* GetProjectLoadDataDir();
 /// "Project Backups" in GetSharedAppProfileDir(true). It is made.

@@ -17,11 +17,13 @@ namespace zorutil::time_utils {
 
 class ZORUTIL_API CThrottle {
  public:
+  /// Where the time comes from; called by Try and Reset on their thread.
   using clock_t = std::function<zorplatform::CTimeStamp()>;
 
   /// An empty clock is the system's UTC time, which may be set back or forward; give a clock of your own where that
   /// matters. The first Try succeeds. An interval of 0, or below, lets every Try succeed.
   explicit CThrottle(int intervalMs, clock_t clock = {});
+  /// The same on the heap, with the system's clock.
   static std::unique_ptr<CThrottle> MakeUnique(int intervalMs);
 
   /// True when at least the interval has passed since the last time it was true, or since Reset. Otherwise false, and

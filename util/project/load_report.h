@@ -19,6 +19,7 @@
 
 namespace zorutil::project {
 
+/// One thing that was wrong.
 struct load_error_t {
   int line = 0;    ///< from 1; 0 when it is not known, as in binary projects
   int column = 0;  ///< from 1; 0 when it is not known
@@ -38,9 +39,11 @@ class ZORUTIL_API load_report_t : public ILoadErrors {
 
   /// The file as the caller named it; empty for what was not read from a file.
   const CString& GetFile() const noexcept { return file_; }
+  /// The first kMaxErrors, in the order in which they were found.
   const std::vector<load_error_t>& GetErrors() const noexcept { return errors_; }
   /// All of them, those included that are not kept.
   std::size_t GetCount() const noexcept { return count_; }
+  /// Whether anything was wrong.
   bool HasErrors() const noexcept { return count_ != 0; }
   /// A line for each error, in the language (0: the product's): file, line, column, path and message, as far as they
   /// are known.
@@ -59,6 +62,7 @@ class ZORUTIL_API load_report_t : public ILoadErrors {
   void OnFailedObject(const CString& name) noexcept override;
   /// Gives the errors that have no path yet that of the objects that failed, and returns it.
   CString EndFailedObject();
+  /// Hands the errors over; GetCount stays.
   std::vector<load_error_t> TakeErrors() noexcept { return std::move(errors_); }
   /// The path of the objects that are entered.
   const CString& GetPath() const noexcept { return path_; }

@@ -45,10 +45,12 @@ namespace zorutil::project {
 struct property_change_t {
   int id = 0;    ///< of the property (zorutil::kObjectName for the name)
   CString name;  ///< in documents: "Name", "Description", that of the field; the number for objects without description
-  CVariant before, after;  ///< as in property lists; both empty for a password, which is never told
-  bool isPassword = false;
+  CVariant before;          ///< as in property lists; empty for a password, which is never told
+  CVariant after;           ///< the same
+  bool isPassword = false;  ///< whether it is one that is stored encrypted
 };
 
+/// What became of an object.
 enum class change_t : int {
   ADDED,    ///< the object and all below it is only in the second tree
   REMOVED,  ///< only in the first
@@ -56,13 +58,15 @@ enum class change_t : int {
   MOVED,    ///< under another name or parent, with the same content; in a table of its own order, to another place
 };
 
+/// One object that differs.
 struct object_change_t {
-  change_t kind = change_t::CHANGED;
+  change_t kind = change_t::CHANGED;  ///< which of the fields below have a meaning
   CString path;    ///< as CTableObj::GetPath gives it, in the first tree; of what was added, in the second
   CString toPath;  ///< of what moved, in the second tree
   std::vector<property_change_t> properties;  ///< of what changed
   std::size_t below = 0;                      ///< objects below one that was added or removed
-  ref_counted_obj_ptr before, after;          ///< the object in the first and in the second tree, where it is in it
+  ref_counted_obj_ptr before;                 ///< the object in the first tree, if it is there
+  ref_counted_obj_ptr after;                  ///< the object in the second tree, if it is there
 
   // JSON pointers as project_patch.h takes them, with the names of the first tree.
   CString pointer;    ///< of the object; of what was added, where it comes
@@ -78,7 +82,9 @@ class ZORUTIL_API project_diff_t {
   project_diff_t& operator=(project_diff_t&&) noexcept;
   ~project_diff_t();
 
+  /// Whether the trees are equal.
   bool IsEmpty() const noexcept { return changes_.empty(); }
+  /// In the order of the trees; valid as long as the diff.
   const std::vector<object_change_t>& GetChanges() const noexcept { return changes_; }
   /// How many changes are of a kind.
   std::size_t Count(change_t kind) const noexcept;

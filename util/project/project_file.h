@@ -42,6 +42,7 @@ class CFile;
 
 namespace zorutil::project {
 
+/// The forms of a project. The numbers never change.
 enum class form_t : int { BINARY = 0, XML = 1, JSON = 2 };
 
 /// "bin", "xml", "json": what files of the form are called, and how command lines name it.
@@ -52,6 +53,7 @@ ZORUTIL_API std::optional<form_t> FormFromName(const CString& nameOrPath);
 /// White space and a byte order mark before it do not count.
 ZORUTIL_API std::optional<form_t> FormOf(std::span<const std::byte> content) noexcept;
 
+/// How a project is read.
 struct load_options_t {
   /// Told from the content when it is not given.
   std::optional<form_t> form = std::nullopt;

@@ -54,6 +54,7 @@ class CTableObj;
 
 namespace zorutil::project {
 
+/// What a patch may do, and how it is checked.
 struct patch_options_t {
   /// Objects that change are checked against the definitions, with what it knows better and what each object does
   /// (CTableObj::GetPropertyHelper, which comes first). Null: not by the definitions.
@@ -67,6 +68,7 @@ struct patch_options_t {
   std::size_t maxErrors = 100;
 };
 
+/// Why a patch was not carried out, or one of the reasons.
 struct patch_failure_t {
   int operation = 0;  ///< from 1; 0 when the patch as a whole is none
   CString path;       ///< of the operation ("from" when that one is at fault); empty when it has none
@@ -79,10 +81,12 @@ struct ZORUTIL_API patch_result_t {
   /// Empty: it was carried out. Otherwise all that could be told: of operations that go where an earlier one failed
   /// nothing is, and nothing behind a `test` that failed.
   std::vector<patch_failure_t> failures;
-  /// Objects that are new, gone (without those below them), under another name or parent, and with other settings; also
-  /// of a check.
-  std::size_t added = 0, removed = 0, moved = 0, changed = 0;
+  std::size_t added = 0;    ///< objects that are new; this and those below: also of a check
+  std::size_t removed = 0;  ///< objects that are gone, without those below them
+  std::size_t moved = 0;    ///< objects under another name or parent
+  std::size_t changed = 0;  ///< objects with other settings
 
+  /// True when the patch was carried out, or would be.
   explicit operator bool() const noexcept { return failures.empty(); }
   /// A line for each failure, in the language (0: the product's): "operation 2, /Tags/FT101: ...".
   CString ToString(unsigned short languageId = 0) const;

@@ -17,6 +17,7 @@
 
 namespace zorutil::project {
 
+/// What is wrong with an object of the tree.
 struct object_failure_t {
   CString path;  ///< of the object
   /// Of an object's own check the id and the name are the number and the first text of its exception.

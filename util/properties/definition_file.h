@@ -23,11 +23,15 @@
 
 namespace zorutil::properties {
 
+/// The first four bytes of every definition file.
 inline constexpr std::uint32_t kDefinitionFileMagic = 0x99557723;
 /// Bytes of a namespace name, and definitions of one file: as many as a namespace has ids. More is a corrupt file.
+/// @{
 inline constexpr std::uint32_t kMaxNamespaceNameBytes = 4'096;
 inline constexpr std::uint32_t kMaxDefinitions = 1U << 21;
+/// @}
 
+/// Hears what a definition file holds; called on the thread that reads it.
 class ZORUTIL_API IDefinitionFileClient {
  public:
   virtual ~IDefinitionFileClient();

@@ -22,6 +22,7 @@ namespace zorutil::properties {
 
 class CDefinitionStore;
 
+/// The index's name in the definitions directory.
 inline constexpr char16_t kIndexFileName[] = u"namespace.idx";
 
 /// The path text of the definitions directory, which ends in "\". It is settled by the first call of any function here,
@@ -42,6 +43,8 @@ ZORUTIL_API void RemoveIndexFile(const CString& directory);
 /// The store of the definitions directory; lives as long as the process. The functions below are its.
 ZORUTIL_API CDefinitionStore& GetDefinitionStore();
 
+/// What the functions of that name of CDefinitionStore give, for the definitions directory.
+/// @{
 ZORUTIL_API std::shared_ptr<IPropertyDefinition> GetDefinition(int id);
 ZORUTIL_API std::shared_ptr<IPropertyDefinition> GetDefinition(const CString& namespaceName, const CString& name);
 ZORUTIL_API const char16_t* GetNamespaceName(int propertyId);
@@ -49,5 +52,6 @@ ZORUTIL_API void IterateNamespaces(functor_t<const std::pair<int, metadata_t>&>&
 ZORUTIL_API bool IterateDefinitions(const CString& namespaceName,
                                     functor_t<std::shared_ptr<IPropertyDefinition>>& functor);
 ZORUTIL_API metadata_t GetMetaData(int namespaceNumber, int number, unsigned short languageId);
+/// @}
 
 }  // namespace zorutil::properties

@@ -33,6 +33,7 @@ class ZORUTIL_API CDefinitionStore {
   CDefinitionStore& operator=(const CDefinitionStore&) = delete;
   ~CDefinitionStore();
 
+  /// As the constructor was given it.
   const CString& GetDirectory() const noexcept;
 
   /// Null when there is none.

@@ -24,10 +24,12 @@ constexpr int MakePropertyId(int namespaceNumber, int number) noexcept {
                           (static_cast<std::uint32_t>(number) & 0x1FFFFF));
 }
 
+/// What a definition file is to hold.
 struct definition_file_t {
-  int namespaceNumber = 0;
+  int namespaceNumber = 0;  ///< 1 to kMaxNamespace
   /// Empty: the namespace has the file's name.
   CString namespaceName;
+  /// In the order of the file; each belongs to the namespace by its id.
   std::vector<std::shared_ptr<IPropertyDefinition>> definitions;
 };
 

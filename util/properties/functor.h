@@ -13,6 +13,7 @@
 
 namespace zorutil::properties {
 
+/// What is called for each item of an iteration.
 template <class T>
 class functor_t {
  public:
@@ -21,9 +22,11 @@ class functor_t {
   virtual bool operator()(T item) = 0;
 };
 
+/// A functor over a callable of its own.
 template <class T, class Call>
 class functor_of_t final : public functor_t<T> {
  public:
+  /// Keeps a copy of the callable.
   explicit functor_of_t(Call call) : call_(std::move(call)) {}
   bool operator()(T item) override { return call_(std::forward<T>(item)); }
 

@@ -59,6 +59,7 @@ ZORUTIL_API CString EncryptPassword(const CString& plainText, password_format_t 
 /// then replaced. Otherwise `plainText` stays as it was. Throws as EncryptPassword. The two may be one object.
 ZORUTIL_API bool DecryptPassword(const CString& text, CString& plainText);
 
+/// Bytes of a key: 256 bits.
 inline constexpr std::size_t kPasswordKeySize = 32;
 
 /// Encrypts with the product's own key from now on, in the whole process; an empty `key` goes back to the built-in one.

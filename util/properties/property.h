@@ -21,7 +21,9 @@ class ZORUTIL_API IProperty : public ISerializable {
  public:
   ~IProperty() override;
 
+  /// The number of the namespace in the upper bits, the one within it below (GetNamespaceNumber).
   virtual int GetId() const = 0;
+  /// The value itself, not a copy; valid as long as the property. A password is in its encrypted form.
   virtual const CVariant& GetValue() const = 0;
   virtual CVariant& GetValue() = 0;
   /// Replaces the value by a copy; std::bad_alloc leaves it as it was. An array in a raw record was made by a CVariant.
@@ -52,6 +54,7 @@ class ZORUTIL_API CProperty final : public IProperty {
  public:
   /// The property and its count are one allocation. The pointer is to the interface, for == to mean what it says below.
   static std::shared_ptr<IProperty> Create(int id = 0, CVariant value = {});
+  /// For Create alone.
   CProperty(key_t, int id, CVariant&& value) noexcept;
   CProperty(const CProperty&) = delete;
   CProperty& operator=(const CProperty&) = delete;

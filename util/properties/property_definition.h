@@ -29,8 +29,10 @@ constexpr int GetNamespaceNumber(int propertyId) noexcept {
 }
 
 /// The most that one record may hold; a stream that claims more is corrupt.
+/// @{
 inline constexpr int kMaxEnumValues = 65'536;
 inline constexpr int kMaxConditions = 4'096;
+/// @}
 
 /// A namespace, and one of its texts.
 struct metadata_t {
@@ -45,9 +47,11 @@ struct metadata_t {
 class ZORUTIL_API IEnumValueDefinition : public ISerializable {
  public:
   ~IEnumValueDefinition() override;
+  /// The number that a property of this value holds.
   virtual int GetValue() const = 0;
   /// Its text for people, in the product language.
   virtual metadata_t GetMetaData() const = 0;
+  /// The number of the text within the namespace (metadata_t::number).
   virtual int GetMetaDataNumber() const = 0;
 };
 
@@ -59,36 +63,51 @@ class ZORUTIL_API IPropertyCondition : public ISerializable {
   virtual int GetWatchedId() const = 0;
   /// EQUAL or NOT_EQUAL.
   virtual CVariantCompare::comparison_t GetOperation() const = 0;
+  /// What the watched property is compared with; neither empty nor an array in a condition that can hold.
   virtual const CVariant& GetValue() const = 0;
 };
 
+/// In the order of the record; no pointer is empty once it was read.
+/// @{
 using enum_value_list_t = std::vector<std::shared_ptr<IEnumValueDefinition>>;
 using condition_list_t = std::vector<std::shared_ptr<IPropertyCondition>>;
+/// @}
 
+/// What is known of one property: a record of a definition file, and what it says.
 class ZORUTIL_API IPropertyDefinition : public ISerializable {
  public:
+  /// The types, and their names as members.
+  /// @{
   using type_t = property_type_t;
   using enum property_type_t;
+  /// @}
 
   ~IPropertyDefinition() override;
+  /// The namespace's number in the upper bits, the one within it below.
   virtual int GetId() const = 0;
   /// Its name within its namespace.
   virtual const CString& GetName() const = 0;
   /// "namespace.name" in a definition that was loaded; not part of the record.
   virtual const CString& GetQualifiedName() const = 0;
+  /// Which values it takes, and how they are checked; any number when a damaged file says so.
   virtual type_t GetType() const = 0;
   /// Whether the property is neither validated nor compared by value.
   virtual bool IsExempt() const = 0;
   /// Kept for whoever writes it; nothing here looks at it.
   virtual bool GetSecondFlag() const = 0;
+  /// Whether an object needs the property before it is of use. Said by the definition, and left to programs to ask for.
   virtual bool IsRequired() const = 0;
+  /// Whether only the server itself sets it. Said by the definition, and left to programs to keep to.
   virtual bool IsServerOnly() const = 0;
   /// Its text for people, in the product language.
   virtual metadata_t GetMetaData() const = 0;
-  // Kept for whoever writes them; nothing here looks at them.
+  /// Kept for whoever writes them; nothing here looks at them.
+  /// @{
   virtual int GetSecondNumber() const = 0;
   virtual int GetThirdNumber() const = 0;
   virtual int GetFourthNumber() const = 0;
+  /// @}
+  /// The value of a new object; VT_EMPTY when the definition names none.
   virtual const CVariant& GetDefaultValue() const = 0;
   /// For numbers the lowest and the highest value, for texts the lengths; VT_EMPTY is no limit.
   virtual const CVariant& GetMinValue() const = 0;
@@ -98,11 +117,17 @@ class ZORUTIL_API IPropertyDefinition : public ISerializable {
   virtual int GetMaxLength() const = 0;
   /// In the order of the file; empty but for TYPE_ENUMERATION.
   virtual const enum_value_list_t& GetEnumValues() const = 0;
+  /// When the property is looked at, and when a form lets people change it; empty: always. In the order of the record.
+  /// @{
   virtual const condition_list_t& GetAllowConditions() const = 0;
   virtual const condition_list_t& GetEnableConditions() const = 0;
+  /// @}
   /// Empty records for this definition to read.
+  /// @{
   virtual std::shared_ptr<IEnumValueDefinition> NewEnumValue() const = 0;
   virtual std::shared_ptr<IPropertyCondition> NewCondition() const = 0;
+  /// @}
+  /// The number of the text within the namespace (metadata_t::number).
   virtual int GetMetaDataNumber() const = 0;
 };
 
@@ -110,6 +135,7 @@ class ZORUTIL_API IPropertyDefinition : public ISerializable {
 // All numbers have 4 bytes, little-endian, flags 1 byte. Reading: CException -1 for a corrupt record, the serializer's
 // own at the end of data; the object is then as it was. Memory grows with the bytes that really arrive.
 
+/// One value of an enumeration, as it stands in a definition file.
 class ZORUTIL_API enumeration_def_t final : public IEnumValueDefinition {
  public:
   /// The namespace is that of the definition it belongs to.
@@ -131,13 +157,17 @@ class ZORUTIL_API enumeration_def_t final : public IEnumValueDefinition {
   int metaDataNumber_;
 };
 
+/// A condition, as it stands in a definition file.
 class ZORUTIL_API property_condition_t final : public IPropertyCondition {
  public:
+  /// Always holds.
   property_condition_t() = default;
+  /// As Set.
   property_condition_t(int watchedId, CVariantCompare::comparison_t operation, CVariant value)
       : watchedId_(watchedId), operation_(operation), value_(std::move(value)) {}
   ~property_condition_t() override;
 
+  /// Watches a property; the operation is EQUAL or NOT_EQUAL.
   void Set(int watchedId, CVariantCompare::comparison_t operation, CVariant value);
   int GetWatchedId() const override { return watchedId_; }
   CVariantCompare::comparison_t GetOperation() const override { return operation_; }
@@ -158,9 +188,12 @@ ZORUTIL_API const char16_t* ConditionOperationToString(CVariantCompare::comparis
 /// "==" gives EQUAL, everything else, null too, NOT_EQUAL.
 ZORUTIL_API CVariantCompare::comparison_t ConditionOperationFromString(const char16_t* text) noexcept;
 
+/// A definition, as it stands in a definition file, and to be made by hand.
 class ZORUTIL_API property_def_t final : public IPropertyDefinition {
  public:
+  /// No id, no name, TYPE_NONE.
   property_def_t() = default;
+  /// The rest is empty, 0 or false.
   property_def_t(int id, CString name, type_t type) noexcept : id_(id), name_(std::move(name)), type_(type) {}
   ~property_def_t() override;
 
@@ -188,6 +221,8 @@ class ZORUTIL_API property_def_t final : public IPropertyDefinition {
   std::shared_ptr<IPropertyCondition> NewCondition() const override;
   int GetMetaDataNumber() const override { return metaDataNumber_; }
 
+  /// What the functions of IPropertyDefinition tell of the same name; for whoever makes a definition.
+  /// @{
   void SetQualifiedName(CString name) noexcept { qualifiedName_ = std::move(name); }
   void SetExempt(bool isExempt) noexcept { isExempt_ = isExempt; }
   void SetSecondFlag(bool flag) noexcept { secondFlag_ = flag; }
@@ -202,10 +237,14 @@ class ZORUTIL_API property_def_t final : public IPropertyDefinition {
     min_ = std::move(min);
     max_ = std::move(max);
   }
+  /// @}
   /// Written only with TYPE_ENUMERATION.
   void SetEnumValues(enum_value_list_t values) noexcept { enumValues_ = std::move(values); }
+  /// What GetAllowConditions and GetEnableConditions give.
+  /// @{
   void SetAllowConditions(condition_list_t conditions) noexcept { allow_ = std::move(conditions); }
   void SetEnableConditions(condition_list_t conditions) noexcept { enable_ = std::move(conditions); }
+  /// @}
 
   /// The name in the form of a CVariant; id, type, the numbers of the text, second, third and fourth; the flags exempt,
   /// second, required, server-only; default, minimum, maximum; for TYPE_ENUMERATION the count of its values and these;

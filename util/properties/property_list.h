@@ -20,8 +20,11 @@
 namespace zorutil::properties {
 
 struct ZORUTIL_API property_list_t : std::list<std::shared_ptr<IProperty>>, ISerializable {
+  /// What it is as a list of the standard library, with all of its constructors.
+  /// @{
   using list_t = std::list<std::shared_ptr<IProperty>>;
   using list_t::list_t;
+  /// @}
   property_list_t() = default;
   property_list_t(const property_list_t&) = default;
   property_list_t(property_list_t&&) = default;
@@ -37,9 +40,13 @@ struct ZORUTIL_API property_list_t : std::list<std::shared_ptr<IProperty>>, ISer
   void Deserialize(ISerializer& in) override;
 };
 
+/// The lists of several objects, in their order.
 struct ZORUTIL_API object_list_t : std::list<property_list_t>, ISerializable {
+  /// What it is as a list of the standard library, with all of its constructors.
+  /// @{
   using list_t = std::list<property_list_t>;
   using list_t::list_t;
+  /// @}
   object_list_t() = default;
   object_list_t(const object_list_t&) = default;
   object_list_t(object_list_t&&) = default;

@@ -49,6 +49,7 @@ ZORUTIL_API property_type_t PropertyTypeFromText(const char16_t* text) noexcept;
 /// The name, such as u"YesNo"; never null, empty for a type without one. Lives as long as the library.
 ZORUTIL_API const char16_t* PropertyTypeToText(property_type_t type) noexcept;
 
+/// TYPE_NONE: a definition without values.
 ZORUTIL_API bool IsNoDataProperty(property_type_t type) noexcept;
 /// TYPE_ALLOW_DENY, TYPE_ENABLE_DISABLE, TYPE_YES_NO.
 ZORUTIL_API bool IsBooleanProperty(property_type_t type) noexcept;
@@ -58,14 +59,19 @@ ZORUTIL_API bool IsStringProperty(property_type_t type) noexcept;
 ZORUTIL_API bool IsIntegerProperty(property_type_t type) noexcept;
 /// TYPE_REAL8, TYPE_REAL4.
 ZORUTIL_API bool IsFloatingPointProperty(property_type_t type) noexcept;
+/// The type of that name alone: TYPE_ENUMERATION, TYPE_PROP_ARRAY, TYPE_GROUP, TYPE_TIME_OF_DAY, TYPE_DATE,
+/// TYPE_DATE_AND_TIME.
+/// @{
 ZORUTIL_API bool IsEnumProperty(property_type_t type) noexcept;
 ZORUTIL_API bool IsPropertyArrayProperty(property_type_t type) noexcept;
 ZORUTIL_API bool IsGroupProperty(property_type_t type) noexcept;
 ZORUTIL_API bool IsTimeOfDayProperty(property_type_t type) noexcept;
 ZORUTIL_API bool IsDateProperty(property_type_t type) noexcept;
 ZORUTIL_API bool IsDateAndTimeProperty(property_type_t type) noexcept;
+/// @}
 /// Any of the three before.
 ZORUTIL_API bool IsTimeBasedProperty(property_type_t type) noexcept;
+/// TYPE_BLOB.
 ZORUTIL_API bool IsBlobProperty(property_type_t type) noexcept;
 
 /// The VARTYPE of the values of a type: VT_I4 for times and dates, VT_ARRAY | VT_UI1 for blobs, VT_UINT for property

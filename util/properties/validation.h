@@ -55,12 +55,16 @@ class CDefinitionStore;
 class ZORUTIL_API IPropertyEditor {
  public:
   virtual ~IPropertyEditor();
+  /// In place of the definition's answer of that name.
   virtual CVariant GetDefValue() const { return {}; }
   /// For texts the lengths.
   virtual CVariant GetMinValue() const { return {}; }
   virtual CVariant GetMaxValue() const { return {}; }
+  /// A truth value in place of the definition's.
+  /// @{
   virtual CVariant IsRequired() const { return {}; }
   virtual CVariant IsServerOnly() const { return {}; }
+  /// @}
 };
 
 /// A value of an enumeration and its text for people.
@@ -97,6 +101,7 @@ class ZORUTIL_API CValidationContext : public IValidationContext {
 /// Looks for a value among those of an enumeration.
 class ZORUTIL_API dynamicEnum final : public functor_t<const enum_entry_t&> {
  public:
+  /// Looks for that value.
   explicit dynamicEnum(int value) noexcept : value_(value) {}
   ~dynamicEnum() override;
   bool operator()(const enum_entry_t& entry) override {
@@ -104,6 +109,7 @@ class ZORUTIL_API dynamicEnum final : public functor_t<const enum_entry_t&> {
     isFound_ |= isSame;
     return isSame;
   }
+  /// Whether an entry with the value was offered since.
   bool IsFound() const noexcept { return isFound_; }
 
  private:
@@ -114,14 +120,22 @@ class ZORUTIL_API dynamicEnum final : public functor_t<const enum_entry_t&> {
 // --- what holds for a property of one object -------------------------------------------------------------------------
 // The editor's answer, else the definition's. Without either: an empty value, the lengths 0 and -1, false.
 
+/// For property `id` of the object whose context it is.
+/// @{
 ZORUTIL_API CVariant GetDefValue(int id, IValidationContext& context);
 ZORUTIL_API CVariant GetMinValue(int id, IValidationContext& context);
 ZORUTIL_API CVariant GetMaxValue(int id, IValidationContext& context);
+/// @}
 /// The limits of the editor as they are, or the lengths of the definition as VT_INT.
+/// @{
 ZORUTIL_API CVariant GetMinLength(int id, IValidationContext& context);
 ZORUTIL_API CVariant GetMaxLength(int id, IValidationContext& context);
+/// @}
+/// Of the object's editor, as its truth, or of the definition.
+/// @{
 ZORUTIL_API bool IsRequired(int id, IValidationContext& context);
 ZORUTIL_API bool IsServerOnly(int id, IValidationContext& context);
+/// @}
 
 // --- conditions ------------------------------------------------------------------------------------------------------
 
@@ -136,10 +150,12 @@ ZORUTIL_API bool EvaluateCondition(const IPropertyCondition& condition, unsigned
 ZORUTIL_API bool EvaluateConditions(const std::shared_ptr<IProperty>& property, const condition_list_t& conditions,
                                     const property_list_t& list);
 /// By the conditions of the property's definition; true without a definition.
+/// @{
 ZORUTIL_API bool IsAllowed(const std::shared_ptr<IProperty>& property, const property_list_t& list,
                            IValidationContext& context);
 ZORUTIL_API bool IsEnabled(const std::shared_ptr<IProperty>& property, const property_list_t& list,
                            IValidationContext& context);
+/// @}
 
 // --- checking --------------------------------------------------------------------------------------------------------
 
@@ -158,9 +174,10 @@ ZORUTIL_API void ValidateProperties(const property_list_t& list, IValidationCont
 ZORUTIL_API void ValidateProperties(const IPropertyModel* object, const property_list_t& list,
                                     IValidationContext& context);
 
+/// One property that is not right.
 struct validation_failure_t {
-  int id;
-  CString name;
+  int id;                                            ///< of the property
+  CString name;                                      ///< within its namespace
   std::unique_ptr<i18n::ILocalizedMessage> message;  ///< never null
 };
 /// All failures, in the order of the list, one a property at most.

@@ -23,8 +23,10 @@ namespace zorutil {
 /// One block: payload, and how much of it is in use.
 struct buffer_t {
   class pool_factory_t;
+  /// Bytes that a block holds.
   static constexpr unsigned kPayload = 255;
 
+  /// The bytes; those behind `fill` are unset.
   unsigned char data[kPayload];
   std::uint8_t fill;  ///< bytes in use, from the first on; 255: full
 };
@@ -40,6 +42,7 @@ class ZORUTIL_API buffer_t::pool_factory_t {
   zorpool::IPool& operator()(unsigned size) const;
 };
 
+/// The chain; the top of this header says how it behaves.
 class ZORUTIL_API buffers_t {
   struct node_t {
     node_t* next;  // the last node's next is the first
@@ -50,6 +53,8 @@ class ZORUTIL_API buffers_t {
   /// Walks the blocks that the chain had when begin() was called. Appending leaves it valid.
   class const_iterator {
    public:
+    /// What the standard library asks of a forward iterator. An end is not taken further, nor read.
+    /// @{
     using iterator_category = std::forward_iterator_tag;
     using value_type = buffer_t;
     using difference_type = std::ptrdiff_t;
@@ -69,6 +74,7 @@ class ZORUTIL_API buffers_t {
       return before;
     }
     bool operator==(const const_iterator& other) const { return at_ == other.at_; }
+    /// @}
 
    private:
     friend buffers_t;
@@ -76,8 +82,11 @@ class ZORUTIL_API buffers_t {
     const node_t* at_ = nullptr;  // nullptr: the end
     const node_t* last_ = nullptr;
   };
+  /// What the standard library asks of a container.
+  /// @{
   using value_type = buffer_t;
   using iterator = const_iterator;
+  /// @}
 
   /// Bytes of a block and its link, as the pool gives them.
   static constexpr unsigned kNodeSize = 264;
@@ -95,6 +104,7 @@ class ZORUTIL_API buffers_t {
   /// The most blocks; with them, a chain holds less than 4 GiB.
   static constexpr unsigned max_size() noexcept { return 0xFFFFFFFF / kNodeSize; }
 
+  /// Whether there is no block.
   bool empty() const noexcept { return last_ == nullptr; }
   /// Blocks.
   unsigned size() const noexcept { return count_; }
@@ -102,11 +112,16 @@ class ZORUTIL_API buffers_t {
   unsigned bytes() const noexcept {
     return last_ == nullptr ? 0 : (count_ - 1) * buffer_t::kPayload + last_->block.fill;
   }
+  /// The blocks, oldest first.
+  /// @{
   const_iterator begin() const noexcept { return {last_ == nullptr ? nullptr : last_->next, last_}; }
   const_iterator end() const noexcept { return {}; }
+  /// @}
   /// The oldest and the newest block, of a chain that is not empty.
+  /// @{
   const buffer_t& front() const noexcept { return last_->next->block; }
   const buffer_t& back() const noexcept { return last_->block; }
+  /// @}
 
   /// Adds `n` bytes at the end, which may be bytes of this chain. std::bad_alloc when the pool has no more blocks,
   /// std::length_error "list too long" beyond max_size(): then the bytes that found room before stay appended.

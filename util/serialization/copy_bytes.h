@@ -6,6 +6,7 @@
 
 namespace zorutil {
 
+/// The most bytes that copy_few takes.
 inline constexpr unsigned kFewBytes = 16;
 
 /// Copies the first and the last `Word` of `n` bytes, which together are all of them.

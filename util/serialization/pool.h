@@ -24,6 +24,7 @@ namespace zorpool {
 class ZORUTIL_API bad_alloc_t : public std::bad_alloc {
  public:
   ~bad_alloc_t() override;
+  /// "bad allocation".
   const char* what() const noexcept override;
 };
 

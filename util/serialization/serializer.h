@@ -16,11 +16,14 @@ class ZORUTIL_API ISerializer {
  public:
   virtual ~ISerializer();
 
+  /// Whether Read and Write move bytes; the text operations are then without effect.
   virtual bool IsBinary() const { return true; }
+  /// Whether the text operations have a meaning; Read and Write are then without effect.
   virtual bool IsText() const { return false; }
 
   /// The next `n` bytes, or zorplatform::CException: -3 from a stream, -1 from a buffer in memory.
   virtual void Read(void* dst, unsigned n) = 0;
+  /// Takes `n` bytes, all of them; 0 are allowed. Throws what its target throws: CFileException, std::bad_alloc.
   virtual void Write(const void* src, unsigned n) = 0;
   /// Looks at the next `n` bytes without taking them. False when there are not so many, or when the serializer
   /// cannot look ahead (as here); never throws for lack of data.
@@ -32,6 +35,7 @@ class ZORUTIL_API ISerializer {
   virtual int GetTextDepth() const { return 0; }
   /// The white space that begins a line at a depth.
   virtual CString MakeIndent(unsigned depth) const;
+  /// Appends text; nothing in a binary serializer.
   virtual void WriteText(const CString& text);
   /// The text written so far.
   virtual const CString& GetText() const;
@@ -41,7 +45,10 @@ class ZORUTIL_API ISerializer {
 class ZORUTIL_API ISerializable {
  public:
   virtual ~ISerializable();
+  /// Writes the record; an exception of the serializer may leave part of it behind.
   virtual void Serialize(ISerializer& out) const = 0;
+  /// Reads what Serialize wrote. zorplatform::CException for a corrupt record, and the serializer's own exception at
+  /// the end of data.
   virtual void Deserialize(ISerializer& in) = 0;
 };
 

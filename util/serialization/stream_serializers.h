@@ -21,6 +21,7 @@ namespace zorutil {
 /// closed nor deleted by it.
 class ZORUTIL_API file_serializer_t : public ISerializer {
  public:
+  /// At the file's present position. `file` is not null.
   explicit file_serializer_t(CFile* file) : file_(file) {}
   file_serializer_t(const file_serializer_t&) = delete;
   file_serializer_t& operator=(const file_serializer_t&) = delete;
@@ -28,6 +29,7 @@ class ZORUTIL_API file_serializer_t : public ISerializer {
 
   /// Fewer than `n` bytes left: takes them, then throws CException -3. Errors of the file are CFileException.
   void Read(void* dst, unsigned n) override;
+  /// All `n` bytes, at the position; errors of the file are CFileException.
   void Write(const void* src, unsigned n) override;
   /// True only if all `n` bytes were there; the position stays where it was. False on a file without positions, such
   /// as a pipe. CFileException on a closed one, as Read.
@@ -47,9 +49,12 @@ class ZORUTIL_API memory_serializer_t : public ISerializer {
   memory_serializer_t& operator=(const memory_serializer_t&) = delete;
   ~memory_serializer_t() override;
 
+  /// As those of file_serializer_t.
+  /// @{
   void Read(void* dst, unsigned n) override { stream_.Read(dst, n); }
   void Write(const void* src, unsigned n) override { stream_.Write(src, n); }
   bool Peek(void* dst, unsigned n) override { return stream_.Peek(dst, n); }
+  /// @}
 
   /// Goes back to the first byte, to read what was written.
   void Rewind() { memory_.SeekToBegin(); }

@@ -15,6 +15,7 @@ class CFile;
 
 namespace zorutil {
 
+/// Writes the shorter of the two forms. Exceptions are the serializer's.
 ZORUTIL_API void Serialize(const CString& text, ISerializer& out);
 
 /// CException -1 when the check word is wrong; the serializer's own exception at the end of data. Then `text` is as
@@ -22,7 +23,9 @@ ZORUTIL_API void Serialize(const CString& text, ISerializer& out);
 ZORUTIL_API void Deserialize(CString& text, ISerializer& in);
 
 /// The same form at a file's position.
+/// @{
 ZORUTIL_API void WriteCString(CFile* file, const CString& text);
 ZORUTIL_API void ReadCString(CFile* file, CString& text);
+/// @}
 
 }  // namespace zorutil

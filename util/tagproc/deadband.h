@@ -24,16 +24,26 @@ class ZORUTIL_API CDeadband {
 
   // Each setter returns 1 when the stored value changed, else 0. A number within the double epsilon (2.2e-16) of the
   // stored one is no change and is not stored. A NaN is stored and counts as a change.
+  /// A deadband_t; any other number is stored and gives no deadband.
   int SetDeadbandType(int type);
   /// In the tag's unit for ABSOLUTE, in percent of the span for PERCENT.
   int SetDeadband(double deadband) { return Set(deadband_, deadband); }
+  /// The ends of the span that PERCENT is a part of, in the tag's unit; both 0 at first.
+  /// @{
   int SetHighRange(double highRange) { return Set(highRange_, highRange); }
   int SetLowRange(double lowRange) { return Set(lowRange_, lowRange); }
+  /// @}
 
+  /// NONE at first.
   deadband_t GetDeadbandType() const { return type_; }
+  /// 0 at first; see SetDeadband.
   double GetDeadband() const { return deadband_; }
+  /// The ends of the span; see SetHighRange.
+  /// @{
   double GetHighRange() const { return highRange_; }
   double GetLowRange() const { return lowRange_; }
+  /// @}
+  /// Whether there is one at all, whatever its width.
   bool IsDeadband() const { return type_ != NONE; }
 
   /// The distance in the tag's unit from which on a change passes: 0 for NONE, the deadband for ABSOLUTE, that

@@ -43,28 +43,38 @@ class ZORUTIL_API CScaling {
 
   // --- settings: each setter returns 1 when the value changed, else 0 --------------------------------------------
 
+  /// NONE at first.
   SCALINGTYPE GetScalingType() const { return type_; }
   int SetScalingType(SCALINGTYPE type) { return Set(type_, type); }
   /// The type that DoScaling gives.
   DATATYPE GetScaledDataType() const { return scaledDataType_; }
   int SetScaledDataType(DATATYPE type) { return Set(scaledDataType_, type); }
+  /// The ends of the raw range, in the device's units; 0 and 1000 at first. Any number is taken: see IsValid.
+  /// @{
   double GetRawLow() const { return rawLow_; }
   int SetRawLow(double value) { return Set(rawLow_, value); }
   double GetRawHigh() const { return rawHigh_; }
   int SetRawHigh(double value) { return Set(rawHigh_, value); }
+  /// @}
+  /// The ends of the scaled range, in the units that clients see; 0 and 1000 at first.
+  /// @{
   double GetScaledLow() const { return scaledLow_; }
   int SetScaledLow(double value) { return Set(scaledLow_, value); }
   double GetScaledHigh() const { return scaledHigh_; }
   int SetScaledHigh(double value) { return Set(scaledHigh_, value); }
+  /// @}
   /// Clamping holds the raw value inside the raw range before scaling, the scaled one inside the scaled range before
   /// reverse scaling. It works for scaling type NONE too.
+  /// @{
   bool GetClampLow() const { return clampLow_; }
   int SetClampLow(bool clamp) { return Set(clampLow_, clamp); }
   bool GetClampHigh() const { return clampHigh_; }
   int SetClampHigh(bool clamp) { return Set(clampHigh_, clamp); }
+  /// @}
   /// Negation comes last in both directions, so the reverse does not undo it under a range that is not symmetric.
   bool GetNegateValue() const { return negate_; }
   int SetNegateValue(bool negate) { return Set(negate_, negate); }
+  /// A text for people, such as "m3/h"; empty at first. It plays no part in scaling.
   const CString& GetUnits() const { return units_; }
   int SetUnits(const CString& units) { return Set(units_, units); }
 
@@ -73,8 +83,10 @@ class ZORUTIL_API CScaling {
   // --- checking --------------------------------------------------------------------------------------------------
 
   /// Scaled types: "Char" to "Double". Raw types: all but "Default", "String", "Boolean" and the 64-bit integers.
+  /// @{
   static bool IsScalingTypeSupported(DATATYPE scaled);
   static bool IsRawTypeSupported(DATATYPE raw);
+  /// @}
   /// Whether the settings fit the raw type; the verdict (the first failure) through `result` unless that is null.
   bool IsValid(DATATYPE rawType, SCALINGRESULT* result) const;
   /// A plain int is taken as a VARTYPE.

@@ -40,11 +40,12 @@ inline std::string_view SysStringBytes(const char16_t* text) noexcept {
 
 class ZORUTIL_API CBstr {
  public:
+  /// Null.
   CBstr() noexcept = default;
   CBstr(std::nullptr_t) noexcept {}
   CBstr(const CBstr& other);
   CBstr(CBstr&& other) noexcept : text_(std::exchange(other.text_, nullptr)) {}
-  // Text is copied; a null pointer gives null. Narrow text is UTF-8.
+  /// A copy of the text; a null pointer gives null. Narrow text is UTF-8.
   CBstr(const char16_t* text) { *this = text; }
   CBstr(const wchar_t* text) { *this = text; }
   CBstr(const char* text) { *this = text; }
@@ -66,7 +67,7 @@ class ZORUTIL_API CBstr {
   CBstr(const void*) = delete;
   ~CBstr() { SysFreeString(text_); }
 
-  // Assignment reuses the held memory. The text may lie inside the held one.
+  /// Reuses the held memory. The text may lie inside the held one. Values and numbers become what the constructors say.
   CBstr& operator=(const CBstr& other);
   CBstr& operator=(CBstr&& other) noexcept {
     Attach(other.Detach());
@@ -104,11 +105,15 @@ class ZORUTIL_API CBstr {
   /// Never null; valid until this string is changed.
   const char16_t* GetString() const noexcept { return text_ == nullptr ? u"" : text_; }
   explicit operator const char16_t*() const noexcept { return GetString(); }
+  /// Empty for null; valid until this string is changed.
   std::u16string_view View() const noexcept { return SysStringView(text_); }
+  /// A copy as the family's wide string.
   CString ToString() const { return CString(View()); }
   /// UTF-16 units; 0 for null.
   std::uint32_t GetLength() const noexcept { return SysStringLen(text_); }
+  /// Whether there is no string at all.
   bool IsNull() const noexcept { return text_ == nullptr; }
+  /// Whether there is no text: null, or a string of length 0.
   bool IsEmpty() const noexcept { return GetLength() == 0; }
 
   /// The number the text begins with, 0 if there is none: leading white space and a sign are taken, reading stops at
@@ -132,7 +137,7 @@ class ZORUTIL_API CBstr {
   /// The truth of a text, as read above.
   static bool IsTrue(std::u16string_view text) noexcept;
 
-  // Binary and case-sensitive; null equals empty.
+  /// Binary and case-sensitive; null equals empty.
   friend bool operator==(const CBstr& a, const CBstr& b) noexcept {
     return a.text_ == b.text_ || SysStringBytes(a.text_) == SysStringBytes(b.text_);
   }
@@ -173,6 +178,7 @@ class ZORUTIL_API CBstr {
 /// The family's order of names, letter case aside: negative, zero or positive.
 ZORUTIL_API int CompareNoCase(const CBstr& a, const CBstr& b) noexcept;
 
+/// The text as UTF-8.
 ZORUTIL_API std::ostream& operator<<(std::ostream& out, const CBstr& text);
 
 namespace zorutil {

@@ -62,6 +62,7 @@ class ZORUTIL_API CDataType {
   static double MinVal(DATATYPE type) noexcept;
   static double MaxVal(DATATYPE type) noexcept;
 
+  /// Whether the number is that of an array form, or lies above them all.
   static bool IsArrayType(DATATYPE type) noexcept { return type >= kArrayOffset; }
   /// The array form of a scalar type; any other number stays as it is ("Default" becomes 19, which is no type).
   static DATATYPE MakeArrayType(DATATYPE type) noexcept {

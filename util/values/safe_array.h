@@ -39,24 +39,31 @@ class ZORUTIL_API CSafeArray final : public tagSAFEARRAY {
   CSafeArray(const CSafeArray& other);
   CSafeArray& operator=(const CSafeArray& other);
 
+  /// Room for the descriptor and the VARTYPE in front of it. std::bad_alloc.
+  /// @{
   static void* operator new(std::size_t);
   static void* operator new[](std::size_t) = delete;
   static void operator delete(void* descriptor) noexcept;
+  /// @}
   /// Frees elements and descriptor.
   void Destroy() { delete this; }
 
   // --- what it knows ---------------------------------------------------------------------------------------------
 
+  /// The element type.
   VARTYPE GetVarType() const noexcept { return SafeArrayGetVartype(*this); }
   /// Restamps the elements, which stay as they are: a type of the same size that owns nothing, or VT_EMPTY.
   void SetVarType(VARTYPE vt) noexcept { SafeArraySetVartype(*this, vt); }
   /// False when the type has been set to one that the elements are not stored as; they cannot be read then.
   bool HoldsItsType() const noexcept;
+  /// Of all dimensions together; 0 without data.
   std::uint32_t GetNumElements() const noexcept {
     if (pvData == nullptr) return 0;
     return cDims == 2 ? rgsabound[0].cElements * rgsabound[1].cElements : rgsabound[0].cElements;
   }
+  /// 1 for an array of one dimension.
   std::uint32_t GetNumRows() const noexcept { return cDims == 2 ? rgsabound[0].cElements : 1; }
+  /// Elements of a row; all of them for an array of one dimension.
   std::uint32_t GetNumCols() const noexcept { return rgsabound[cDims == 2 ? 1 : 0].cElements; }
   /// Element size times element count. The size of a string is reported as 4, whatever the width of a pointer.
   std::size_t GetByteLength() const noexcept { return std::size_t{cbElements} * GetNumElements(); }
@@ -75,6 +82,7 @@ class ZORUTIL_API CSafeArray final : public tagSAFEARRAY {
 
   /// The normal (or full-precision) text of each element, tabs between them, "\r\n" behind every row.
   void Format(CString& out, bool full) const;
+  /// Format with full precision.
   void FormatEx(CString& out) const { Format(out, true); }
 
  private:

@@ -42,6 +42,7 @@ class ISerializer;
 
 class ZORUTIL_API CVariant : public tagVARIANT {
  public:
+  /// How exactly reals are written: as people read them, or so that they are the same when they are read back.
   enum format_t : int { FORMAT_NORMAL = 0, FORMAT_FULL = 1 };
   /// What a failed conversion leaves: any value other than 1 gives the earlier value back.
   enum convert_t : int { CONVERT_OR_KEEP = 0, CONVERT_OR_CLEAR = 1 };
@@ -50,14 +51,17 @@ class ZORUTIL_API CVariant : public tagVARIANT {
 
   /// VT_EMPTY, all 16 bytes zero.
   CVariant() noexcept : tagVARIANT{} {}
+  /// VT_EMPTY, all 16 bytes zero.
   CVariant(std::nullptr_t) noexcept : CVariant() {}
+  /// Deep: a string and an array are duplicated. CException -2 or std::bad_alloc when memory is short.
   CVariant(const CVariant& other) : tagVARIANT(other) {
     if (OwnsMemory(vt)) CopyOwned(other);
   }
+  /// Takes everything and leaves `other` empty.
   CVariant(CVariant&& other) noexcept : tagVARIANT(other) { other.Forget(); }
   /// A copy of what the record holds; its array, if any, was made by a CVariant.
   explicit CVariant(const tagVARIANT& other) : tagVARIANT{} { Assign(other); }
-  // Text becomes a VT_BSTR; a null pointer gives VT_EMPTY. Narrow text is UTF-8.
+  /// Text becomes a VT_BSTR; a null pointer gives VT_EMPTY. Narrow text is UTF-8.
   CVariant(const char16_t* text);
   CVariant(const wchar_t* text);
   CVariant(const char* text);
@@ -75,11 +79,15 @@ class ZORUTIL_API CVariant : public tagVARIANT {
     if (OwnsMemory(vt)) FreeOwned();
   }
 
+  /// VT_NULL: no value, as opposed to none yet.
   static CVariant Null() noexcept { return Make(VT_NULL, std::uint64_t{0}); }
+  /// VT_BOOL; -1 or 0.
   static CVariant FromBool(bool value) noexcept { return Make(VT_BOOL, value ? VARIANT_TRUE : VARIANT_FALSE); }
   /// No pointer and no number becomes a truth value by itself.
   template <class T>
   static CVariant FromBool(T) = delete;
+  /// The type says the width: VT_I1, VT_UI1, VT_I2, VT_UI2, VT_I4, VT_UI4, VT_I8, VT_UI8.
+  /// @{
   static CVariant FromInt8(std::int8_t value) noexcept { return Make(VT_I1, value); }
   static CVariant FromUInt8(std::uint8_t value) noexcept { return Make(VT_UI1, value); }
   static CVariant FromInt16(std::int16_t value) noexcept { return Make(VT_I2, value); }
@@ -88,18 +96,29 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   static CVariant FromUInt32(std::uint32_t value) noexcept { return Make(VT_UI4, value); }
   static CVariant FromInt64(std::int64_t value) noexcept { return Make(VT_I8, value); }
   static CVariant FromUInt64(std::uint64_t value) noexcept { return Make(VT_UI8, value); }
+  /// @}
   /// VT_INT and VT_UINT, the types of OLE's own int.
+  /// @{
   static CVariant FromInt(std::int32_t value) noexcept { return Make(VT_INT, value); }
   static CVariant FromUInt(std::uint32_t value) noexcept { return Make(VT_UINT, value); }
+  /// @}
+  /// VT_R4 and VT_R8, any bits.
+  /// @{
   static CVariant FromFloat(float value) noexcept { return Make(VT_R4, value); }
   static CVariant FromDouble(double value) noexcept { return Make(VT_R8, value); }
+  /// @}
+  /// VT_CY.
   static CVariant FromCurrency(CY value) noexcept { return Make(VT_CY, value); }
+  /// VT_DATE. A time stamp keeps its milliseconds.
   static CVariant FromDate(DATE oleDate) noexcept { return Make(VT_DATE, oleDate); }
   static CVariant FromDate(const zorplatform::CTimeStamp& time) noexcept {
     return FromDate(time.GetVariantTimeWithMs());
   }
+  /// VT_ERROR.
   static CVariant FromError(SCODE code) noexcept { return Make(VT_ERROR, code); }
+  /// VT_DECIMAL.
   static CVariant FromDecimal(const DECIMAL& value) noexcept;
+  /// VT_BSTR; an empty text gives a string of length 0.
   static CVariant FromString(std::u16string_view text) { return CVariant(text); }
   static CVariant FromString(std::string_view utf8) { return CVariant(utf8); }
   /// A one-dimensional array of the element type that T stands for (variant_element_v).
@@ -111,12 +130,13 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   }
 
   CVariant& operator=(const CVariant& other) { return Assign(other); }
+  /// A copy of what the record holds, as the constructor makes it; `other` may be this object.
   CVariant& operator=(const tagVARIANT& other) { return Assign(other); }
   CVariant& operator=(CVariant&& other) noexcept {
     CVariant(std::move(other)).Swap(*this);
     return *this;
   }
-  // Text replaces the value by a VT_BSTR; a null pointer by a null one. The text may lie inside the held one.
+  /// Replaces the value by a VT_BSTR; a null pointer by a null one. The text may lie inside the held one.
   CVariant& operator=(const char16_t* text) { return AssignText(CVariant(text)); }
   CVariant& operator=(const wchar_t* text) { return AssignText(CVariant(text)); }
   CVariant& operator=(const char* text) { return AssignText(CVariant(text)); }
@@ -136,14 +156,18 @@ class ZORUTIL_API CVariant : public tagVARIANT {
     return *this;
   }
 
+  /// Exchanges all 16 bytes; nothing is copied.
+  /// @{
   void Swap(CVariant& other) noexcept { std::swap(static_cast<tagVARIANT&>(*this), static_cast<tagVARIANT&>(other)); }
   friend void swap(CVariant& a, CVariant& b) noexcept { a.Swap(b); }
+  /// @}
 
   /// Frees what is owned and leaves VT_EMPTY.
   void Clear() noexcept {
     if (OwnsMemory(vt)) FreeOwned();
     Forget();
   }
+  /// As Clear.
   void Reset() noexcept { Clear(); }
 
   /// Takes the record's 16 bytes and what they own, and zeroes the record. An array must have been made by a CVariant.
@@ -167,7 +191,9 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   void CreateStringArray(unsigned count);
   void CreateStringArray(unsigned rows, unsigned columns);
 
+  /// Whether the type is that of an array, a null one included.
   bool IsArray() const noexcept { return (vt & VT_ARRAY) != 0; }
+  /// VT_EMPTY: there is no value, not even an empty text.
   bool IsEmpty() const noexcept { return vt == VT_EMPTY; }
   /// Null for a scalar and for a null array, which is a legal, empty state.
   CSafeArray* GetArray() noexcept { return OwnsArray(vt) ? reinterpret_cast<CSafeArray*>(parray) : nullptr; }
@@ -213,7 +239,9 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   /// (14 from 1e100 on; full: 9 and 18), dates as CTimeStamp writes them, arrays as CSafeArray::Format. A value
   /// without a text gives an empty one.
   void Format(CString& out, format_t format) const;
+  /// The text with full precision.
   void FormatEx(CString& out) const { Format(out, FORMAT_FULL); }
+  /// The normal text.
   CString ToString() const;
 
   // --- reading ---------------------------------------------------------------------------------------------------
@@ -224,12 +252,15 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   explicit operator zorplatform::CTimeStamp() const noexcept;
   /// The text of a VT_BSTR, an empty text for anything else; never null.
   explicit operator const char16_t*() const noexcept { return vt == VT_BSTR && bstrVal != nullptr ? bstrVal : u""; }
+  /// The text of a VT_BSTR, with any NULs in it; empty for anything else. Valid until the variant is changed.
   std::u16string_view GetStringView() const noexcept {
     return vt == VT_BSTR ? SysStringView(bstrVal) : std::u16string_view();
   }
   /// The address of a scalar's value, of an array's first element or of a string's text; null when there is none.
+  /// @{
   explicit operator void*() noexcept { return ValueAddress(); }
   explicit operator const void*() const noexcept { return const_cast<CVariant*>(this)->ValueAddress(); }
+  /// @}
   /// The number, whatever its type: truth as 1 or 0, text as the number it begins with, else 0.
   double GetAsDouble() const noexcept;
 
@@ -320,7 +351,8 @@ class ZORUTIL_API CVariant : public tagVARIANT {
 };
 static_assert(sizeof(CVariant) == 16 && sizeof(CVariant) == sizeof(tagVARIANT));
 
-/// The element type that CVariant::FromArray gives an array of T.
+/// The element type that CVariant::FromArray gives an array of T; VT_EMPTY for what no array holds.
+/// @{
 template <class T>
 inline constexpr VARTYPE variant_element_v = VT_EMPTY;
 template <>
@@ -351,6 +383,7 @@ template <>
 inline constexpr VARTYPE variant_element_v<BSTR> = VT_BSTR;
 template <>
 inline constexpr VARTYPE variant_element_v<CVariant> = VT_VARIANT;
+/// @}
 
 template <class T>
 struct CVariant::element_traits {
