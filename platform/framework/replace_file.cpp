@@ -13,6 +13,7 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "platform/framework/file.h"
 #include "platform/framework/native_path.h"
@@ -146,8 +147,8 @@ CReplaceFile::state_t::state_t(const CString& callersPath) : path(callersPath), 
   if (path.Find(u'\0') >= 0) Fail("open", EINVAL);
   FindTarget();
   LookAtTarget();
-  MakeNewFile();
   try {
+    MakeNewFile();
     // A name of the system's that has no path text can be reached through a link only.
     const CString newPath = FromNativePath(newName);
     if (ToNativePath(newPath.View()) != newName) Fail("open", EILSEQ);
@@ -165,7 +166,9 @@ void CReplaceFile::state_t::FindTarget() {
   for (int links = 0;; ++links) {
     std::error_code error;
     const std::filesystem::path next = std::filesystem::read_symlink(target, error);
-    if (error) return;  // not a link; what else is wrong with it, opening tells
+    // No link, or nothing there yet. Anything else must not pass for that, or the link itself would be replaced.
+    if (error.value() == EINVAL || error.value() == ENOENT || error.value() == ENOTDIR) return;
+    if (error) Fail("open", error.value());
     if (links == kMaxLinks) Fail("open", ELOOP);
     target = target.parent_path() / next;  // an absolute one takes the place of all
   }
@@ -187,11 +190,11 @@ void CReplaceFile::state_t::LookAtTarget() {
 void CReplaceFile::state_t::MakeNewFile() {
   const mode_t mode = replaces ? 0600 : 0666;
   for (int tries = 0;; ++tries) {
-    const std::filesystem::path name = NewNameBeside(target);
+    std::filesystem::path name = NewNameBeside(target);
     const int opened = Retry([&] { return ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); });
     if (opened >= 0) {
       handle.Reset(opened);
-      newName = name;
+      newName = std::move(name);  // needs no memory: the file is there, and must not be forgotten
       return;
     }
     if (errno != EEXIST || tries == kMaxNames) Fail("open", errno);
