@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "platform/framework/file.h"
+#include "platform/framework/folder_handle_internal.h"
 #include "platform/framework/native_path.h"
 
 namespace zorplatform {
@@ -29,7 +30,6 @@ constexpr std::size_t kMaxNamePart = 200;  // of the old file's name in the new 
 class CHandle {
  public:
   CHandle() = default;
-  explicit CHandle(int handle) noexcept : handle_(handle) {}
   CHandle(const CHandle&) = delete;
   CHandle& operator=(const CHandle&) = delete;
   ~CHandle() {
@@ -223,11 +223,9 @@ void CReplaceFile::state_t::TakeOldRights() const {
 
 void CReplaceFile::state_t::Commit() {
   if (!file.IsOpen()) Fail("commit: the file is not open", 0);
-  // Opened first, so that a lack of handles is told while the old file still stands. A folder that may be written but
-  // not read cannot be synchronised by us.
-  const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : std::filesystem::path(".");
-  const CHandle folderHandle(Retry([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-  if (folderHandle.Get() < 0 && errno != EACCES) Fail("open folder", errno);
+  // Opened first, so that a lack of handles is told while the old file still stands.
+  CFolderHandle folder;
+  if (const int error = folder.Open(target.parent_path())) Fail("open folder", error);
 
   file.Flush(false);
   TakeOldRights();
@@ -236,10 +234,7 @@ void CReplaceFile::state_t::Commit() {
   if (::rename(newName.c_str(), target.c_str()) != 0) Fail("rename", errno);
   newName.clear();
   handle.Reset(-1);
-  // Some file systems know no such thing, and say so with EINVAL.
-  if (folderHandle.Get() >= 0 && Retry([&] { return ::fsync(folderHandle.Get()); }) != 0 && errno != EINVAL) {
-    Fail("sync folder", errno);
-  }
+  if (const int error = folder.Sync()) Fail("sync folder", error);
 }
 
 CReplaceFile::CReplaceFile(const CString& path) : state_(std::make_unique<state_t>(path)) {}
