@@ -6,6 +6,8 @@
 #include <cstring>
 #include <new>
 
+#include "util/docs/xml_parse_internal.h"
+
 namespace xml {
 
 // The lower half of an element's private pointer counts its handles, the upper half is its line.
@@ -14,8 +16,16 @@ static_assert(sizeof(void*) == 8);
 // Small enough for the heap to keep it for the next document.
 constexpr std::size_t kBlock = 32 * 1024;
 
-CTree::CTree(xmlDict* dict)
-    : dict_(dict != nullptr ? dict : xmlDictCreate()), doc_(xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"))) {
+namespace {
+
+xmlDoc* NewDoc() {
+  const CErrorScope quiet([](const xmlError&) {});  // libxml2 would print that there is no memory
+  return xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"));
+}
+
+}  // namespace
+
+CTree::CTree(xmlDict* dict) : dict_(dict != nullptr ? dict : xmlDictCreate()), doc_(NewDoc()) {
   if (dict != nullptr) xmlDictReference(dict);
   if (dict_ == nullptr || doc_ == nullptr) {
     xmlDictFree(dict_);
