@@ -47,7 +47,7 @@ bool IsRegularOrMissing(const std::string& path) {
 }
 
 void MakeFolder(const std::string& path) {
-  if (!zorplatform::CreatePath(FolderText(path))) throw CFileException(FileText(path), "cannot make the folder", 0);
+  zorplatform::MakePath(FileText(path.empty() ? "." : path));
 }
 
 CString FileText(const std::string& path) { return zorplatform::FromNativePath(fs::path(path)); }

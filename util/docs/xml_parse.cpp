@@ -282,13 +282,16 @@ class CParser {
     return xmlSearchNs(element->doc, element, prefix);  // "xml"
   }
 
-  // No exception passes through the parser.
+  // No exception passes through the parser. After a step that found no memory none is taken: the tree does not stand
+  // where the parser takes it to be.
   template <class Step>
   void Guard(Step step) noexcept {
+    if (noMemory_) return;
     try {
       step(*this);
     } catch (const std::bad_alloc&) {
       noMemory_ = true;
+      xmlStopParser(context_.get());
     }
   }
 
@@ -310,6 +313,7 @@ class CParser {
   // Of several errors the first tells the cause.
   void Take(const xmlError& error) {
     noMemory_ = noMemory_ || error.code == XML_ERR_NO_MEMORY;
+    if (noMemory_) return;  // there may be no context yet
     if (fault_.id != 0 || error.level < XML_ERR_ERROR || error.code == XML_WAR_NS_URI) return;
     fault_.at = error.line > 0 ? position_t{error.line, std::max(error.int2, 1)} : Here();
     std::vector<CVariant>& details = fault_.details;

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <new>
 
+#include "util/docs/xml_parse_internal.h"
+
 namespace xml {
 
 // What fits into a node, its end included.
@@ -17,8 +19,16 @@ constexpr std::size_t kBlock = 32 * 1024;
 // A tree of so many of them goes on in large blocks.
 constexpr std::size_t kManyBlocks = 64;
 
-CTree::CTree(xmlDict* dict)
-    : dict_(dict != nullptr ? dict : xmlDictCreate()), doc_(xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"))) {
+namespace {
+
+xmlDoc* NewDoc() {
+  const CErrorScope quiet([](const xmlError&) {});  // libxml2 would print that there is no memory
+  return xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"));
+}
+
+}  // namespace
+
+CTree::CTree(xmlDict* dict) : dict_(dict != nullptr ? dict : xmlDictCreate()), doc_(NewDoc()) {
   if (dict != nullptr) xmlDictReference(dict);
   if (dict_ == nullptr || doc_ == nullptr) {
     xmlDictFree(dict_);

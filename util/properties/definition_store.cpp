@@ -15,6 +15,7 @@
 #include "util/properties/definition_file.h"
 #include "util/properties/definition_loader.h"
 #include "util/properties/namespace_index_internal.h"
+#include "util/serialization/stream_serializers.h"
 
 namespace zorutil::properties {
 
@@ -143,20 +144,28 @@ struct CDefinitionStore::state_t {
   }
 
   bool HasIndex() {
-    return index.load(std::memory_order_acquire) != nullptr || zorplatform::FileExists(GetIndexPath());
+    if (index.load(std::memory_order_acquire) != nullptr) return true;
+    try {
+      return zorplatform::CheckFileExists(GetIndexPath());
+    } catch (const CFileException& failure) {
+      ThrowUnreadableIndex(failure);
+    }
+  }
+  [[noreturn]] static void ThrowUnreadableIndex(const CFileException& failure) {
+    CException::Throw(CException::kEndOfStream, std::string("the namespace index cannot be read: ") + failure.what());
   }
   CString GetIndexPath() const { return directory + kIndexFileName; }
 
   namespace_map_t ReadIndex() const {
     const CString path = GetIndexPath();
     try {
-      if (!zorplatform::FileExists(path)) throw CFileException(path, "there is no such file", 0);
+      if (!zorplatform::CheckFileExists(path)) throw CFileException(path, "there is no such file", 0);
       CFile file(path, CFile::modeRead);
       const std::string text = ReadToEnd(file, kMaxIndexBytes + 1);
       if (text.size() > kMaxIndexBytes) throw CFileException(path, "too large for an index", 0);
       return ReadIndexText(text);
     } catch (const CFileException& failure) {
-      CException::Throw(CException::kEndOfStream, std::string("the namespace index cannot be read: ") + failure.what());
+      ThrowUnreadableIndex(failure);
     }
   }
 
@@ -194,7 +203,13 @@ struct CDefinitionStore::state_t {
 
   std::vector<definition_ptr_t> ReadFile(const CString& fileName, int number) const {
     collector_t collector(number);
-    if (IsPlain(fileName)) ReadDefinitionFile(PathOf(fileName), collector);
+    const CString path = PathOf(fileName);
+    // One that is there and cannot be opened now must not be empty as long as the process lives.
+    if (IsPlain(fileName) && zorplatform::CheckFileExists(path)) {
+      CFile file(path, CFile::modeRead);
+      file_serializer_t in(&file);
+      ReadDefinitionStream(in, GetDefinitionFileName(path), collector);
+    }
     return std::move(collector.definitions);
   }
 
