@@ -3,6 +3,10 @@
 # The same double arithmetic in every kernel and on both compilers: no fused multiply-add. The two
 # other options change no value; they let loops over sqrt and range checks be vectorised.
 add_compile_options(-ffp-contract=off -fno-math-errno -fno-trapping-math)
+# Files above 2 GiB, and times after 2038.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  add_compile_definitions(_FILE_OFFSET_BITS=64 _TIME_BITS=64)
+endif()
 add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wnon-virtual-dtor)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # Two warnings that cry wolf in GCC 12 at -O3: overlap inside std::string's own copying, and pointers whose use the
@@ -64,4 +68,18 @@ function(zorutil_folder_tests name)
   if(NOT BUILD_SHARED_LIBS)
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "ZORUTIL_LANG_DIR=${PROJECT_SOURCE_DIR}/util/i18n/lang")
   endif()
+endfunction()
+
+# zorutil_program(VARIABLE TARGET): what runs a built program from a script, as one word. That is the program, or in a
+# build for another machine a script that gives it to the emulator.
+function(zorutil_program variable target)
+  set(program "$<TARGET_FILE:${target}>")
+  if(CMAKE_CROSSCOMPILING_EMULATOR)
+    set(script "${PROJECT_BINARY_DIR}/emulated/${target}")
+    list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
+    file(GENERATE OUTPUT "${script}" CONTENT "#!/bin/sh\nexec ${emulator} '${program}' \"$@\"\n"
+      FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    set(program "${script}")
+  endif()
+  set(${variable} "${program}" PARENT_SCOPE)
 endfunction()

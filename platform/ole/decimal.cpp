@@ -9,6 +9,7 @@
 
 #include "platform/ole/decimal_internal.h"
 #include "platform/text/number_text.h"
+#include "platform/text/real_chars.h"
 
 namespace ole_decimal {
 namespace {
@@ -189,7 +190,7 @@ double ToDouble(const DECIMAL& value) noexcept {
   }
   char text[32];
   double result = 0;
-  std::from_chars(text, text + Format(value, text), result);
+  real_chars::FromChars(text, text + Format(value, text), result);
   return result;
 }
 

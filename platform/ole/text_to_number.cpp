@@ -8,6 +8,7 @@
 #include "platform/ole/decimal.h"
 #include "platform/ole/decimal_internal.h"
 #include "platform/text/number_text.h"
+#include "platform/text/real_chars.h"
 
 namespace text_to_number {
 namespace {
@@ -187,7 +188,7 @@ HRESULT NearestReal(const number_t& number, Real& out) {
     }
     *at++ = 'e';
     at = std::to_chars(at, text + sizeof text, number.decimal.point).ptr;
-    const bool outOfRange = std::from_chars(text, at, value).ec == std::errc::result_out_of_range;
+    const bool outOfRange = real_chars::FromChars(text, at, value).ec == std::errc::result_out_of_range;
     if (outOfRange && number.decimal.point > 0) return DISP_E_OVERFLOW;
     if (outOfRange) value = 0;
   }

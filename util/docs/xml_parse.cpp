@@ -447,7 +447,8 @@ std::string ReadAll(CFile& file) {
   const std::uint64_t length = file.GetLength();
   std::string bytes;
   std::size_t size = 0;
-  for (std::size_t room = std::min<std::uint64_t>(length, kLimit - 1) + 1; size < kLimit; room = 2 * size + 4096) {
+  for (auto room = static_cast<std::size_t>(std::min<std::uint64_t>(length, kLimit - 1) + 1); size < kLimit;
+       room = 2 * size + 4096) {
     bytes.resize(std::min(room, kLimit));
     const std::size_t got = file.Read(bytes.data() + size, static_cast<unsigned>(bytes.size() - size));
     size += got;

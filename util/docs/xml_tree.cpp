@@ -8,9 +8,6 @@
 
 namespace xml {
 
-// The lower half of an element's private pointer counts its handles, the upper half is its line.
-static_assert(sizeof(void*) == 8);
-
 // Small enough for the heap to keep it for the next document.
 constexpr std::size_t kBlock = 32 * 1024;
 
@@ -74,11 +71,11 @@ xmlChar* CTree::Copy(std::string_view text) {
 // The capacity stands in a member that libxml2 leaves to its users. It doubles, so that a text that is set again and
 // again takes memory for its largest value, not for all of them.
 void CTree::SetContent(xmlNode* text, std::string_view content) {
-  std::size_t capacity = reinterpret_cast<std::uintptr_t>(text->psvi);
+  std::size_t capacity = NumberOf(text->psvi);
   if (content.size() + 1 > capacity) {
     capacity = std::max(content.size() + 1, 2 * capacity);
     text->content = static_cast<xmlChar*>(Allocate(capacity, 1));
-    text->psvi = reinterpret_cast<void*>(capacity);
+    text->psvi = PointerOf(capacity);
   }
   if (!content.empty()) std::memcpy(text->content, content.data(), content.size());
   text->content[content.size()] = 0;
@@ -87,7 +84,7 @@ void CTree::SetContent(xmlNode* text, std::string_view content) {
 xmlNode* CTree::NewElement(const xmlChar* name, int line) {
   auto* const element = New<xmlNode>(XML_ELEMENT_NODE);
   element->name = name;
-  element->_private = reinterpret_cast<void*>(static_cast<std::uintptr_t>(line) << 32);
+  element->psvi = PointerOf(static_cast<std::uintptr_t>(line));
   return element;
 }
 

@@ -49,25 +49,26 @@ class CTree {
   /// Takes a text out; its memory is used again.
   void Drop(xmlNode* text);
 
-  // Each element counts the handles to it, and its tree all of them.
+  // Each element counts the handles to it, and its tree all of them. Two members that libxml2 leaves to its users hold
+  // numbers: `_private` the handles, `psvi` the line.
   void AddHandle(xmlNode* element) {
     ++handles_;
-    element->_private = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(element->_private) + 1);
+    element->_private = PointerOf(NumberOf(element->_private) + 1);
   }
   /// False for an element without handles.
   bool RemoveHandle(xmlNode* element) {
-    if (static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(element->_private)) == 0) return false;
+    if (element->_private == nullptr) return false;
     --handles_;
-    element->_private = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(element->_private) - 1);
+    element->_private = PointerOf(NumberOf(element->_private) - 1);
     return true;
   }
   std::size_t GetHandles() const { return handles_; }
   /// Where the element stood in what was loaded; 0 for one that was written.
-  static int GetLine(const xmlNode* element) {
-    return static_cast<int>(reinterpret_cast<std::uintptr_t>(element->_private) >> 32);
-  }
+  static int GetLine(const xmlNode* element) { return static_cast<int>(NumberOf(element->psvi)); }
 
  private:
+  static std::uintptr_t NumberOf(const void* member) { return reinterpret_cast<std::uintptr_t>(member); }
+  static void* PointerOf(std::uintptr_t number) { return reinterpret_cast<void*>(number); }
   void* Allocate(std::size_t size, std::size_t alignment);
   template <class T>
   T* New(xmlElementType type);

@@ -32,7 +32,7 @@ bool structural_index_t::Build(std::string_view text) {
   // The implementation without vector instructions checks UTF-8 in strings only, and looks behind a text that breaks
   // off inside a character.
   std::string padded;
-  if (implementation->name() == "fallback") {
+  if (implementation->required_instruction_sets() == 0) {
     if (!implementation->validate_utf8(text.data(), text.size())) return false;
     padded.append(text).append(simdjson::SIMDJSON_PADDING, '\0');
   }

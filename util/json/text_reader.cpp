@@ -9,6 +9,7 @@
 
 #include "platform/ole/string.h"
 #include "platform/text/number_text.h"
+#include "platform/text/real_chars.h"
 #include "platform/text/utf.h"
 #include "util/json/json_text.h"
 #include "util/json/node_pool_internal.h"
@@ -140,7 +141,7 @@ std::optional<double> ToDouble(std::string_view text, bool negative, std::uint64
     return negative ? -value : value;
   }
   double value = 0;
-  if (std::from_chars(text.data(), text.data() + text.size(), value).ec == std::errc()) return value;
+  if (real_chars::FromChars(text.data(), text.data() + text.size(), value).ec == std::errc()) return value;
   // Too large or too small, which from_chars does not tell apart.
   const std::u16string wide(text.begin(), text.end());
   value = number_text::ParseDouble(wide);

@@ -110,10 +110,10 @@ void CSafeArray::_Shape(std::uint32_t rows, std::uint32_t columns, VARTYPE eleme
 // Sets aside elements, as a rule zeroed: 0, null and VT_EMPTY are all zero bits. An array of no elements still has
 // data, which tells it from an array without data.
 void CSafeArray::_Alloc(bool zeroed) {
-  const std::size_t count = std::size_t{GetNumRows()} * GetNumCols();
+  const std::uint64_t count = std::uint64_t{GetNumRows()} * GetNumCols();
   // A string is reported as 4 bytes, but takes a whole pointer.
-  const std::size_t slot = fFeatures & FADF_BSTR ? sizeof(BSTR) : cbElements;
-  pvData = SafeArrayAllocData(std::max<std::size_t>(count * slot, 1), zeroed);
+  const std::uint32_t slot = fFeatures & FADF_BSTR ? sizeof(BSTR) : cbElements;
+  pvData = SafeArrayAllocData(std::max<std::uint64_t>(count * slot, 1), zeroed);
   if (pvData == nullptr) ThrowNoMemory();
 }
 

@@ -1,8 +1,8 @@
 // The binary forms of variants and safe arrays. They nest: an array may hold variants that hold arrays.
 #include <algorithm>
 #include <bit>
+#include <cstdint>
 #include <cstring>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -133,8 +133,9 @@ struct value_io_t {
     const auto rows = ReadLittle<std::uint32_t>(in);
     const auto columns = ReadLittle<std::uint32_t>(in);
     const auto features = ReadLittle<std::uint16_t>(in);
-    const std::uint64_t count = std::uint64_t{rows} * columns;
-    if (count > std::numeric_limits<std::uint32_t>::max())
+    const std::uint64_t product = std::uint64_t{rows} * columns;
+    const auto count = static_cast<std::uint32_t>(product);
+    if (count != product)
       ThrowCorrupt("an array of " + std::to_string(rows) + " rows and " + std::to_string(columns) + " columns");
     if (element > VT_UINT || (CVariant::SizeOf(element) == 0 && (element != VT_EMPTY || count != 0))) {
       ThrowCorrupt("an array of type " + std::to_string(element));
@@ -176,19 +177,20 @@ struct value_io_t {
 
   // Reads elements that own something, and only then makes room for all of them in the shaped, still empty array.
   template <class Owner, class ReadOne>
-  static void ReadOwners(CSafeArray& array, std::size_t count, ReadOne readOne) {
+  static void ReadOwners(CSafeArray& array, std::uint32_t count, ReadOne readOne) {
     std::vector<Owner> owners;
-    owners.reserve(std::min(count, kFirstElements));
+    owners.reserve(std::min<std::size_t>(count, kFirstElements));
     for (std::size_t i = 0; i < count; ++i) readOne(owners.emplace_back());
     safe_array_access_t::Alloc(array);
     std::move(owners.begin(), owners.end(), static_cast<Owner*>(array.pvData));
   }
 
-  static void ReadNumbers(CSafeArray& array, std::size_t count, ISerializer& in) {
+  static void ReadNumbers(CSafeArray& array, std::uint32_t count, ISerializer& in) {
     if (count == 0) return safe_array_access_t::Alloc(array);
     std::size_t have = 0;
-    const std::size_t bytes = count * array.cbElements;
-    zorutil::primitives::ReadGrowing(in, bytes, [&](std::size_t want) {
+    const std::uint64_t bytes = std::uint64_t{count} * array.cbElements;
+    if (bytes > PTRDIFF_MAX) CException::Throw(CException::kAllocation, "no memory for an array");
+    zorutil::primitives::ReadGrowing(in, static_cast<std::size_t>(bytes), [&](std::size_t want) {
       void* const grown = SafeArrayAllocData(want, false);
       if (grown == nullptr) CException::Throw(CException::kAllocation, "no memory for an array");
       if (have != 0) std::memcpy(grown, array.pvData, have);
