@@ -2,6 +2,7 @@
 #include <random>
 
 #include "platform/text/collation.h"
+#include "platform/text/surrogates_internal.h"
 #include "platform/text/utf.h"
 #include "platform/zorplatform/ini_text_internal.h"
 
@@ -10,14 +11,7 @@ namespace {
 
 constexpr std::size_t kChunkUnits = 16 * 1024;
 
-constexpr bool IsSurrogate(char16_t unit) { return (unit & 0xF800) == 0xD800; }
-constexpr bool IsHigh(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
-constexpr bool IsLow(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
 constexpr bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
-
-bool IsPairAt(std::u16string_view units, std::size_t at) {
-  return IsHigh(units[at]) && at + 1 < units.size() && IsLow(units[at + 1]);
-}
 
 void AppendUtf8(std::u16string_view units, std::string& text) {
   const std::size_t before = text.size();
@@ -35,8 +29,8 @@ void AppendSurrogate(char16_t unit, std::string& text) {
 void AppendInner(std::u16string_view units, std::string& text) {
   std::size_t begin = 0;
   for (std::size_t i = 0; i < units.size(); ++i) {
-    if (!IsSurrogate(units[i])) continue;
-    if (IsPairAt(units, i)) {
+    if (!utf::IsSurrogate(units[i])) continue;
+    if (utf::IsPairAt(units, i)) {
       ++i;
       continue;
     }
@@ -153,7 +147,7 @@ std::string FromUtf16(std::string_view bytes, bool bigEndian) {
     units.resize(count);
     for (std::size_t i = 0; i < count; ++i) units[i] = UnitAt(bytes.data() + at + 2 * i, bigEndian);
     // A pair stays together.
-    if (count > 1 && IsHigh(units.back()) && at + 2 * count < bytes.size()) units.resize(--count);
+    if (count > 1 && utf::IsHighSurrogate(units.back()) && at + 2 * count < bytes.size()) units.resize(--count);
     AppendInner(units, text);
     at += 2 * count;
   }
@@ -201,8 +195,8 @@ bool NeedsQuotes(std::u16string_view value) noexcept {
   if (value.front() == u'"' || value.front() == u' ' || value.back() == u' ') return true;
   for (std::size_t i = 0; i < value.size(); ++i) {
     if (IsControl(value[i])) return true;
-    if (!IsSurrogate(value[i])) continue;
-    if (!IsPairAt(value, i)) return true;
+    if (!utf::IsSurrogate(value[i])) continue;
+    if (!utf::IsPairAt(value, i)) return true;
     ++i;
   }
   return false;
@@ -213,11 +207,11 @@ void AppendValue(std::u16string_view value, std::string& line) {
   line += '"';
   std::size_t begin = 0;
   for (std::size_t i = 0; i < value.size(); ++i) {
-    if (IsPairAt(value, i)) {
+    if (utf::IsPairAt(value, i)) {
       ++i;
       continue;
     }
-    if (value[i] != u'\\' && value[i] != u'"' && !IsControl(value[i]) && !IsSurrogate(value[i])) continue;
+    if (value[i] != u'\\' && value[i] != u'"' && !IsControl(value[i]) && !utf::IsSurrogate(value[i])) continue;
     AppendUtf8(value.substr(begin, i - begin), line);
     AppendEscaped(value[i], line);
     begin = i + 1;
