@@ -193,13 +193,7 @@ std::size_t FindMalformed(std::string_view text) noexcept {
 bool NeedsQuotes(std::u16string_view value) noexcept {
   if (value.empty()) return false;
   if (value.front() == u'"' || value.front() == u' ' || value.back() == u' ') return true;
-  for (std::size_t i = 0; i < value.size(); ++i) {
-    if (IsControl(value[i])) return true;
-    if (!utf::IsSurrogate(value[i])) continue;
-    if (!utf::IsPairAt(value, i)) return true;
-    ++i;
-  }
-  return false;
+  return std::any_of(value.begin(), value.end(), IsControl) || utf::HasUnpairedSurrogate(value);
 }
 
 void AppendValue(std::u16string_view value, std::string& line) {
