@@ -4,6 +4,7 @@
 #include <set>
 #include <utility>
 
+#include "platform/text/utf.h"
 #include "tools/utilctl/files.h"
 #include "tools/utilctl/source_member.h"
 #include "tools/utilctl/source_values.h"
@@ -65,18 +66,14 @@ namespace {
 
 // What keeps a text from being stored and shown as it is; empty when nothing does.
 std::string FaultOfLetters(std::u16string_view text, std::u16string_view allowed = {}) {
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char16_t unit = text[i];
+  for (const char16_t unit : text) {
     if ((unit < 0x20 || unit == 0x7F) && allowed.find(unit) == std::u16string_view::npos) {
       return unit == u'\n' || unit == u'\r' ? "a line break cannot stand here"
                                             : "a control character cannot stand here";
     }
-    if (unit < 0xD800 || unit > 0xDFFF) continue;
-    const bool isPair = unit < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF;
-    if (!isPair) return "half of a surrogate pair cannot stand here";
-    ++i;
   }
-  return {};
+  const bool hasHalves = utf::ToUtf16(utf::ToUtf8(text)) != text;
+  return hasHalves ? "half of a surrogate pair cannot stand here" : "";
 }
 
 }  // namespace
@@ -219,7 +216,8 @@ class CDefinitionSource::CReader {
     if (!i18n::GetTemplateArguments(text).empty()) {
       source_.Remark(path, "\"%\" begins a conversion, and there are no arguments; write \"%%\"");
     }
-    if (std::string fault = FaultOfLetters(text.View(), u"\t"); !fault.empty()) source_.Remark(path, std::move(fault));
+    if (std::string fault = FaultOfLetters(text.View(), u"\t\n\r"); !fault.empty())
+      source_.Remark(path, std::move(fault));
   }
 
   enum_value_list_t EnumValues(CMemberReader& members, property_type_t type) {

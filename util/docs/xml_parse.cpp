@@ -13,7 +13,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/framework/file.h"
+#include "platform/framework/read_to_end_internal.h"
+#include "platform/text/surrogates_internal.h"
 #include "platform/text/utf.h"
 #include "util/docs/xml_document.h"
 #include "util/i18n/localized_message.h"
@@ -421,7 +422,7 @@ std::size_t FindBadUnit(std::u16string_view text) noexcept {
     if (unit < u' ') {
       if (unit != u'\t' && unit != u'\n' && unit != u'\r') return i;
     } else if (unit < 0xE000) {
-      if (unit >= 0xDC00 || i + 1 == text.size() || (text[i + 1] & 0xFC00) != 0xDC00) return i;
+      if (!utf::IsPairAt(text, i)) return i;
       ++i;
     } else if (unit >= 0xFFFE) {
       return i;
@@ -441,20 +442,7 @@ tree_ptr_t ParseText(std::u16string_view text, const CString& source, std::uniqu
 }
 
 // What the file says of its length is only a hint.
-std::string ReadAll(CFile& file) {
-  constexpr std::size_t kLimit = std::size_t{CXmlDocument::kMaxBytes} + 1;
-  const std::uint64_t length = file.GetLength();
-  std::string bytes;
-  std::size_t size = 0;
-  for (std::size_t room = std::min<std::uint64_t>(length, kLimit - 1) + 1; size < kLimit; room = 2 * size + 4096) {
-    bytes.resize(std::min(room, kLimit));
-    const std::size_t got = file.Read(bytes.data() + size, static_cast<unsigned>(bytes.size() - size));
-    size += got;
-    if (size < bytes.size()) break;
-  }
-  bytes.resize(size);
-  return bytes;
-}
+std::string ReadAll(CFile& file) { return ReadToEnd(file, std::size_t{CXmlDocument::kMaxBytes} + 1); }
 
 tree_ptr_t ParseBytes(std::string_view bytes, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error) {
   if (const auto wide = AsUtf16(bytes); wide.has_value()) return ParseText(*wide, source, error);

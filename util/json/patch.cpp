@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 #include <list>
-#include <optional>
 #include <span>
 #include <utility>
 #include <vector>
@@ -22,20 +21,30 @@ struct failure_t {
   const char* cause;
 };
 
+// Calls with each value inside an object or array.
+template <class Look>
+void ForEachInner(const IValue& value, Look look) {
+  if (value.IsObject()) {
+    for (const member_t& member : static_cast<const object_t&>(value).members) look(member.value.get());
+  } else if (value.IsArray()) {
+    for (const auto& element : static_cast<const array_t&>(value).elements) look(element.get());
+  }
+}
+
 // The levels of objects and arrays in a value; more than `limit` when there are more.
 int Height(const IValue* value, int limit) {
   if (value == nullptr || value->IsScalar()) return 0;
   if (limit == 0) return 1;
   int highest = 0;
-  const auto look = [&](const std::shared_ptr<IValue>& inner) {
-    highest = std::max(highest, Height(inner.get(), limit - 1));
-  };
-  if (value->IsObject()) {
-    for (const member_t& member : static_cast<const object_t*>(value)->members) look(member.value);
-  } else {
-    for (const auto& element : static_cast<const array_t*>(value)->elements) look(element);
-  }
+  ForEachInner(*value, [&](const IValue* inner) { highest = std::max(highest, Height(inner, limit - 1)); });
   return highest + 1;
+}
+
+// Whether a node stands in a value of known height.
+bool Holds(const IValue* value, const IValue* sought) {
+  bool holds = value == sought;
+  if (value != nullptr) ForEachInner(*value, [&](const IValue* inner) { holds = holds || Holds(inner, sought); });
+  return holds;
 }
 
 // A second value, of known height; `budget` is what may still be copied.
@@ -101,6 +110,11 @@ class patcher_t {
       throw failure_t{"a value cannot be moved into itself"};
     }
     Remove(from);
+    CheckDepth(to, source.get());
+    // By another of its places, in a document whose nodes stand in several.
+    if (!to.empty() && Holds(source.get(), Existing(std::span(to).first(to.size() - 1))->get())) {
+      throw failure_t{"a value cannot be moved into itself"};
+    }
     Add(to, source);
   }
 

@@ -48,6 +48,17 @@ TEST(PrivateHeap, IgnoresWhatIsNotALiveBlockOfItsOwn) {
   for (void* p : live) EXPECT_TRUE(heap.Validate(p));
 }
 
+TEST(PrivateHeap, AWrongSizeFalsifiesTheTotalOnly) {
+  CPrivateHeap heap;
+  void* const first = heap.Alloc(60);
+  void* const second = heap.Alloc(40);
+  heap.Free(first, 500);
+  EXPECT_EQ(heap.TotalAlloc(), 0u);
+  EXPECT_TRUE(heap.Validate(second));
+  heap.Free(second, 0);
+  EXPECT_FALSE(heap.Validate(second));
+}
+
 // What the process has mapped, in MiB.
 std::size_t Mapped() {
   std::size_t pages = 0;
