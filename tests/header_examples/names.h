@@ -6,7 +6,9 @@ struct sink_t {
 };
 struct answer_t {
   template <class... T>
-  bool operator()(T&&...) const { return true; }
+  bool operator()(T&&...) const {
+    return true;
+  }
 };
 constexpr sink_t Show, Report, Log, Print, Send, Connect, use, Login, Rename, ReadKey, SavePatch;
 constexpr answer_t Offer;
@@ -88,7 +90,9 @@ extern CTableObj& pump;
 constexpr short kStep = 6;
 extern CTableObj* step;
 // util/os/throttle.h
-struct device_t { bool Poll(); };
+struct device_t {
+  bool Poll();
+};
 extern device_t device;
 // util/project/project_diff.h
 extern CTableObj *saved, *running;
@@ -108,7 +112,9 @@ extern property_list_t changes;
 // util/serialization/buffer_chain.h
 extern CSerializationBuffer buffer;
 // util/serialization/pool.h
-struct sample_t { double value; };
+struct sample_t {
+  double value;
+};
 // util/serialization/serialization_buffer.h
 extern CVariant copy;
 extern CSerializationBuffer other;
@@ -117,7 +123,9 @@ extern CVariant other;
 // util/tagproc/deadband.h
 extern CVariant lastReported;
 // util/tagproc/resolution_rate.h
-struct timer_t { void Start(unsigned ms); };
+struct timer_t {
+  void Start(unsigned ms);
+};
 extern timer_t timer;
 // util/values/base64.h
 extern std::uint8_t bytes[100];
