@@ -33,8 +33,8 @@ class CPump : public zorutil::CDescribedObj {
 constexpr zorutil::field_t CPump::kFields[] = {
     zorutil::Field<&CPump::speed_>(zorutil::MakePropertyId(200, 256), u"Speed"),
 };
-constexpr zorutil::type_description_t CPump::kType = {
-    2001, 0, 1, u"Pump", &zorutil::CreateDescribed<CPump>, CPump::kFields};
+constexpr zorutil::type_description_t CPump::kType = {2001,          0, 1, u"Pump", &zorutil::CreateDescribed<CPump>,
+                                                      CPump::kFields};
 
 int failures = 0;
 
