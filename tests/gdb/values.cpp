@@ -47,7 +47,7 @@ int main() {
   const zorutil::ref_counted_obj_ptr reference = table.GetRecord(0), noReference;
   const i18n::zor_error_t failure(
       -5, i18n::MakeLocalizedMessage(i18n::IDS_VALUE_OUT_OF_RANGE, {u"0", CVariant::FromInt32(100)}));
-  const i18n::CLocalizedMessage message(i18n::CLocalizedResource(i18n::IDS_SCALING_NONE));
+  const i18n::CLocalizedMessage message{i18n::CLocalizedResource(i18n::IDS_SCALING_NONE)};
   // Not values: bytes that nobody wrote sensibly, a pointer to nowhere, a list that does not end.
   alignas(16) unsigned char bytes[256];
   std::memset(bytes, 0xEE, sizeof bytes);
