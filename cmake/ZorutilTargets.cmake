@@ -81,3 +81,17 @@ function(zorutil_folder_tests name)
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "ZORUTIL_LANG_DIR=${PROJECT_SOURCE_DIR}/util/i18n/lang")
   endif()
 endfunction()
+
+# zorutil_program(VARIABLE TARGET): what runs a built program from a script, as one word. That is the program, or in a
+# build for another machine a script that gives it to the emulator.
+function(zorutil_program variable target)
+  set(program "$<TARGET_FILE:${target}>")
+  if(CMAKE_CROSSCOMPILING_EMULATOR)
+    set(script "${PROJECT_BINARY_DIR}/emulated/${target}")
+    list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
+    file(GENERATE OUTPUT "${script}" CONTENT "#!/bin/sh\nexec ${emulator} '${program}' \"$@\"\n"
+      FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    set(program "${script}")
+  endif()
+  set(${variable} "${program}" PARENT_SCOPE)
+endfunction()

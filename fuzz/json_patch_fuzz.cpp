@@ -52,5 +52,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Require(!ReadText(documentBefore, object));
   if (object->IsObject() && !ApplyPatch(*patch, ValueAsObject(object), {.maxCopies = 2000}))
     Require(Text(object) == after);
+
+  // Each operation as a patch of its own, which has no time to learn where members are.
+  Require(!ReadText(documentBefore, document));
+  for (const auto& operation : ValueAsArray(patch).elements) {
+    array_t one;
+    one.elements.push_back(operation);
+    Require(!ApplyPatch(one, document, {.maxCopies = 2000}));
+  }
+  Require(Text(document) == after);
   return 0;
 }

@@ -63,6 +63,8 @@ TEST_F(GatewayProgram, TakesChangesWhileItRunsAndKeepsThem) {
     {"at": 3, "delete": "Side.Meter"},
     {"at": 5, "add": {"New": {"Type": "Tag", "Address": "40002", "DataType": 6, "ScanRate": 1000}}, "to": "Main.PLC"},
     {"at": 5, "add": {"Third": {"Type": "Channel", "Address": "10.0.0.9"}}, "to": ""},
+    {"at": 5, "save": ")" + (folder_ / "between.xml").string() +
+                            R"("}, {"at": 5, "save": "/no folder/x.bin"},
     {"at": 6, "set": {"ScanRate": 5}, "of": "Main.PLC.Count"},
     {"at": 7, "delete": "Main.Nobody"}])");
   EXPECT_EQ(RunPlant("plant.json --readings readings.csv --changes changes.json --reported out.csv --save saved "
@@ -70,15 +72,17 @@ TEST_F(GatewayProgram, TakesChangesWhileItRunsAndKeepsThem) {
             1)
       << messages_;
   const std::string log = FileText(folder_ / "log.txt");
-  for (const char* part : {"rename Main.PLC.Ramp to Hill\n", "Main.PLC.No: there is no such tag to watch, or not yet\n",
-                           "set ScanRate of Main.PLC.Count: not done: ScanRate: Der Wert liegt außerhalb",
-                           "delete Main.Nobody: not done: there is no such object\n"}) {
+  for (const char* part :
+       {"rename Main.PLC.Ramp to Hill\n", "Main.PLC.No: there is no such tag to watch, or not yet\n",
+        "set ScanRate of Main.PLC.Count: not done: ScanRate: Der Wert liegt außerhalb",
+        "delete Main.Nobody: not done: there is no such object\n", "save as /no folder/x.bin: not done: "}) {
     EXPECT_TRUE(Holds(log, part)) << part << "\n" << log;
   }
-  EXPECT_TRUE(Holds(out_, "4 changes made while it ran, 2 not done")) << out_;
+  EXPECT_TRUE(Holds(out_, "5 changes made while it ran, 3 not done")) << out_;
   const std::string reported = FileText(folder_ / "out.csv");
   EXPECT_TRUE(Holds(reported, "Main.PLC.Hill,80\n")) << reported;
   EXPECT_TRUE(Holds(reported, "Main.PLC.New,9\n")) << reported;
+  EXPECT_TRUE(Holds(FileText(folder_ / "between.xml"), "<Name>Third</Name>"));
   const std::string saved = FileText(folder_ / "saved.json");
   for (const char* part : {"\"Hill\"", "\"New\"", "\"Third\""})
     EXPECT_TRUE(Holds(saved, part)) << part << "\n" << saved;

@@ -69,6 +69,18 @@ TEST_F(Utilctl, ReplacesTheLanguageFilesThatItMadeAndNoOthers) {
   EXPECT_EQ(FileText(folder_ / "defs/a.de.lang"), "[Texts]\n1 = Datum\n");
 }
 
+TEST_F(Utilctl, OfTwoSourcesOfOneNamespaceCompiledAtOnceOneIsRefused) {
+  for (const char* name : {"a", "b"}) {
+    Write(std::string(name) + ".json",
+          R"({"namespace": "N)" + std::string(name) + R"(", "number": 5, "properties": []})");
+  }
+  for (int i = 0; i < 5; ++i) {
+    const std::string other = "> a & '" UTILCTL_PROGRAM "' defs compile b.json --out both > b; b=$?; wait $!";
+    EXPECT_EQ(ProgramTest::Run("defs compile a.json --out both", "{", other + "; test $(($? + b)) = 1; }"), 0);
+    fs::remove_all(folder_ / "both");
+  }
+}
+
 TEST_F(Utilctl, TellsEveryFaultOfAllSourcesAndWritesNothing) {
   Write("a.json", R"({"namespace": "A", "number": 5, "colour": 1, "properties": [
     {"name": "One", "number": 1, "type": "Intger"},
@@ -84,7 +96,7 @@ TEST_F(Utilctl, TellsEveryFaultOfAllSourcesAndWritesNothing) {
   Write("c.json", "{\"namespace\": \"C\",\n  \"number\": 6 \"properties\": []}");
   Write("d.json", R"({"namespace": "D\nE", "number": 7, "properties": [
     {"name": "x\u0000y", "number": 1, "type": "Integer", "text": {"en": "x", "de": "\ud83d\ude00\ude00"}},
-    {"name": "z", "number": 2, "type": "Integer", "text": "one\r\ntwo"},
+    {"name": "z", "number": 2, "type": "Integer", "text": "one\u007Ftwo"},
     {"name": "w", "number": 3, "type": "Integer", "text": {"en": "5%% of %d", "de": "5 % von %d"}}]})");
   EXPECT_EQ(Run("defs compile a.json b.json c.json d.json --out defs"), 1);
   EXPECT_EQ(messages_, R"(a.json:1:33: /colour: unknown member "colour"
@@ -106,7 +118,7 @@ c.json:2:15: a comma or } is missing
 d.json:1:15: /namespace: a line break cannot stand here
 d.json:2:14: /properties/0/name: a control character cannot stand here
 d.json:2:84: /properties/0/text/de: half of a surrogate pair cannot stand here
-d.json:3:59: /properties/1/text: a line break cannot stand here
+d.json:3:59: /properties/1/text: a control character cannot stand here
 d.json:4:66: /properties/2/text/en: "%" begins a conversion, and there are no arguments; write "%%"
 d.json:4:85: /properties/2/text/de: "%" begins a conversion, and there are no arguments; write "%%"
 )");
@@ -121,7 +133,7 @@ TEST_F(Utilctl, DecompilesIntoASourceOfTheSameFile) {
     {"name": "c", "number": 3, "type": "StringArray", "default": ["x", "ü\n"], "max": 4, "serverOnly": true},
     {"name": "d", "number": 4, "type": "Real4", "default": 0.1, "min": -1e30, "number3": 1, "number4": 2147483647},
     {"name": "e", "number": 5, "type": "Hex", "default": "0xFF", "enable": [{"id": 0, "isNot": {"type": "CY", "value": "1.5"}}]},
-    {"name": "f", "number": 6, "type": "DateAndTime", "min": "2026-01-31 06:30:00", "text": " a % b\t"},
+    {"name": "f", "number": 6, "type": "DateAndTime", "min": "2026-01-31 06:30:00", "text": " a % b\t\r\nc"},
     {"name": "g", "number": 512, "type": "Date", "default": "1899-12-29", "allow": [{"property": "h", "is": -1}]},
     {"name": "h", "number": 8, "type": "Enumeration", "values": [{"value": -1, "text": "minus one"}]},
     {"name": "i", "number": 9, "type": "Real4", "exempt": true, "default": {"binary": "BAAAAMB/"}}]})");

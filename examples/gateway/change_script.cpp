@@ -4,6 +4,8 @@
 #include <cmath>
 #include <utility>
 
+#include "platform/framework/file.h"
+#include "platform/framework/native_path.h"
 #include "platform/zorplatform/exception.h"
 #include "util/i18n/message_exception.h"
 #include "util/json/json_text.h"
@@ -11,6 +13,7 @@
 #include "util/json/value_conversions.h"
 #include "util/objects/described_object.h"
 #include "util/project/json_mapping.h"
+#include "util/project/project_file.h"
 #include "util/project/project_patch.h"
 #include "util/properties/property.h"
 #include "util/properties/validation.h"
@@ -105,6 +108,13 @@ std::string Set(CTableObj& object, const json::object_t& settings, unsigned shor
   return {};
 }
 
+std::string Save(const CTableObj& root, const CString& file) {
+  const auto form = project::FormFromName(file);
+  if (!form) return "the name tells no form";
+  project::SaveProject(root, zorplatform::FromNativePath(file.ToUtf8()), *form);
+  return {};
+}
+
 }  // namespace
 
 bool CChangeScript::Read(std::string_view text, const std::string& name, readings::CProblemLog& log) {
@@ -147,7 +157,8 @@ bool CChangeScript::ReadChange(const json::IValue& entry, change_t& change, std:
                 {u"copy", kind_t::copy, &json::IValue::IsString, u"to", "\"copy\": path, \"to\": name"},
                 {u"add", kind_t::add, &json::IValue::IsObject, u"to", "\"add\": objects by their names, \"to\": path"},
                 {u"set", kind_t::set, &json::IValue::IsObject, u"of", "\"set\": settings by their names, \"of\": path"},
-                {u"patch", kind_t::patch, &json::IValue::IsArray, nullptr, "\"patch\": operations"}};
+                {u"patch", kind_t::patch, &json::IValue::IsArray, nullptr, "\"patch\": operations"},
+                {u"save", kind_t::save, &json::IValue::IsString, nullptr, "\"save\": file"}};
   if (!entry.IsObject()) return false;
   const auto& object = static_cast<const json::object_t&>(entry);
   if (!object.members.empty()) change.line = object.members.front().line;
@@ -176,7 +187,7 @@ bool CChangeScript::ReadChange(const json::IValue& entry, change_t& change, std:
     }
     return true;
   }
-  fault = "expected one of rename, delete, copy, add, set, patch";
+  fault = "expected one of rename, delete, copy, add, set, patch, save";
   return false;
 }
 
@@ -186,6 +197,7 @@ std::string CChangeScript::Describe(const change_t& change) {
     case kind_t::rename: return "rename " + path + " to " + change.name.ToUtf8();
     case kind_t::remove: return "delete " + path;
     case kind_t::copy: return "copy " + path + " to " + change.name.ToUtf8();
+    case kind_t::save: return "save as " + path;
     case kind_t::patch:
       if (const std::size_t count = json::ValueAsArray(change.value).elements.size(); count != 1) {
         return "patch of " + std::to_string(count) + " operations";
@@ -209,6 +221,7 @@ std::string CChangeScript::Apply(CTableObj& root, const change_t& change, unsign
     if (lines.ends_with('\n')) lines.pop_back();  // an entry of a log ends without
     return lines;
   }
+  if (change.kind == kind_t::save) return Save(root, change.path);
   const ref_counted_obj_ptr found = root.FindObject(change.path);
   CTableObj* const object = change.path.IsEmpty() ? &root : found.get();
   if (object == nullptr) return kNoSuchObject;
@@ -235,6 +248,8 @@ std::vector<change_report_t> CChangeScript::ApplyDue(CTableObj& root, std::int64
     } catch (const i18n::message_exception_t& error) {
       fault = error.GetText1().ToUtf8() + ": " + error.GetMessageText(languageId).ToUtf8();
     } catch (const zorplatform::CException& error) {
+      fault = error.what();
+    } catch (const CFileException& error) {
       fault = error.what();
     }
     if (!fault.empty()) ++failed_;

@@ -11,7 +11,8 @@
 //    {"at": 320, "copy": "Boiler 1.Drum.FT101", "to": "FT101 checked"},                   // beside it
 //    {"at": 330, "add": {"FT109": {"Type": "Tag", "Address": "40009"}}, "to": "Boiler 1.Drum"},
 //    {"at": 340, "set": {"ScanRate": 1000}, "of": "Boiler 1.Drum.FT101"},
-//    {"at": 350, "patch": [{"op": "replace", "path": "/Channels/Boiler 1/Devices/Drum/Collects", "value": false}]}]
+//    {"at": 350, "patch": [{"op": "replace", "path": "/Channels/Boiler 1/Devices/Drum/Collects", "value": false}]},
+//    {"at": 360, "save": "plant.xml"}]                              // in the form that the end of the name tells
 //
 // Paths are names below the project, joined by ".". Every change is made under the locks of the objects that it
 // concerns, so that the project may run meanwhile; new values are validated against the definitions first. A change
@@ -55,12 +56,12 @@ class CChangeScript {
   std::size_t GetDone() const { return next_ - failed_; }
 
  private:
-  enum class kind_t { rename, remove, copy, add, set, patch };
+  enum class kind_t { rename, remove, copy, add, set, patch, save };
   struct change_t {
     std::int64_t atMs = 0;
     int line = 0;
     kind_t kind{};
-    CString path;  // of what is changed
+    CString path;  // of what is changed; of a file
     CString name;  // a new one
     std::shared_ptr<zorutil::json::IValue> value;
   };

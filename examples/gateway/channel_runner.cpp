@@ -305,6 +305,20 @@ std::vector<tag_summary_t> CChannelRunner::GetTags() const {
   return tags;
 }
 
+channel_summary_t& channel_summary_t::operator+=(const channel_summary_t& other) {
+  devices += other.devices;
+  tags += other.tags;
+  readings += other.readings;
+  total.updates += other.total.updates;
+  total.reported += other.total.reported;
+  total.dropouts += other.total.dropouts;
+  total.failures += other.total.failures;
+  settingsRead += other.settingsRead;
+  logEntries += other.logEntries;
+  busySeconds += other.busySeconds;
+  return *this;
+}
+
 channel_summary_t CChannelRunner::GetSummary() const {
   channel_summary_t summary;
   summary.name = root_.path;

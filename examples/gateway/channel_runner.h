@@ -68,6 +68,9 @@ struct channel_summary_t {
   std::uint64_t settingsRead = 0;  ///< how often a tag's settings were read
   std::uint64_t logEntries = 0;
   double busySeconds = 0;  ///< that its thread was at work
+
+  /// Another channel's, under this name.
+  channel_summary_t& operator+=(const channel_summary_t& other);
 };
 
 class CChannelRunner : private ILaneListener {

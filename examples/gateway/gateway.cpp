@@ -165,7 +165,7 @@ void CGateway::SynchronizeChannels(std::int64_t startMs) {
     runners_.push_back(std::make_unique<CChannelRunner>(std::move(channel), std::move(options), startMs));
   }
   for (const auto& [channel, runner] : known) {
-    gone_.push_back(runner->GetSummary());
+    AddGone(runner->GetSummary());
     goneUpdates_ += runner->GetUpdates();
   }
   std::vector<CReadingFeed::route_t> routes;
@@ -174,6 +174,17 @@ void CGateway::SynchronizeChannels(std::int64_t startMs) {
     routes.push_back({runners_[i]->GetChannel().GetLineAddress().ToUtf8(), i});
   }
   feed_.SetRoutes(routes);
+}
+
+// Of channels that come and go for years only some are told by name.
+void CGateway::AddGone(channel_summary_t channel) {
+  constexpr std::size_t kMostNamed = 16;
+  if (gone_.size() <= kMostNamed) {
+    if (gone_.size() == kMostNamed) channel.name = "(others that went)";
+    gone_.push_back(std::move(channel));
+  } else {
+    gone_.back() += channel;
+  }
 }
 
 // Memory at a tenth, at half and at the whole of the updates that were asked for.

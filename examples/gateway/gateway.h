@@ -76,6 +76,7 @@ class CGateway {
   void RunSlice(const slice_t& slice, const slice_t* next);
   void Collect(const slice_t& slice);
   void TakeWatched(const CChannelRunner& runner);
+  void AddGone(channel_summary_t channel);
   void MarkMemory();
   std::uint64_t GetUpdates() const;
   std::vector<CReadingBatch*> GetNextBatches();

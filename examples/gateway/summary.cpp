@@ -51,14 +51,7 @@ void PrintChannels(std::ostream& out, const result_t& result) {
   };
   for (const channel_summary_t& channel : result.channels) {
     add(channel);
-    all.devices += channel.devices;
-    all.tags += channel.tags;
-    all.readings += channel.readings;
-    all.total.updates += channel.total.updates;
-    all.total.reported += channel.total.reported;
-    all.total.dropouts += channel.total.dropouts;
-    all.total.failures += channel.total.failures;
-    all.busySeconds += channel.busySeconds;
+    all += channel;
   }
   all.name = "all";
   add(all);

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "platform/text/number_text.h"
+#include "platform/text/real_chars.h"
 #include "platform/zorplatform/time_stamp.h"
 
 namespace readings {
@@ -138,7 +139,7 @@ raw_verdict_t ParseReal(std::string_view text, T& value) {
   const bool number = !digits.empty() && ((digits[0] >= '0' && digits[0] <= '9') || digits[0] == '.');
   if (!number) return raw_verdict_t::wrongKind;  // "inf" and "nan" are no numbers here
   T read{};
-  const raw_verdict_t verdict = VerdictOf<T>(std::from_chars(text.data(), end, read), end);
+  const raw_verdict_t verdict = VerdictOf<T>(real_chars::FromChars(text.data(), end, read), end);
   if (verdict == raw_verdict_t::outOfRange) return ParseExtremeReal(text, value);
   if (verdict == raw_verdict_t::taken) value = read;
   return verdict;

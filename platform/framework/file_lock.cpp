@@ -21,10 +21,11 @@ CFileLock::CFileLock(const CString& path) {
   constexpr std::chrono::milliseconds kPause{1};
   const std::filesystem::path named = ToNativePath(path);
   std::error_code error;
-  std::filesystem::path file = std::filesystem::weakly_canonical(named, error);
-  if (error) file = named;
+  const std::filesystem::path file = std::filesystem::weakly_canonical(named, error);
+  if (error) throw CFileException(path, "open", error.value());  // the folder that others lock is not known
   const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : std::filesystem::path(".");
-  folder_ = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  do folder_ = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  while (folder_ < 0 && errno == EINTR);
   if (folder_ < 0) throw CFileException(path, "open", errno);
   const auto deadline = steady_clock::now() + kPatience;
   while (::flock(folder_, LOCK_EX | LOCK_NB) != 0 && (errno == EWOULDBLOCK || errno == EINTR)) {

@@ -11,7 +11,12 @@ namespace {
 constexpr std::uint64_t kMaxPosition = std::uint64_t{1} << 62;
 
 void CheckSize(std::uint64_t size) {
-  if (size > CMemFile::kMaxSize) throw std::length_error("CMemFile: larger than 4 GiB");
+  if (size > CMemFile::kMaxSize) throw std::length_error("CMemFile: larger than it can be");
+}
+
+// What to have room for when `capacity` is too little.
+std::size_t GrowingFrom(std::size_t capacity) {
+  return static_cast<std::size_t>(std::min<std::uint64_t>(std::uint64_t{capacity} * 3 / 2, CMemFile::kMaxSize));
 }
 
 }  // namespace
@@ -30,8 +35,9 @@ const CString& CMemFile::GetFilePath() const noexcept {
 
 unsigned CMemFile::Read(void* buffer, unsigned count) {
   if (position_ >= content_.size()) return 0;
-  const std::size_t got = std::min<std::size_t>(count, content_.size() - position_);
-  if (got != 0) std::memcpy(buffer, content_.data() + position_, got);
+  const auto at = static_cast<std::size_t>(position_);
+  const std::size_t got = std::min<std::size_t>(count, content_.size() - at);
+  if (got != 0) std::memcpy(buffer, content_.data() + at, got);
   position_ += got;
   return static_cast<unsigned>(got);
 }
@@ -41,12 +47,13 @@ void CMemFile::Write(const void* buffer, unsigned count) {
   const auto* const bytes = static_cast<const std::byte*>(buffer);
   CheckSize(position_ + count);
   // Room first: it is what can fail.
-  const std::uint64_t needed = position_ + count;
-  if (needed > content_.capacity()) content_.reserve(std::max<std::size_t>(needed, content_.capacity() * 3 / 2));
-  if (position_ > content_.size()) content_.resize(position_);
-  const std::size_t replaced = std::min<std::size_t>(count, content_.size() - position_);
+  const auto at = static_cast<std::size_t>(position_);
+  const std::size_t needed = at + count;
+  if (needed > content_.capacity()) content_.reserve(std::max(needed, GrowingFrom(content_.capacity())));
+  if (at > content_.size()) content_.resize(at);
+  const std::size_t replaced = std::min<std::size_t>(count, content_.size() - at);
   content_.insert(content_.end(), bytes + replaced, bytes + count);
-  std::copy_n(bytes, replaced, content_.data() + position_);
+  std::copy_n(bytes, replaced, content_.data() + at);
   position_ += count;
 }
 
@@ -59,7 +66,7 @@ std::uint64_t CMemFile::Seek(std::int64_t offset, seek_t from) {
 
 void CMemFile::SetLength(std::uint64_t length) {
   CheckSize(length);
-  content_.resize(length);
+  content_.resize(static_cast<std::size_t>(length));
 }
 
 void CMemFile::Close() {

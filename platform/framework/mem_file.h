@@ -7,7 +7,9 @@
 // A resource like every file: one owner, one thread at a time. It is always open, and it has no path.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <vector>
 
@@ -16,9 +18,9 @@
 
 class ZORPLATFORM_API CMemFile : public CFile {
  public:
-  /// The most bytes it holds, 4 GiB. Growing beyond is std::length_error; std::bad_alloc when memory is short. Neither
-  /// changes anything.
-  static constexpr std::uint64_t kMaxSize = std::uint64_t{1} << 32;
+  /// The most bytes it holds, 4 GiB; on machines of 32 bits what a vector can hold, 2 GiB. Growing beyond is
+  /// std::length_error; std::bad_alloc when memory is short. Neither changes anything.
+  static constexpr std::uint64_t kMaxSize = std::min<std::uint64_t>(std::uint64_t{1} << 32, PTRDIFF_MAX);
 
   CMemFile() = default;
   /// A file that holds a copy of the bytes; the position is the beginning.

@@ -13,8 +13,10 @@
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "platform/framework/file.h"
+#include "platform/framework/folder_handle_internal.h"
 #include "platform/framework/native_path.h"
 
 namespace zorplatform {
@@ -28,7 +30,6 @@ constexpr std::size_t kMaxNamePart = 200;  // of the old file's name in the new 
 class CHandle {
  public:
   CHandle() = default;
-  explicit CHandle(int handle) noexcept : handle_(handle) {}
   CHandle(const CHandle&) = delete;
   CHandle& operator=(const CHandle&) = delete;
   ~CHandle() {
@@ -146,8 +147,8 @@ CReplaceFile::state_t::state_t(const CString& callersPath) : path(callersPath), 
   if (path.Find(u'\0') >= 0) Fail("open", EINVAL);
   FindTarget();
   LookAtTarget();
-  MakeNewFile();
   try {
+    MakeNewFile();
     // A name of the system's that has no path text can be reached through a link only.
     const CString newPath = FromNativePath(newName);
     if (ToNativePath(newPath.View()) != newName) Fail("open", EILSEQ);
@@ -165,7 +166,9 @@ void CReplaceFile::state_t::FindTarget() {
   for (int links = 0;; ++links) {
     std::error_code error;
     const std::filesystem::path next = std::filesystem::read_symlink(target, error);
-    if (error) return;  // not a link; what else is wrong with it, opening tells
+    // No link, or nothing there yet. Anything else must not pass for that, or the link itself would be replaced.
+    if (error.value() == EINVAL || error.value() == ENOENT || error.value() == ENOTDIR) return;
+    if (error) Fail("open", error.value());
     if (links == kMaxLinks) Fail("open", ELOOP);
     target = target.parent_path() / next;  // an absolute one takes the place of all
   }
@@ -187,11 +190,11 @@ void CReplaceFile::state_t::LookAtTarget() {
 void CReplaceFile::state_t::MakeNewFile() {
   const mode_t mode = replaces ? 0600 : 0666;
   for (int tries = 0;; ++tries) {
-    const std::filesystem::path name = NewNameBeside(target);
+    std::filesystem::path name = NewNameBeside(target);
     const int opened = Retry([&] { return ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); });
     if (opened >= 0) {
       handle.Reset(opened);
-      newName = name;
+      newName = std::move(name);  // needs no memory: the file is there, and must not be forgotten
       return;
     }
     if (errno != EEXIST || tries == kMaxNames) Fail("open", errno);
@@ -220,11 +223,9 @@ void CReplaceFile::state_t::TakeOldRights() const {
 
 void CReplaceFile::state_t::Commit() {
   if (!file.IsOpen()) Fail("commit: the file is not open", 0);
-  // Opened first, so that a lack of handles is told while the old file still stands. A folder that may be written but
-  // not read cannot be synchronised by us.
-  const std::filesystem::path folder = target.has_parent_path() ? target.parent_path() : std::filesystem::path(".");
-  const CHandle folderHandle(Retry([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-  if (folderHandle.Get() < 0 && errno != EACCES) Fail("open folder", errno);
+  // Opened first, so that a lack of handles is told while the old file still stands.
+  CFolderHandle folder;
+  if (const int error = folder.Open(target.parent_path())) Fail("open folder", error);
 
   file.Flush(false);
   TakeOldRights();
@@ -233,10 +234,7 @@ void CReplaceFile::state_t::Commit() {
   if (::rename(newName.c_str(), target.c_str()) != 0) Fail("rename", errno);
   newName.clear();
   handle.Reset(-1);
-  // Some file systems know no such thing, and say so with EINVAL.
-  if (folderHandle.Get() >= 0 && Retry([&] { return ::fsync(folderHandle.Get()); }) != 0 && errno != EINVAL) {
-    Fail("sync folder", errno);
-  }
+  if (const int error = folder.Sync()) Fail("sync folder", error);
 }
 
 CReplaceFile::CReplaceFile(const CString& path) : state_(std::make_unique<state_t>(path)) {}

@@ -13,18 +13,26 @@ namespace {
 
 using steady_t = std::chrono::steady_clock;
 
+// The call for the times of this build; on machines of 32 bits there are two.
+#ifdef SYS_futex_time64
+constexpr long kFutex = sizeof(timespec::tv_sec) > sizeof(long) ? SYS_futex_time64 : SYS_futex;
+#else
+constexpr long kFutex = SYS_futex;
+#endif
+
 // Sleeps while the word has the value, at most until the deadline. May return early.
 void SleepWhile(std::atomic<std::uint32_t>& word, std::uint32_t value, std::optional<steady_t::time_point> deadline) {
   timespec rest{};
   if (deadline.has_value()) {
     const auto left = std::max(*deadline - steady_t::now(), steady_t::duration::zero());
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(left);
-    rest = {seconds.count(), std::chrono::nanoseconds(left - seconds).count()};
+    rest.tv_sec = seconds.count();
+    rest.tv_nsec = static_cast<long>(std::chrono::nanoseconds(left - seconds).count());
   }
-  ::syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, value, deadline.has_value() ? &rest : nullptr, nullptr, 0);
+  ::syscall(kFutex, &word, FUTEX_WAIT_PRIVATE, value, deadline.has_value() ? &rest : nullptr, nullptr, 0);
 }
 
-void Wake(std::atomic<std::uint32_t>& word) { ::syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0); }
+void Wake(std::atomic<std::uint32_t>& word) { ::syscall(kFutex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0); }
 
 // Tells the processor that this is a waiting loop.
 inline void Pause() {

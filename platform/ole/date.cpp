@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "platform/text/ascii_internal.h"
+
 namespace ole_date {
 namespace {
 
@@ -27,10 +29,6 @@ bool IsLeapYear(std::int32_t year) { return year % 4 == 0 && (year % 100 != 0 ||
 constexpr std::string_view kMonths[] = {"january", "february", "march",     "april",   "may",      "june",
                                         "july",    "august",   "september", "october", "november", "december"};
 
-bool IsBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
-bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
-char16_t ToLowerAscii(char16_t unit) { return unit >= u'A' && unit <= u'Z' ? unit | 0x20 : unit; }
-
 struct number_t {
   std::int32_t value = 0;
   std::int32_t digits = 0;
@@ -42,24 +40,24 @@ class reader_t {
   explicit reader_t(std::u16string_view text) : rest_(text) {}
 
   bool AtEnd() const { return rest_.empty(); }
-  bool AtLetter() const { return !AtEnd() && ToLowerAscii(rest_[0]) >= u'a' && ToLowerAscii(rest_[0]) <= u'z'; }
+  bool AtLetter() const { return !AtEnd() && ascii::IsLetter(rest_[0]); }
 
   bool Take(char16_t unit) {
-    if (AtEnd() || ToLowerAscii(rest_[0]) != unit) return false;
+    if (AtEnd() || ascii::ToLower(rest_[0]) != unit) return false;
     rest_.remove_prefix(1);
     return true;
   }
 
   bool TakeBlanks() {
-    const bool found = !AtEnd() && IsBlank(rest_[0]);
-    while (!AtEnd() && IsBlank(rest_[0])) rest_.remove_prefix(1);
+    const bool found = !AtEnd() && ascii::IsBlank(rest_[0]);
+    while (!AtEnd() && ascii::IsBlank(rest_[0])) rest_.remove_prefix(1);
     return found;
   }
 
   // One to four digits: no part of a date has more.
   bool TakeNumber(number_t& out) {
     out = {};
-    while (static_cast<std::size_t>(out.digits) < rest_.size() && IsDigit(rest_[out.digits])) {
+    while (static_cast<std::size_t>(out.digits) < rest_.size() && ascii::IsDigit(rest_[out.digits])) {
       if (out.digits == 4) return false;
       out.value = out.value * 10 + (rest_[out.digits] - u'0');
       ++out.digits;
@@ -70,9 +68,9 @@ class reader_t {
 
   // Decimals of a second, cut after the milliseconds.
   bool TakeMilliseconds(std::int32_t& out) {
-    if (AtEnd() || !IsDigit(rest_[0])) return false;
+    if (AtEnd() || !ascii::IsDigit(rest_[0])) return false;
     out = 0;
-    for (std::int32_t unit = 100; !AtEnd() && IsDigit(rest_[0]); unit /= 10, rest_.remove_prefix(1)) {
+    for (std::int32_t unit = 100; !AtEnd() && ascii::IsDigit(rest_[0]); unit /= 10, rest_.remove_prefix(1)) {
       out += unit * (rest_[0] - u'0');
     }
     return true;
@@ -85,7 +83,7 @@ class reader_t {
     for (std::size_t i = 0; i != std::size(kMonths); ++i) {
       const std::string_view name = kMonths[i].substr(0, letters);
       if (letters > kMonths[i].size() || !std::equal(name.begin(), name.end(), rest_.begin(), [](char a, char16_t b) {
-            return static_cast<char16_t>(a) == ToLowerAscii(b);
+            return static_cast<char16_t>(a) == ascii::ToLower(b);
           })) {
         continue;
       }

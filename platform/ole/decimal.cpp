@@ -4,11 +4,11 @@
 #include <array>
 #include <charconv>
 #include <cmath>
-#include <cstring>
 #include <limits>
 
 #include "platform/ole/decimal_internal.h"
 #include "platform/text/number_text.h"
+#include "platform/text/real_chars.h"
 
 namespace ole_decimal {
 namespace {
@@ -189,7 +189,7 @@ double ToDouble(const DECIMAL& value) noexcept {
   }
   char text[32];
   double result = 0;
-  std::from_chars(text, text + Format(value, text), result);
+  real_chars::FromChars(text, text + Format(value, text), result);
   return result;
 }
 

@@ -4,7 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string_view>
 
 #include "platform/export.h"
 #include "platform/ole/ole_types.h"

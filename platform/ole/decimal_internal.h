@@ -4,10 +4,11 @@
 #include <cstdint>
 
 #include "platform/ole/ole_types.h"
+#include "platform/text/uint128_internal.h"
 
 namespace ole_decimal {
 
-__extension__ using uint128_t = unsigned __int128;
+using wide::uint128_t;
 
 /// A magnitude 0.d1 d2 d3 ... * 10^point. The first digit is not zero; no digits is zero.
 struct digits_t {

@@ -1,5 +1,6 @@
 #include "platform/ole/safe_array_descriptor.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -23,8 +24,9 @@ void SafeArrayDestroyDescriptor(tagSAFEARRAY* array) noexcept {
   if (array != nullptr) std::free(reinterpret_cast<char*>(array) - kPrefixBytes);
 }
 
-void* SafeArrayAllocData(std::size_t bytes, bool zeroed) noexcept {
-  if (bytes == 0 || bytes > PTRDIFF_MAX) return nullptr;
+void* SafeArrayAllocData(std::uint64_t wanted, bool zeroed) noexcept {
+  if (wanted == 0 || wanted > PTRDIFF_MAX) return nullptr;
+  const auto bytes = static_cast<std::size_t>(wanted);
   const std::size_t whole = (bytes + kDataAlignment - 1) / kDataAlignment * kDataAlignment;
   void* const data = std::aligned_alloc(kDataAlignment, whole);
   if (data != nullptr && zeroed) std::memset(data, 0, bytes);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "platform/export.h"
 #include "platform/ole/ole_types.h"
@@ -13,9 +14,9 @@ ZORPLATFORM_API tagSAFEARRAY* SafeArrayAllocDescriptor() noexcept;
 /// Frees the descriptor alone; null is allowed.
 ZORPLATFORM_API void SafeArrayDestroyDescriptor(tagSAFEARRAY* array) noexcept;
 
-/// Zeroed element memory of the given size, aligned for vector loads (64 bytes); null when memory is short or
-/// `bytes` is 0. `zeroed` false leaves the memory unset. Freed with SafeArrayFreeData.
-ZORPLATFORM_API void* SafeArrayAllocData(std::size_t bytes, bool zeroed = true) noexcept;
+/// Zeroed element memory of the given size, aligned for vector loads (64 bytes); null when memory is short, `bytes` is
+/// more than the machine can address, or 0. `zeroed` false leaves the memory unset. Freed with SafeArrayFreeData.
+ZORPLATFORM_API void* SafeArrayAllocData(std::uint64_t bytes, bool zeroed = true) noexcept;
 /// Null is allowed.
 ZORPLATFORM_API void SafeArrayFreeData(void* data) noexcept;
 

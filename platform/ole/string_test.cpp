@@ -8,8 +8,6 @@
 #include <thread>
 #include <vector>
 
-#include "platform/ole/safe_array_descriptor.h"
-
 namespace {
 
 bool IsAligned(const void* memory, std::size_t alignment) {

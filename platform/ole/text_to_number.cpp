@@ -1,24 +1,21 @@
 #include "platform/ole/text_to_number_internal.h"
 
-#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <limits>
 
 #include "platform/ole/decimal.h"
 #include "platform/ole/decimal_internal.h"
+#include "platform/text/ascii_internal.h"
 #include "platform/text/number_text.h"
+#include "platform/text/real_chars.h"
 
 namespace text_to_number {
 namespace {
 
+using ascii::DigitOf;
 using ole_decimal::digits_t;
 using ole_decimal::uint128_t;
-
-bool IsBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
-
-// 0 to 9 for a digit, more for anything else.
-unsigned DigitOf(char16_t unit) { return static_cast<unsigned>(unit) - u'0'; }
 
 // A number in its parts: either a decimal one or the bits of a hexadecimal or octal one.
 struct number_t {
@@ -55,7 +52,7 @@ class reader_t {
   }
 
   void TakeBlanks() {
-    while (at_ != end_ && IsBlank(*at_)) ++at_;
+    while (at_ != end_ && ascii::IsBlank(*at_)) ++at_;
   }
 
   bool TakeOnce(char16_t unit, bool& taken) { return !taken && Take(unit) && (taken = true); }
@@ -187,7 +184,7 @@ HRESULT NearestReal(const number_t& number, Real& out) {
     }
     *at++ = 'e';
     at = std::to_chars(at, text + sizeof text, number.decimal.point).ptr;
-    const bool outOfRange = std::from_chars(text, at, value).ec == std::errc::result_out_of_range;
+    const bool outOfRange = real_chars::FromChars(text, at, value).ec == std::errc::result_out_of_range;
     if (outOfRange && number.decimal.point > 0) return DISP_E_OVERFLOW;
     if (outOfRange) value = 0;
   }

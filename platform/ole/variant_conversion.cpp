@@ -14,6 +14,7 @@
 #include "platform/ole/decimal.h"
 #include "platform/ole/string.h"
 #include "platform/ole/text_to_number_internal.h"
+#include "platform/text/ascii_internal.h"
 #include "platform/text/number_text.h"
 
 namespace {
@@ -254,7 +255,7 @@ outcome_t DecimalToInteger(const DECIMAL& value) {
 
 bool EqualsNoCase(std::u16string_view text, std::u16string_view lowerCase) {
   return std::equal(text.begin(), text.end(), lowerCase.begin(), lowerCase.end(),
-                    [](char16_t a, char16_t b) { return (a >= u'A' && a <= u'Z' ? a | 0x20 : a) == b; });
+                    [](char16_t a, char16_t b) { return ascii::ToLower(a) == b; });
 }
 
 // The words, as people and as programs write them, or a number.
@@ -344,13 +345,12 @@ outcome_t Convert(const tagVARIANT& source, VARTYPE target) {
   }
 }
 
-BSTR CopyOf(BSTR text) { return SysAllocStringByteLen(reinterpret_cast<const char*>(text), SysStringByteLen(text)); }
-
 // A value of its own type: the bits, or a new string. OLE's one difference to a copy: a null string becomes an
 // empty one.
 outcome_t ConvertToItself(const tagVARIANT& source) {
   if (source.vt != VT_BSTR) return Done(source.ullVal);
-  const BSTR copy = CopyOf(source.bstrVal);
+  const BSTR copy =
+      SysAllocStringByteLen(reinterpret_cast<const char*>(source.bstrVal), SysStringByteLen(source.bstrVal));
   return copy == nullptr ? Failed(E_OUTOFMEMORY) : Done(copy);
 }
 
@@ -441,20 +441,8 @@ constexpr auto kChangeNumber = []<std::size_t... Pairs>(std::index_sequence<Pair
 HRESULT VariantClear(tagVARIANT* value) noexcept {
   if (IsArray(value->vt)) return DISP_E_BADVARTYPE;
   FreeOwned(*value);
-  VariantInit(value);
+  *value = tagVARIANT{};
   return S_OK;
-}
-
-HRESULT VariantCopy(tagVARIANT* destination, const tagVARIANT* source) noexcept {
-  if (IsArray(destination->vt) || IsArray(source->vt)) return DISP_E_BADVARTYPE;
-  if (destination == source) return S_OK;
-  FreeOwned(*destination);
-  *destination = *source;
-  if (source->vt != VT_BSTR || source->bstrVal == nullptr) return S_OK;
-  destination->bstrVal = CopyOf(source->bstrVal);
-  if (destination->bstrVal != nullptr) return S_OK;
-  VariantInit(destination);
-  return E_OUTOFMEMORY;
 }
 
 HRESULT VariantChangeTypeEx(tagVARIANT* destination, const tagVARIANT* source, LCID /*lcid*/, std::uint16_t /*flags*/,

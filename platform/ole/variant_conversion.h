@@ -15,15 +15,8 @@
 #include "platform/export.h"
 #include "platform/ole/ole_types.h"
 
-/// Zeroes the record without freeing anything.
-inline void VariantInit(tagVARIANT* value) noexcept { *value = tagVARIANT{}; }
-
 /// Frees the string of a VT_BSTR and empties the record. Arrays belong to CVariant: DISP_E_BADVARTYPE, unchanged.
 ZORPLATFORM_API HRESULT VariantClear(tagVARIANT* value) noexcept;
-
-/// Clears `destination` and makes it a copy of `source` (strings are duplicated). Arrays: DISP_E_BADVARTYPE and
-/// nothing changes. E_OUTOFMEMORY leaves `destination` empty. Both may be the same record.
-ZORPLATFORM_API HRESULT VariantCopy(tagVARIANT* destination, const tagVARIANT* source) noexcept;
 
 /// Converts `source` to `target` into `destination`, which is cleared first and may be `source` itself. On failure
 /// `destination` is as it was. `lcid` and `flags` are taken as 0. An array on either side is DISP_E_TYPEMISMATCH.

@@ -12,6 +12,7 @@
 #include <system_error>
 #include <thread>
 
+#include "platform/framework/folder_handle_internal.h"
 #include "platform/registry/database_internal.h"
 #include "platform/text/collation.h"
 
@@ -193,10 +194,10 @@ CDatabase::CDatabase(const std::string& file, purpose_t purpose) : file_(file) {
     const bool isMissing = error == ENOENT || error == ENOTDIR;
     if (!isMissing) Fail(CodeOfSystemError(error), file_, "open", TextOfSystemError(error));
     if (purpose != purpose_t::make) return;
-    std::error_code failed;
     const std::filesystem::path folder = std::filesystem::path(file).parent_path();
-    std::filesystem::create_directories(folder, failed);
-    if (failed) Fail(CodeOfSystemError(failed.value()), file_, "make its folder", failed.message());
+    if (const std::error_code failed = zorplatform::MakeFolders(folder)) {
+      Fail(CodeOfSystemError(failed.value()), file_, "make its folder", failed.message());
+    }
     // The database library tries to read what it may not make, and then tells that there is no such file.
     if (::faccessat(AT_FDCWD, folder.c_str(), W_OK, AT_EACCESS) != 0) {
       Fail(CodeOfSystemError(errno), file_, "make", TextOfSystemError(errno));
@@ -260,9 +261,12 @@ int CDatabase::Wait(void* database, int looks) noexcept {
 void CDatabase::Check(int result, const char* doing) {
   if (result == SQLITE_OK) return;
   int system = database_ == nullptr ? 0 : sqlite3_system_errno(database_);
-  if (database_ != nullptr && system == 0 && (result & 0xFF) == SQLITE_IOERR) {
+  const bool isDamage = (result & 0xFF) == SQLITE_CORRUPT;
+  if (database_ != nullptr && ((system == 0 && (result & 0xFF) == SQLITE_IOERR) || isDamage)) {
     sqlite3_file_control(database_, "main", SQLITE_FCNTL_LAST_ERRNO, &system);
   }
+  // A device that cannot be read now passes for a damaged file there.
+  if (isDamage && system == EIO) Fail(code_t::ioFailed, file_, doing, TextOfSystemError(system));
   const std::string cause = database_ == nullptr ? sqlite3_errstr(result) : sqlite3_errmsg(database_);
   if (result == SQLITE_IOERR_NOMEM) throw std::bad_alloc();
   switch (result & 0xFF) {
@@ -281,6 +285,9 @@ void CDatabase::Check(int result, const char* doing) {
     case SQLITE_FULL: Fail(code_t::diskFull, file_, doing, "the disk is full");
     case SQLITE_TOOBIG: Fail(code_t::invalidParameter, file_, doing, "too long");
     case SQLITE_CANTOPEN:
+      // Where a file cannot be made the database tries to read it, and tells of that.
+      if (system == ENOENT) Fail(code_t::ioFailed, file_, doing, "it, or its journal beside it, cannot be made");
+      [[fallthrough]];
     case SQLITE_IOERR: Fail(CodeOfSystemError(system), file_, doing, system == 0 ? cause : TextOfSystemError(system));
     default: Fail(code_t::badDatabase, file_, doing, "not a registry, or damaged (" + cause + ")");
   }

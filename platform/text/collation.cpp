@@ -13,15 +13,13 @@
 #include <emmintrin.h>
 #endif
 
+#include "platform/text/ascii_internal.h"
 #include "platform/text/collation_internal.h"
 
 namespace collation {
 namespace {
 
 constexpr bool IsAscii(char16_t unit) { return unit < 0x80; }
-constexpr bool IsUpper(char16_t unit) { return unit >= u'A' && unit <= u'Z'; }
-constexpr bool IsLower(char16_t unit) { return unit >= u'a' && unit <= u'z'; }
-constexpr bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 
 // The place of each ASCII character in the root collation; 0 for the controls that it ignores. At secondary
 // strength an ASCII text is the sequence of these ranks and nothing else: no character has a secondary weight
@@ -33,7 +31,7 @@ constexpr std::array<std::uint8_t, 128> kRanks = [] {
   std::uint8_t rank = 0;
   for (const char16_t unit : kOrder) {
     ranks[unit] = ++rank;
-    if (IsLower(unit)) ranks[unit - u'a' + u'A'] = rank;
+    if (ascii::IsLower(unit)) ranks[unit - u'a' + u'A'] = rank;
   }
   return ranks;
 }();
@@ -200,20 +198,18 @@ std::uint64_t BeginningOf(std::u16string_view text) noexcept {
 }
 
 bool IsAlphaNumeric(char16_t unit) noexcept {
-  return IsAscii(unit) ? IsUpper(unit) || IsLower(unit) || IsDigit(unit) : u_isalnum(unit) != 0;
+  return IsAscii(unit) ? ascii::IsLetter(unit) || ascii::IsDigit(unit) : u_isalnum(unit) != 0;
 }
 
-bool IsSpace(char16_t unit) noexcept {
-  return IsAscii(unit) ? unit == u' ' || (unit >= u'\t' && unit <= u'\r') : u_isUWhiteSpace(unit) != 0;
-}
+bool IsSpace(char16_t unit) noexcept { return IsAscii(unit) ? ascii::IsBlank(unit) : u_isUWhiteSpace(unit) != 0; }
 
 char16_t ToUpper(char16_t unit) noexcept {
-  if (IsAscii(unit)) return IsLower(unit) ? static_cast<char16_t>(unit - u'a' + u'A') : unit;
+  if (IsAscii(unit)) return ascii::IsLower(unit) ? static_cast<char16_t>(unit - u'a' + u'A') : unit;
   return OneUnit(u_toupper(unit), unit);
 }
 
 char16_t ToLower(char16_t unit) noexcept {
-  if (IsAscii(unit)) return IsUpper(unit) ? static_cast<char16_t>(unit - u'A' + u'a') : unit;
+  if (IsAscii(unit)) return ascii::ToLower(unit);
   return OneUnit(u_tolower(unit), unit);
 }
 

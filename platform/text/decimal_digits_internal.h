@@ -37,10 +37,10 @@ inline void WriteDigits(std::uint64_t value, char16_t* end) noexcept {
   }();
   for (; value >= 100; value /= 100) {
     end -= 2;
-    std::memcpy(end, kPairs[value % 100].data(), sizeof kPairs[0]);
+    std::memcpy(end, kPairs[static_cast<std::size_t>(value % 100)].data(), sizeof kPairs[0]);
   }
   if (value >= 10) {
-    std::memcpy(end - 2, kPairs[value].data(), sizeof kPairs[0]);
+    std::memcpy(end - 2, kPairs[static_cast<std::size_t>(value)].data(), sizeof kPairs[0]);
   } else {
     end[-1] = static_cast<char16_t>(u'0' + value);
   }

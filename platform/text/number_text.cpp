@@ -7,10 +7,15 @@
 #include <cstring>
 #include <limits>
 
+#include "platform/text/ascii_internal.h"
 #include "platform/text/decimal_digits_internal.h"
+#include "platform/text/real_chars.h"
+#include "platform/text/uint128_internal.h"
 
 namespace number_text {
 namespace {
+
+using ascii::DigitOf;
 
 // Powers of ten that a double holds exactly.
 constexpr double kExactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
@@ -151,11 +156,6 @@ char* WriteFinite(double magnitude, int precision, char* out) {
 
 // --- text to numbers ------------------------------------------------------------------------------------------------
 
-bool IsBlank(char16_t unit) { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
-
-// 0 to 9 for a digit, more for anything else.
-unsigned DigitOf(char16_t unit) { return static_cast<unsigned>(unit) - u'0'; }
-
 // The value of four units that are all digits, else a negative number. The units lie in the lanes of one
 // word, the first in the lowest: two multiplications make two pairs of them, then one number.
 int FourDigits(const char16_t* at) {
@@ -170,7 +170,7 @@ int FourDigits(const char16_t* at) {
 }
 
 const char16_t* SkipBlanks(const char16_t* at, const char16_t* end) {
-  while (at != end && IsBlank(*at)) ++at;
+  while (at != end && ascii::IsBlank(*at)) ++at;
   return at;
 }
 
@@ -205,13 +205,12 @@ std::uint64_t ReadSaturating(const char16_t* at, const char16_t* end) {
   return value;
 }
 
-#if defined(__SIZEOF_INT128__)
 // significand / 10^places to nearest, for 0 <= places <= 19: a quotient of at least 64 bits whose last bit
 // also stands for whatever remains, so that the one rounding is the conversion to double.
 constexpr std::int64_t kMaxDivisorPlaces = 19;
 
 double DivideExactly(std::uint64_t significand, std::int64_t places) {
-  __extension__ using uint128_t = unsigned __int128;
+  using wide::uint128_t;
   const std::uint64_t divisor = kPowersOfTen[static_cast<std::size_t>(places)];
   const int significandShift = std::countl_zero(significand);
   const int divisorShift = std::countl_zero(divisor);
@@ -223,7 +222,6 @@ double DivideExactly(std::uint64_t significand, std::int64_t places) {
   const auto scale = static_cast<std::uint64_t>(1023 + divisorShift - significandShift - 63) << 52;
   return static_cast<double>(sticky) * std::bit_cast<double>(scale);
 }
-#endif
 
 // The scanned parts of a real number's text.
 struct real_text_t {
@@ -319,7 +317,7 @@ double ReadReal(const real_text_t& real) {
   *out++ = 'e';
   out = std::to_chars(out, text + sizeof text, exponent).ptr;
   double value = 0;
-  if (std::from_chars(text, out, value).ec == std::errc::result_out_of_range) {
+  if (real_chars::FromChars(text, out, value).ec == std::errc::result_out_of_range) {
     return magnitude > 0 ? kInfinity : 0;
   }
   return value;
@@ -335,9 +333,7 @@ double ValueOf(const real_text_t& real) {
     const auto value = static_cast<double>(real.significand);
     return exponent < 0 ? value / kExactPowersOfTen[-exponent] : value * kExactPowersOfTen[exponent];
   }
-#if defined(__SIZEOF_INT128__)
   if (exponent < 0 && exponent >= -kMaxDivisorPlaces) return DivideExactly(real.significand, -exponent);
-#endif
   return ReadReal(real);
 }
 

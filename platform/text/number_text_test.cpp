@@ -6,11 +6,12 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <limits>
 #include <random>
 #include <string>
 #include <tuple>
+
+#include "platform/text/real_chars.h"
 
 namespace {
 
@@ -121,7 +122,7 @@ TEST(NumberTextParse, RealsAgreeWithTheStandardLibrary) {
       const bool fixed = i % 2 == 0 && std::fabs(value) < 1e20;
       const int length = std::snprintf(text, sizeof text, fixed ? "%.*f" : "%.*e", digits, value);
       double expected = 0;
-      if (std::from_chars(text, text + length, expected).ec != std::errc{}) continue;
+      if (real_chars::FromChars(text, text + length, expected).ec != std::errc{}) continue;
       const auto prefix = number_text::ParseDoublePrefix(Wide({text, static_cast<std::size_t>(length)}));
       ASSERT_EQ(std::bit_cast<std::uint64_t>(prefix.value), std::bit_cast<std::uint64_t>(expected)) << text;
       ASSERT_EQ(prefix.length, static_cast<std::size_t>(length)) << text;

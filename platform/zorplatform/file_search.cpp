@@ -1,13 +1,17 @@
 #include "platform/zorplatform/file_search.h"
 
+#include <dirent.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <memory>
 #include <string_view>
 #include <system_error>
 #include <vector>
 
 #include "platform/framework/file.h"
+#include "platform/framework/folder_handle_internal.h"
 #include "platform/framework/native_path.h"
 
 namespace zorplatform {
@@ -46,6 +50,26 @@ bool IsFolder(const fs::path& path) {
   return fs::is_directory(path, error);
 }
 
+struct close_t {
+  void operator()(DIR* listing) const noexcept { ::closedir(listing); }
+};
+
+// Calls until no signal gets in between.
+DIR* Open(const fs::path& folder) {
+  DIR* listing = nullptr;
+  do listing = ::opendir(folder.c_str());
+  while (listing == nullptr && errno == EINTR);
+  return listing;
+}
+
+// Or a link to one.
+bool IsFile(const fs::path& folder, const dirent& entry) {
+  if (entry.d_type == DT_REG) return true;
+  if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) return false;
+  std::error_code error;
+  return fs::is_regular_file(folder / entry.d_name, error);
+}
+
 }  // namespace
 
 CFileSearch::ICallback::~ICallback() = default;
@@ -56,12 +80,20 @@ bool CFileSearch::FindFile(const CString& mask, ICallback& callback) {
   const CString pattern = mask.Mid(folderLength);
 
   std::vector<CString> names;
-  std::error_code error, unknown;
-  fs::directory_iterator entry(folder.IsEmpty() ? fs::path(".") : ToNativePath(folder), error);
-  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-    CString name = FromNativePath(entry->path().filename());
-    if (!IsName(name) || !Matches(name, pattern) || !entry->is_regular_file(unknown)) continue;
-    names.push_back(std::move(name));
+  const fs::path native = folder.IsEmpty() ? fs::path(".") : ToNativePath(folder);
+  // Not the standard library's iterator, which ends the program when there is no memory.
+  const std::unique_ptr<DIR, close_t> listing(Open(native));
+  if (listing == nullptr) {
+    if (errno == ENOENT || errno == ENOTDIR) return false;
+    throw CFileException(folder, "list", errno);
+  }
+  for (;;) {
+    errno = 0;
+    const dirent* const entry = ::readdir(listing.get());
+    if (entry == nullptr && errno != 0) throw CFileException(folder, "list", errno);
+    if (entry == nullptr) break;
+    CString name = FromNativePath(entry->d_name);
+    if (IsName(name) && Matches(name, pattern) && IsFile(native, *entry)) names.push_back(std::move(name));
   }
   std::sort(names.begin(), names.end());
   for (const CString& name : names) {
@@ -75,10 +107,22 @@ bool FileExists(const CString& path) {
   return fs::is_regular_file(ToNativePath(path), error);
 }
 
-bool CreatePath(const CString& path) {
+bool CheckFileExists(const CString& path) {
   std::error_code error;
+  const fs::file_type type = fs::status(ToNativePath(path), error).type();
+  if (type == fs::file_type::none || type == fs::file_type::unknown) throw CFileException(path, "open", error.value());
+  return type == fs::file_type::regular;
+}
+
+void MakePath(const CString& path) {
+  if (const std::error_code error = MakeFolders(ToNativePath(path))) {
+    throw CFileException(path, "make the folder", error.value());
+  }
+}
+
+bool CreatePath(const CString& path) {
   const fs::path native = ToNativePath(path);
-  fs::create_directories(native, error);
+  MakeFolders(native);
   return IsFolder(native);
 }
 

@@ -1,9 +1,10 @@
 #include "platform/zorplatform/ini_file.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
-#include "platform/framework/file.h"
+#include "platform/framework/read_to_end_internal.h"
 #include "platform/framework/replace_file.h"
 #include "platform/framework/string_array.h"
 #include "platform/zorplatform/ini_document_internal.h"
@@ -11,24 +12,11 @@
 namespace zorplatform {
 namespace {
 
-constexpr std::size_t kLeastRead = 64 * 1024;
-
-// Up to the file's end, which is not where the file's length says for every file: a pipe has none.
-std::string ReadToEnd(CFile& file) {
-  constexpr std::uint64_t kMost = 2 * ini::CDocument::kMaxSize;
-  const std::uint64_t length = file.GetLength(), position = file.GetPosition();
-  const std::uint64_t expected = length > position ? length - position : 0;
-  if (expected > kMost) throw std::length_error("an INI document of more than 1 GiB");
-  std::string bytes;
-  for (std::size_t wanted = static_cast<std::size_t>(std::min(expected + 1, kMost));;) {
-    const std::size_t before = bytes.size();
-    bytes.resize(before + wanted);
-    const std::size_t got = file.Read(bytes.data() + before, static_cast<unsigned>(wanted));
-    bytes.resize(before + got);
-    if (got < wanted) return bytes;
-    if (bytes.size() > kMost) throw std::length_error("an INI document of more than 1 GiB");
-    wanted = std::max(bytes.size(), kLeastRead);
-  }
+std::string ReadDocument(CFile& file) {
+  constexpr std::size_t kMost = 2 * ini::CDocument::kMaxSize;  // of the bytes: UTF-16 has two for a letter
+  std::string bytes = ReadToEnd(file, kMost + 1);
+  if (bytes.size() > kMost) throw std::length_error("an INI document of more than 1 GiB");
+  return bytes;
 }
 
 void WriteAll(CFile& file, std::string_view bytes) {
@@ -70,7 +58,7 @@ void CIniFile::Load(const CString& path) {
 }
 
 void CIniFile::Load(CFile* file) {
-  document_ = std::make_unique<document_t>(ReadToEnd(*file));
+  document_ = std::make_unique<document_t>(ReadDocument(*file));
   modified_ = false;
 }
 

@@ -2,22 +2,19 @@
 #include <random>
 
 #include "platform/text/collation.h"
+#include "platform/text/surrogates_internal.h"
 #include "platform/text/utf.h"
+#include "platform/text/utf8_character_internal.h"
 #include "platform/zorplatform/ini_text_internal.h"
 
 namespace zorplatform::ini {
+
+using utf::IsPairAt;
+using utf::IsSurrogate;
+
 namespace {
 
 constexpr std::size_t kChunkUnits = 16 * 1024;
-
-constexpr bool IsSurrogate(char16_t unit) { return (unit & 0xF800) == 0xD800; }
-constexpr bool IsHigh(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
-constexpr bool IsLow(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
-constexpr bool IsContinuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) == 0x80; }
-
-bool IsPairAt(std::u16string_view units, std::size_t at) {
-  return IsHigh(units[at]) && at + 1 < units.size() && IsLow(units[at + 1]);
-}
 
 void AppendUtf8(std::u16string_view units, std::string& text) {
   const std::size_t before = text.size();
@@ -62,23 +59,6 @@ std::size_t FindSurrogate(std::string_view text, std::size_t from) {
 
 char16_t SurrogateAt(std::string_view text, std::size_t at) {
   return static_cast<char16_t>(0xD000 | (text[at + 1] & 0x3F) << 6 | (text[at + 2] & 0x3F));
-}
-
-// How many bytes the character that begins here has, 0 when it is malformed.
-std::size_t CharacterSize(std::string_view text) {
-  const auto byte = [&](std::size_t i) -> unsigned { return static_cast<unsigned char>(text[i]); };
-  const unsigned lead = byte(0);
-  if (lead < 0x80) return 1;
-  const std::size_t size = lead < 0xC2 || lead > 0xF4 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
-  if (size == 0 || text.size() < size) return 0;
-  // Neither longer than need be, nor a surrogate, nor beyond the last character.
-  const unsigned from = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-  const unsigned to = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-  if (byte(1) < from || byte(1) > to) return 0;
-  for (std::size_t i = 2; i < size; ++i) {
-    if (!IsContinuation(text[i])) return 0;
-  }
-  return size;
 }
 
 // Controls, and the separators that some readers take for a line break.
@@ -153,7 +133,7 @@ std::string FromUtf16(std::string_view bytes, bool bigEndian) {
     units.resize(count);
     for (std::size_t i = 0; i < count; ++i) units[i] = UnitAt(bytes.data() + at + 2 * i, bigEndian);
     // A pair stays together.
-    if (count > 1 && IsHigh(units.back()) && at + 2 * count < bytes.size()) units.resize(--count);
+    if (count > 1 && utf::IsHighSurrogate(units.back()) && at + 2 * count < bytes.size()) units.resize(--count);
     AppendInner(units, text);
     at += 2 * count;
   }
@@ -187,7 +167,7 @@ std::size_t ToUnits(std::string_view text, surrogates_t surrogates, char16_t* ou
 
 std::size_t FindMalformed(std::string_view text) noexcept {
   for (std::size_t at = 0; at < text.size();) {
-    const std::size_t size = CharacterSize(text.substr(at));
+    const std::size_t size = utf::CharacterSize(text, at);
     if (size == 0) return at;
     at += size;
   }

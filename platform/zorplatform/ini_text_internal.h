@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "platform/framework/cstring.h"
+#include "platform/text/uint128_internal.h"
 
 namespace zorplatform::ini {
 
@@ -145,14 +146,13 @@ class CNameHash {
       for (std::size_t i = 8; i + 8 < size; i += 8)
         hash = Mix(hash ^ FoldEight(LoadWord<std::uint64_t>(at + i)), second_);
     }
-    hash = Mix(hash ^ FoldEight(head), second_ ^ FoldEight(tail) ^ size << 56);
+    hash = Mix(hash ^ FoldEight(head), second_ ^ FoldEight(tail) ^ std::uint64_t{size} << 56);
     return static_cast<std::uint32_t>(Mix(hash, first_) >> 32);
   }
 
  private:
   static std::uint64_t Mix(std::uint64_t a, std::uint64_t b) noexcept {
-    __extension__ using product_t = unsigned __int128;
-    const product_t product = product_t{a} * b;
+    const wide::uint128_t product = wide::uint128_t{a} * b;
     return static_cast<std::uint64_t>(product) ^ static_cast<std::uint64_t>(product >> 64);
   }
 

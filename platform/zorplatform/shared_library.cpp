@@ -49,7 +49,7 @@ bool IsWhole(const CString& path) {
 
 CSharedLibrary::CSharedLibrary(const CString& path) : path_(path) {
   // A pipe would keep the loader waiting.
-  if (!FileExists(path)) throw CFileException(path, "cannot load the library", ENOENT);
+  if (!CheckFileExists(path)) throw CFileException(path, "cannot load the library", ENOENT);
   if (!IsWhole(path)) throw CFileException(path, "cannot load the library: the file is cut off", 0);
   // A path without folder would be looked for where the system keeps its libraries.
   const std::string file = std::filesystem::absolute(ToNativePath(path)).string();

@@ -88,7 +88,7 @@ void RequireFolder(const std::string& folder) {
 
 void RequireDefinitions(const std::string& folder) {
   RequireFolder(folder);
-  if (zorplatform::FileExists(FolderText(folder) + zorutil::properties::kIndexFileName)) return;
+  if (zorplatform::CheckFileExists(FolderText(folder) + zorutil::properties::kIndexFileName)) return;
   throw CFileException(FileText(folder), "there are no definitions: the folder has no index; defs compile makes it", 0);
 }
 

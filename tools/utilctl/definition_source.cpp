@@ -4,6 +4,7 @@
 #include <set>
 #include <utility>
 
+#include "platform/text/surrogates_internal.h"
 #include "tools/utilctl/files.h"
 #include "tools/utilctl/source_member.h"
 #include "tools/utilctl/source_values.h"
@@ -71,9 +72,8 @@ std::string FaultOfLetters(std::u16string_view text, std::u16string_view allowed
       return unit == u'\n' || unit == u'\r' ? "a line break cannot stand here"
                                             : "a control character cannot stand here";
     }
-    if (unit < 0xD800 || unit > 0xDFFF) continue;
-    const bool isPair = unit < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF;
-    if (!isPair) return "half of a surrogate pair cannot stand here";
+    if (!utf::IsSurrogate(unit)) continue;
+    if (!utf::IsPairAt(text, i)) return "half of a surrogate pair cannot stand here";
     ++i;
   }
   return {};
@@ -219,7 +219,8 @@ class CDefinitionSource::CReader {
     if (!i18n::GetTemplateArguments(text).empty()) {
       source_.Remark(path, "\"%\" begins a conversion, and there are no arguments; write \"%%\"");
     }
-    if (std::string fault = FaultOfLetters(text.View(), u"\t"); !fault.empty()) source_.Remark(path, std::move(fault));
+    if (std::string fault = FaultOfLetters(text.View(), u"\t\n\r"); !fault.empty())
+      source_.Remark(path, std::move(fault));
   }
 
   enum_value_list_t EnumValues(CMemberReader& members, property_type_t type) {

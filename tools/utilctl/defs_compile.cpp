@@ -5,6 +5,7 @@
 #include <set>
 #include <vector>
 
+#include "platform/framework/file_lock.h"
 #include "platform/zorplatform/file_search.h"
 #include "tools/utilctl/command_functions.h"
 #include "tools/utilctl/definition_checks.h"
@@ -50,13 +51,16 @@ class CCompiler {
            CheckDefinitions(content.definitions, content.namespaceNumber, find, call_.GetLanguage())) {
         source->Remark(source->GetProperties()[fault.index].PathOf(fault.member), std::move(fault.cause));
       }
-      call_.report.Add(source->GetProblems());
     }
-    return call_.report.GetProblems().empty();
+    return Report();
   }
 
-  void Write() {
+  // False when another compiler has put something into the folder since the check that stands in the way.
+  bool Write() {
     MakeFolder(folder_);
+    const zorplatform::CFileLock lock(FolderText(folder_) + kIndexFileName);
+    FindDoubles();
+    if (!Report()) return false;
     for (const auto& source : sources_) {
       WriteDefinitionFile(FileText(GetDefinitionFile(*source)), source->GetContent());
       for (const auto& [tag, texts] : source->GetTexts()) {
@@ -72,9 +76,16 @@ class CCompiler {
     zorutil::json::array_t files;
     for (const auto& source : sources_) Tell(*source, GetDefinitionFile(*source), files);
     AddMember(call_.report.result, u"files", std::move(files));
+    return true;
   }
 
  private:
+  // False when there is anything to report.
+  bool Report() {
+    for (const auto& source : sources_) call_.report.Add(source->GetProblems());
+    return call_.report.GetProblems().empty();
+  }
+
   // Two sources, or a source and a file that stays, of one namespace or one name.
   void FindDoubles() {
     std::map<int, std::string> numbers;
@@ -173,9 +184,7 @@ class CCompiler {
 
 exit_t CompileDefinitions(CCall& call) {
   CCompiler compiler(call, call.Get("--out"));
-  if (!compiler.Check()) return EXIT_FINDINGS;
-  compiler.Write();
-  return EXIT_FINE;
+  return compiler.Check() && compiler.Write() ? EXIT_FINE : EXIT_FINDINGS;
 }
 
 }  // namespace utilctl

@@ -141,7 +141,7 @@ std::vector<std::uint32_t> FindRepeated(CIniFile document, const CString& sectio
 // Where the document itself has the value.
 place_t Look(const level_file_t& file, const CString& section, const CString& key) {
   place_t place;
-  if (!zorplatform::FileExists(FileText(file.path))) return place;
+  if (!zorplatform::CheckFileExists(FileText(file.path))) return place;
   CIniFile document;
   document.Load(FileText(file.path));
   place.isThere = document.ReadValue(section, key, place.value);

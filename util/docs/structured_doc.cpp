@@ -42,14 +42,13 @@ void CStructuredDoc::FormatValue(std::uint64_t value) { text_.AssignInteger(valu
 void CStructuredDoc::FormatValue(float value) { CVariant::FromFloat(value).Format(text_, CVariant::FORMAT_NORMAL); }
 void CStructuredDoc::FormatValue(double value) { CVariant::FromDouble(value).Format(text_, CVariant::FORMAT_NORMAL); }
 
-std::u16string_view CStructuredDoc::Trimmed(const CString& text) {
+std::u16string_view CStructuredDoc::SkipSpace(const CString& text) {
   const auto isSpace = [](char16_t unit) {
     return unit <= u' ' ? unit == u' ' || (unit >= u'\t' && unit <= u'\r') : unit >= 0x80 && collation::IsSpace(unit);
   };
-  std::u16string_view trimmed = text.View();
-  while (!trimmed.empty() && isSpace(trimmed.front())) trimmed.remove_prefix(1);
-  while (!trimmed.empty() && isSpace(trimmed.back())) trimmed.remove_suffix(1);
-  return trimmed;
+  std::u16string_view rest = text.View();
+  while (!rest.empty() && isSpace(rest.front())) rest.remove_prefix(1);
+  return rest;
 }
 
 bool CStructuredDoc::IsWhole(const char16_t* name, const CString& value) {

@@ -26,7 +26,6 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
-#include <type_traits>
 
 #include "platform/export.h"
 #include "platform/framework/cstring.h"
@@ -136,8 +135,8 @@ class ZORUTIL_API CStructuredDoc {
     if (element == nullptr) return nullptr;
     if constexpr (std::same_as<T, bool>) {
       out = text_ == u"true" || (text_ != u"false" && ParseLong(text_) != 0);
-    } else if (const std::u16string_view trimmed = Trimmed(text_); !trimmed.empty()) {
-      Parse(trimmed, out);
+    } else if (const std::u16string_view value = SkipSpace(text_); !value.empty()) {
+      Parse(value, out);
     }
     TrimMemory();
     return element;
@@ -235,7 +234,8 @@ class ZORUTIL_API CStructuredDoc {
       out = static_cast<T>(ParseLong(text));
     }
   }
-  static std::u16string_view Trimmed(const CString& text);
+  /// The text behind its leading white space. What stands behind a value ends it, white space or not.
+  static std::u16string_view SkipSpace(const CString& text);
   /// False, with a message in the error slot, for a value with a NUL inside.
   bool IsWhole(const char16_t* name, const CString& value);
   /// One huge text read as a number is not kept for ever.

@@ -3,10 +3,8 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
-#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <memory>
 #include <span>

@@ -13,7 +13,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/framework/file.h"
+#include "platform/framework/read_to_end_internal.h"
+#include "platform/text/surrogates_internal.h"
 #include "platform/text/utf.h"
 #include "util/docs/xml_document.h"
 #include "util/i18n/localized_message.h"
@@ -260,11 +261,12 @@ class CParser {
     }
     tree_->Append(current_, element);
     if (uri != nullptr) element->ns = FindNs(element, prefix);
+    xmlAttr* last = nullptr;
     for (std::size_t i = 0; i < attributes.size(); i += 5) {
       xmlNs* const ns = attributes[i + 1] == nullptr ? nullptr : FindNs(element, attributes[i + 1]);
       const auto* const value = reinterpret_cast<const char*>(attributes[i + 3]);
       const auto* const end = reinterpret_cast<const char*>(attributes[i + 4]);
-      tree_->AddAttribute(element, ns, attributes[i], {value, static_cast<std::size_t>(end - value)});
+      last = tree_->AddAttribute(element, ns, attributes[i], {value, static_cast<std::size_t>(end - value)}, last);
     }
     current_ = element;
   }
@@ -280,13 +282,16 @@ class CParser {
     return xmlSearchNs(element->doc, element, prefix);  // "xml"
   }
 
-  // No exception passes through the parser.
+  // No exception passes through the parser. After a step that found no memory none is taken: the tree does not stand
+  // where the parser takes it to be.
   template <class Step>
   void Guard(Step step) noexcept {
+    if (noMemory_) return;
     try {
       step(*this);
     } catch (const std::bad_alloc&) {
       noMemory_ = true;
+      xmlStopParser(context_.get());
     }
   }
 
@@ -308,6 +313,7 @@ class CParser {
   // Of several errors the first tells the cause.
   void Take(const xmlError& error) {
     noMemory_ = noMemory_ || error.code == XML_ERR_NO_MEMORY;
+    if (noMemory_) return;  // there may be no context yet
     if (fault_.id != 0 || error.level < XML_ERR_ERROR || error.code == XML_WAR_NS_URI) return;
     fault_.at = error.line > 0 ? position_t{error.line, std::max(error.int2, 1)} : Here();
     std::vector<CVariant>& details = fault_.details;
@@ -421,7 +427,7 @@ std::size_t FindBadUnit(std::u16string_view text) noexcept {
     if (unit < u' ') {
       if (unit != u'\t' && unit != u'\n' && unit != u'\r') return i;
     } else if (unit < 0xE000) {
-      if (unit >= 0xDC00 || i + 1 == text.size() || (text[i + 1] & 0xFC00) != 0xDC00) return i;
+      if (!utf::IsPairAt(text, i)) return i;
       ++i;
     } else if (unit >= 0xFFFE) {
       return i;
@@ -441,20 +447,7 @@ tree_ptr_t ParseText(std::u16string_view text, const CString& source, std::uniqu
 }
 
 // What the file says of its length is only a hint.
-std::string ReadAll(CFile& file) {
-  constexpr std::size_t kLimit = std::size_t{CXmlDocument::kMaxBytes} + 1;
-  const std::uint64_t length = file.GetLength();
-  std::string bytes;
-  std::size_t size = 0;
-  for (std::size_t room = std::min<std::uint64_t>(length, kLimit - 1) + 1; size < kLimit; room = 2 * size + 4096) {
-    bytes.resize(std::min(room, kLimit));
-    const std::size_t got = file.Read(bytes.data() + size, static_cast<unsigned>(bytes.size() - size));
-    size += got;
-    if (size < bytes.size()) break;
-  }
-  bytes.resize(size);
-  return bytes;
-}
+std::string ReadAll(CFile& file) { return ReadToEnd(file, std::size_t{CXmlDocument::kMaxBytes} + 1); }
 
 tree_ptr_t ParseBytes(std::string_view bytes, const CString& source, std::unique_ptr<i18n::ILocalizedMessage>& error) {
   if (const auto wide = AsUtf16(bytes); wide.has_value()) return ParseText(*wide, source, error);

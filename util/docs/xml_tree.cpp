@@ -3,19 +3,32 @@
 #include <libxml/parserInternals.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <new>
 
+#include "util/docs/xml_parse_internal.h"
+
 namespace xml {
 
-// The lower half of an element's private pointer counts its handles, the upper half is its line.
-static_assert(sizeof(void*) == 8);
+// What fits into a node, its end included.
+constexpr std::size_t kShortText = offsetof(xmlNode, psvi) - offsetof(xmlNode, properties);
 
 // Small enough for the heap to keep it for the next document.
 constexpr std::size_t kBlock = 32 * 1024;
+// A tree of so many of them goes on in large blocks.
+constexpr std::size_t kManyBlocks = 64;
 
-CTree::CTree(xmlDict* dict)
-    : dict_(dict != nullptr ? dict : xmlDictCreate()), doc_(xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"))) {
+namespace {
+
+xmlDoc* NewDoc() {
+  const CErrorScope quiet([](const xmlError&) {});  // libxml2 would print that there is no memory
+  return xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"));
+}
+
+}  // namespace
+
+CTree::CTree(xmlDict* dict) : dict_(dict != nullptr ? dict : xmlDictCreate()), doc_(NewDoc()) {
   if (dict != nullptr) xmlDictReference(dict);
   if (dict_ == nullptr || doc_ == nullptr) {
     xmlDictFree(dict_);
@@ -47,13 +60,24 @@ void* CTree::Allocate(std::size_t size, std::size_t alignment) {
     return place;
   }
   // What is large gets a block of its own, and the rest of the last one stays in use.
-  const std::size_t blockSize = size > kBlock / 4 ? size : kBlock;
-  blocks_.push_back(std::make_unique_for_overwrite<std::byte[]>(blockSize));
-  std::byte* const block = blocks_.back().get();
-  if (blockSize != kBlock) return block;
+  if (size > kBlock / 4) return AddBlock(size);
+  const bool isLarge = blocks_.size() >= kManyBlocks;
+  std::byte* const block = isLarge ? AddLargeBlock() : AddBlock(kBlock);
   free_ = block + size;
-  freeSize_ = kBlock - size;
+  freeSize_ = (isLarge ? large_block::kSize : kBlock) - size;
   return block;
+}
+
+std::byte* CTree::AddBlock(std::size_t size) {
+  blocks_.push_back(std::make_unique_for_overwrite<std::byte[]>(size));
+  return blocks_.back().get();
+}
+
+std::byte* CTree::AddLargeBlock() {
+  largeBlocks_.emplace_back();
+  largeBlocks_.back().reset(static_cast<std::byte*>(large_block::Allocate()));
+  if (largeBlocks_.back() == nullptr) throw std::bad_alloc();
+  return largeBlocks_.back().get();
 }
 
 template <class T>
@@ -71,14 +95,16 @@ xmlChar* CTree::Copy(std::string_view text) {
   return reinterpret_cast<xmlChar*>(copy);
 }
 
-// The capacity stands in a member that libxml2 leaves to its users. It doubles, so that a text that is set again and
-// again takes memory for its largest value, not for all of them.
+// A short text stands in the node itself, where an element has its attributes and namespaces, as libxml2 does it too.
+// The capacity of a longer one stands in a member that libxml2 leaves to its users. It doubles, so that a text that is
+// set again and again takes memory for its largest value, not for all of them.
 void CTree::SetContent(xmlNode* text, std::string_view content) {
-  std::size_t capacity = reinterpret_cast<std::uintptr_t>(text->psvi);
+  if (text->content == nullptr) text->content = reinterpret_cast<xmlChar*>(text) + offsetof(xmlNode, properties);
+  std::size_t capacity = std::max(kShortText, std::size_t{NumberOf(text->psvi)});
   if (content.size() + 1 > capacity) {
     capacity = std::max(content.size() + 1, 2 * capacity);
     text->content = static_cast<xmlChar*>(Allocate(capacity, 1));
-    text->psvi = reinterpret_cast<void*>(capacity);
+    text->psvi = PointerOf(capacity);
   }
   if (!content.empty()) std::memcpy(text->content, content.data(), content.size());
   text->content[content.size()] = 0;
@@ -87,7 +113,7 @@ void CTree::SetContent(xmlNode* text, std::string_view content) {
 xmlNode* CTree::NewElement(const xmlChar* name, int line) {
   auto* const element = New<xmlNode>(XML_ELEMENT_NODE);
   element->name = name;
-  element->_private = reinterpret_cast<void*>(static_cast<std::uintptr_t>(line) << 32);
+  element->psvi = PointerOf(static_cast<std::uintptr_t>(line));
   return element;
 }
 
@@ -122,13 +148,14 @@ xmlNs* CTree::AddNs(xmlNode* element, const xmlChar* prefix, std::string_view hr
   return *place = ns;
 }
 
-xmlAttr* CTree::AddAttribute(xmlNode* element, xmlNs* ns, const xmlChar* name, std::string_view value) {
+xmlAttr* CTree::AddAttribute(xmlNode* element, xmlNs* ns, const xmlChar* name, std::string_view value, xmlAttr* last) {
   auto* const attribute = New<xmlAttr>(XML_ATTRIBUTE_NODE);
   attribute->name = name;
   attribute->ns = ns;
   attribute->parent = element;
   SetValue(attribute, value);
-  xmlAttr** place = &element->properties;
+  attribute->prev = last;
+  xmlAttr** place = last == nullptr ? &element->properties : &last->next;
   while (*place != nullptr) {
     attribute->prev = *place;
     place = &(*place)->next;

@@ -14,6 +14,8 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/framework/large_block.h"
+
 namespace xml {
 
 inline std::string_view ViewOf(const xmlChar* text) noexcept {
@@ -39,7 +41,9 @@ class CTree {
   xmlNode* NewText(xmlElementType type, std::string_view text);
   xmlNode* NewInstruction(std::string_view name, std::string_view text);
   xmlNs* AddNs(xmlNode* element, const xmlChar* prefix, std::string_view href);
-  xmlAttr* AddAttribute(xmlNode* element, xmlNs* ns, const xmlChar* name, std::string_view value);
+  /// Behind `last`, when the caller knows that this is the last one.
+  xmlAttr* AddAttribute(xmlNode* element, xmlNs* ns, const xmlChar* name, std::string_view value,
+                        xmlAttr* last = nullptr);
   void SetValue(xmlAttr* attribute, std::string_view value);
   /// Behind the present children; the document is the parent of the top element.
   void Append(xmlNode* parent, xmlNode* node);
@@ -47,32 +51,41 @@ class CTree {
   /// Takes a text out; its memory is used again.
   void Drop(xmlNode* text);
 
-  // Each element counts the handles to it, and its tree all of them.
+  // Each element counts the handles to it, and its tree all of them. Two members that libxml2 leaves to its users hold
+  // numbers: `_private` the handles, `psvi` the line.
   void AddHandle(xmlNode* element) {
     ++handles_;
-    element->_private = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(element->_private) + 1);
+    element->_private = PointerOf(NumberOf(element->_private) + 1);
   }
   /// False for an element without handles.
   bool RemoveHandle(xmlNode* element) {
-    if (static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(element->_private)) == 0) return false;
+    if (element->_private == nullptr) return false;
     --handles_;
-    element->_private = reinterpret_cast<void*>(reinterpret_cast<std::uintptr_t>(element->_private) - 1);
+    element->_private = PointerOf(NumberOf(element->_private) - 1);
     return true;
   }
   std::size_t GetHandles() const { return handles_; }
   /// Where the element stood in what was loaded; 0 for one that was written.
-  static int GetLine(const xmlNode* element) {
-    return static_cast<int>(reinterpret_cast<std::uintptr_t>(element->_private) >> 32);
-  }
+  static int GetLine(const xmlNode* element) { return static_cast<int>(NumberOf(element->psvi)); }
 
  private:
+  static std::uintptr_t NumberOf(const void* member) { return reinterpret_cast<std::uintptr_t>(member); }
+  static void* PointerOf(std::uintptr_t number) { return reinterpret_cast<void*>(number); }
+
+  struct large_block_deleter_t {
+    void operator()(std::byte* block) const noexcept { large_block::Free(block); }
+  };
+
   void* Allocate(std::size_t size, std::size_t alignment);
+  std::byte* AddBlock(std::size_t size);
+  std::byte* AddLargeBlock();
   template <class T>
   T* New(xmlElementType type);
   void SetContent(xmlNode* text, std::string_view content);
   xmlChar* Copy(std::string_view text);
 
   std::vector<std::unique_ptr<std::byte[]>> blocks_;
+  std::vector<std::unique_ptr<std::byte, large_block_deleter_t>> largeBlocks_;
   std::byte* free_ = nullptr;  // the rest of the last block
   std::size_t freeSize_ = 0;
   xmlDict* dict_;

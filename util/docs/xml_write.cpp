@@ -2,17 +2,15 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
+#include <string>
+
+#include "util/docs/xml_tree_internal.h"
 
 namespace xml {
 
 namespace {
 
 constexpr std::size_t kBlock = 256 * 1024;
-
-std::string_view View(const xmlChar* text) noexcept {
-  return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text));
-}
 
 bool IsBlank(const xmlChar* text) noexcept {
   if (text == nullptr) return true;
@@ -58,8 +56,9 @@ bool HasLayout(const xmlNode* element) noexcept {
 
 bool KeepsSpace(const xmlNode* element) noexcept {
   for (const xmlAttr* attribute = element->properties; attribute != nullptr; attribute = attribute->next) {
-    if (attribute->ns == nullptr || View(attribute->name) != "space" || View(attribute->ns->prefix) != "xml") continue;
-    return attribute->children != nullptr && View(attribute->children->content) == "preserve";
+    if (attribute->ns == nullptr || ViewOf(attribute->name) != "space" || ViewOf(attribute->ns->prefix) != "xml")
+      continue;
+    return attribute->children != nullptr && ViewOf(attribute->children->content) == "preserve";
   }
   return false;
 }
@@ -85,18 +84,18 @@ class CWriter {
     switch (node->type) {
       case XML_ELEMENT_NODE: WriteElement(node, level, layOut); break;
       case XML_TEXT_NODE: Put(node->content, kText); break;
-      case XML_CDATA_SECTION_NODE: WriteCData(View(node->content)); break;
+      case XML_CDATA_SECTION_NODE: WriteCData(ViewOf(node->content)); break;
       case XML_COMMENT_NODE:
         Put("<!--");
-        Put(View(node->content));
+        Put(ViewOf(node->content));
         Put("-->");
         break;
       case XML_PI_NODE:
         Put("<?");
-        Put(View(node->name));
+        Put(ViewOf(node->name));
         if (node->content != nullptr) {
           Put(" ");
-          Put(View(node->content));
+          Put(ViewOf(node->content));
         }
         Put("?>");
         break;
@@ -109,7 +108,7 @@ class CWriter {
     PutName(element->ns, element->name);
     for (const xmlNs* ns = element->nsDef; ns != nullptr; ns = ns->next) {
       Put(ns->prefix == nullptr ? " xmlns" : " xmlns:");
-      Put(View(ns->prefix));
+      Put(ViewOf(ns->prefix));
       Put("=\"");
       Put(ns->href, kAttribute);
       Put("\"");
@@ -160,10 +159,10 @@ class CWriter {
 
   void PutName(const xmlNs* ns, const xmlChar* name) {
     if (ns != nullptr && ns->prefix != nullptr) {
-      Put(View(ns->prefix));
+      Put(ViewOf(ns->prefix));
       Put(":");
     }
-    Put(View(name));
+    Put(ViewOf(name));
   }
 
   void NewLine(std::size_t level) {

@@ -4,7 +4,6 @@
 #include <libxml/tree.h>
 
 #include <functional>
-#include <string>
 #include <string_view>
 
 namespace xml {

@@ -7,7 +7,6 @@
 // language everywhere. Any number of threads may call these functions at once.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>

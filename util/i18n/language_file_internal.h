@@ -2,8 +2,9 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/framework/cstring.h"

@@ -8,8 +8,10 @@
 #include <optional>
 #include <utility>
 
+#include "platform/framework/file.h"
 #include "platform/framework/invalid_arg.h"
 #include "platform/framework/module_path.h"
+#include "platform/text/ascii_internal.h"
 #include "platform/zorplatform/file_search.h"
 #include "util/i18n/english_texts_internal.h"
 #include "util/i18n/language_file_internal.h"
@@ -53,17 +55,25 @@ registry_t& GetRegistry() {
   return registry;
 }
 
-// The first file of that tag.
+// The first file of that tag. Places that could not be looked at are problems of the file, or of one without texts.
 std::optional<language_file_t> ReadFirst(const CString& module, std::string_view tag,
                                          const std::vector<CString>& folders) {
+  std::optional<language_file_t> unseen;
   for (const CString& folder : folders) {
     const CString path = folder + u"\\" + module + u"." + CString(tag) + kExtension;
-    if (!zorplatform::FileExists(path)) continue;
+    try {
+      if (!zorplatform::CheckFileExists(path)) continue;
+    } catch (const CFileException& error) {
+      if (!unseen) unseen.emplace().path = path;
+      unseen->Report(0, error.what());
+      continue;
+    }
     language_file_t file = ReadLanguageFile(path);
+    if (unseen) file.problems.insert(file.problems.begin(), unseen->problems.begin(), unseen->problems.end());
     if (!file.tag.IsEmpty() && file.tag != tag) file.Report(0, "the file's name and its Tag differ");
     return file;
   }
-  return std::nullopt;
+  return unseen;
 }
 
 std::vector<CString> GetFolders(const std::vector<CString>& own) {
@@ -135,8 +145,7 @@ CLanguageModule::~CLanguageModule() = default;
 bool CLanguageModule::IsName(std::u16string_view name) {
   constexpr std::size_t kLongest = 64;
   const auto isAllowed = [](char16_t unit) {
-    return (unit >= u'0' && unit <= u'9') || (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z') ||
-           unit == u'-' || unit == u'_' || unit == u'.';
+    return ascii::IsDigit(unit) || ascii::IsLetter(unit) || unit == u'-' || unit == u'_' || unit == u'.';
   };
   return !name.empty() && name.size() <= kLongest && name[0] != u'.' &&
          std::all_of(name.begin(), name.end(), isAllowed);
@@ -244,7 +253,11 @@ std::vector<language_t> CLanguageModule::GetLanguages() const {
   languages[kEnglishTag] = {kLanguageEnglish, kEnglishTag, u"English"};
   for (const CString& folder : GetFolders(state_->folders)) {
     file_names_t files;
-    zorplatform::CFileSearch::FindFile(folder + u"\\" + begin + u"*" + kExtension, files);
+    try {
+      zorplatform::CFileSearch::FindFile(folder + u"\\" + begin + u"*" + kExtension, files);
+    } catch (const CFileException&) {
+      continue;  // a folder that may not be read offers nothing
+    }
     for (const CString& file : files.names) {
       const int length = file.GetLength() - begin.GetLength() - (static_cast<int>(std::size(kExtension)) - 1);
       const std::string tag = file.Mid(begin.GetLength(), length).ToUtf8();

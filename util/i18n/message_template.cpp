@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/ole/variant_conversion.h"
+#include "platform/text/ascii_internal.h"
 #include "platform/zorplatform/exception.h"
 
 namespace i18n {
@@ -23,13 +24,11 @@ struct conversion_t {
   char letter = '\0';
 };
 
-bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
-
 // Decimal digits at `at`, which moves behind them; saturates.
 unsigned TakeNumber(std::u16string_view text, std::size_t& at) {
   constexpr unsigned kLargest = 1'000'000;
   unsigned number = 0;
-  for (; at < text.size() && IsDigit(text[at]); ++at) {
+  for (; at < text.size() && ascii::IsDigit(text[at]); ++at) {
     number = std::min(kLargest, number * 10 + static_cast<unsigned>(text[at] - u'0'));
   }
   return number;

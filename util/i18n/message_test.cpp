@@ -67,6 +67,7 @@ TEST(LocalizedMessage, IsRenderedInTheLanguageThatIsAskedFor) {
   EXPECT_EQ(Text(message, 0), german);
   EXPECT_EQ(Text(message, kLanguageEnglish), english);
   SetProductLanguageId(0);
+  EXPECT_EQ(GetProductLanguageId(), kLanguageEnglish);
   EXPECT_TRUE(message->IsLocalized());
 
   EXPECT_EQ(Text(MakeLocalizedMessage(0xFFFFFFFF)), "<<Missing string resource 4294967295>>");
@@ -83,13 +84,14 @@ TEST(LocalizedMessage, PartsFollowEachOtherWithoutSeparator) {
   EXPECT_EQ(Text(message, kLanguageGerman), "Ja!");
   EXPECT_FALSE(message->IsLocalized());
   message->Append(std::make_unique<CForeignMessage>());
-  EXPECT_EQ(Text(message), "Yesforeign");
+  EXPECT_TRUE(Text(message) == "Yesforeign" && !message->IsLocalized());
   const message_t copy = CopyLocalizedMessage(message);
   EXPECT_EQ(Written(*copy), Written(*message));
   message->Append(nullptr);
   EXPECT_FALSE(message->IsMultipartMessage());
   EXPECT_EQ(Text(message) + Text(copy), "YesYesforeign");
   EXPECT_EQ(CopyLocalizedMessage(none), nullptr);
+  EXPECT_EQ(CLocalizedMessage().GetMessageText(0), u"");
 }
 
 TEST(LocalizedMessage, OfManyPartsIsCopiedRenderedAndDestroyedButNotWritten) {

@@ -4,8 +4,10 @@
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
+#include <unistd.h>
 
 #include <cstdint>
+#include <fstream>
 #include <functional>
 #include <random>
 #include <string>
@@ -70,7 +72,14 @@ std::string MakeProject(std::size_t size, bool pretty) {
   return text;
 }
 
-std::uint64_t MemoryInUse() { return mallinfo2().uordblks + mallinfo2().hblkhd; }
+// What the process occupies, of whatever allocator.
+std::uint64_t MemoryInUse() {
+  malloc_trim(0);
+  std::uint64_t pages = 0;
+  std::ifstream statm("/proc/self/statm");
+  statm >> pages >> pages;
+  return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+}
 
 // Reads again and again. The last column is the memory that a document holds, in bytes a byte of text.
 template <class Document>
@@ -80,7 +89,6 @@ void Read(benchmark::State& state, const std::string& text, Document (*read)(con
     benchmark::DoNotOptimize(&document);
   }
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
-  malloc_trim(0);
   const std::uint64_t before = MemoryInUse();
   const auto document = read(text);
   const auto held = static_cast<double>(MemoryInUse() - before);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "platform/framework/large_block.h"
 #include "util/json/node_pool_internal.h"
 
 namespace zorutil::json {
@@ -13,9 +14,15 @@ namespace zorutil::json {
 // Heads the memory of its nodes. While a pool still adds to it, `live` is kOpen less the nodes that have been freed.
 struct node_piece_t {
   std::atomic<std::uint32_t> live;
+  bool isLargeBlock;
 
   void Release(std::uint32_t count) noexcept {
-    if (live.fetch_sub(count, std::memory_order_acq_rel) == count) std::free(this);
+    if (live.fetch_sub(count, std::memory_order_acq_rel) != count) return;
+    if (isLargeBlock) {
+      large_block::Free(this);
+    } else {
+      std::free(this);
+    }
   }
 };
 
@@ -25,6 +32,7 @@ constexpr std::uint32_t kOpen = 1U << 30;
 constexpr std::size_t kPieceHeader = 16;
 constexpr std::size_t kFirstSize = 1024 - 16;
 constexpr std::size_t kLargestSize = 64 * 1024 - 16;
+constexpr unsigned kManyPieces = 96;  // from here on they are large blocks
 constexpr std::size_t kLargestNode = 512;
 
 // Stands before every node: the piece it lies in, or null.
@@ -77,10 +85,12 @@ void* node_pool_t::Take(std::size_t bytes) {
 
 void node_pool_t::Open() {
   Close();
-  size_ = size_ == 0 ? kFirstSize : std::min(size_ * 2, kLargestSize);
-  void* const memory = std::malloc(size_);
+  const bool isLarge = pieces_ >= kManyPieces;
+  size_ = isLarge ? large_block::kSize : size_ == 0 ? kFirstSize : std::min(size_ * 2, kLargestSize);
+  void* const memory = isLarge ? large_block::Allocate() : std::malloc(size_);
   if (memory == nullptr) throw std::bad_alloc();
-  piece_ = new (memory) node_piece_t{{kOpen}};
+  ++pieces_;
+  piece_ = new (memory) node_piece_t{{kOpen}, isLarge};
   next_ = static_cast<char*>(memory) + kPieceHeader;
   room_ = size_ - kPieceHeader;
 }

@@ -1,5 +1,6 @@
-// Memory for the nodes of a document. What a reader makes lies side by side in pieces, and a piece of up to 64 KB is
-// freed with the last node in it; everything else is allocated one by one. Nodes of both kinds mix freely.
+// Memory for the nodes of a document. What a reader makes lies side by side in pieces, and a piece, of up to 64 KB
+// or in a large document of 2 MB, is freed with the last node in it; everything else is allocated one by one. Nodes of
+// both kinds mix freely.
 //
 //   using member_list_t = std::list<member_t, node_allocator_t<member_t>>;
 //

@@ -31,6 +31,7 @@ class node_pool_t {
   std::size_t room_ = 0;
   std::size_t size_ = 0;
   unsigned made_ = 0;
+  unsigned pieces_ = 0;
 };
 
 }  // namespace zorutil::json

@@ -18,7 +18,7 @@ member_t Member(const char16_t* name, int number) {
 
 TEST(JsonObject, FindsTheFirstMemberWhateverTheCaseAndAddsAMissingOne) {
   object_t object(3, {Member(u"Name", 1), Member(u"NAME", 2)}, 4, 5, 6);
-  EXPECT_TRUE(object.isKind1Or3);
+  EXPECT_TRUE(object.isKind1Or3 && object_t(1).isKind1Or3 && !object_t(2).isKind1Or3);
   EXPECT_EQ(ValueAsVariant(object.FindMember(u"nAmE").value).lVal, 1);
   EXPECT_EQ(std::as_const(object).FindMember(u"rate"), nullptr);
   member_t& added = object.FindMember(u"Rate");

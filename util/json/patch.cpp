@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <list>
+#include <map>
 #include <optional>
 #include <span>
 #include <utility>
@@ -22,20 +23,30 @@ struct failure_t {
   const char* cause;
 };
 
+// Calls with each value inside an object or array.
+template <class Look>
+void ForEachInner(const IValue& value, Look look) {
+  if (value.IsObject()) {
+    for (const member_t& member : static_cast<const object_t&>(value).members) look(member.value.get());
+  } else if (value.IsArray()) {
+    for (const auto& element : static_cast<const array_t&>(value).elements) look(element.get());
+  }
+}
+
 // The levels of objects and arrays in a value; more than `limit` when there are more.
 int Height(const IValue* value, int limit) {
   if (value == nullptr || value->IsScalar()) return 0;
   if (limit == 0) return 1;
   int highest = 0;
-  const auto look = [&](const std::shared_ptr<IValue>& inner) {
-    highest = std::max(highest, Height(inner.get(), limit - 1));
-  };
-  if (value->IsObject()) {
-    for (const member_t& member : static_cast<const object_t*>(value)->members) look(member.value);
-  } else {
-    for (const auto& element : static_cast<const array_t*>(value)->elements) look(element);
-  }
+  ForEachInner(*value, [&](const IValue* inner) { highest = std::max(highest, Height(inner, limit - 1)); });
   return highest + 1;
+}
+
+// Whether a node stands in a value of known height.
+bool Holds(const IValue* value, const IValue* sought) {
+  bool holds = value == sought;
+  if (value != nullptr) ForEachInner(*value, [&](const IValue* inner) { holds = holds || Holds(inner, sought); });
+  return holds;
 }
 
 // A second value, of known height; `budget` is what may still be copied.
@@ -59,6 +70,57 @@ std::shared_ptr<IValue> Clone(const IValue* value, std::size_t& budget) {
   }
   return copy;
 }
+
+// Members by their names, for objects of many in which many are looked for: a list alone would make a patch of many
+// operations on one object take the square of their number. Names that only differ in their place (duplicates) are left
+// to the list, whose first one counts; no operation makes any.
+class member_index_t {
+ public:
+  member_list_t::iterator Find(object_t& object, const CString& name) {
+    places_t* const places = PlacesOf(object);
+    if (places == nullptr) return FindExactly(object.members, name);
+    const auto found = places->find(name.View());
+    return found == places->end() ? object.members.end() : found->second;
+  }
+  /// A member came to the end of the object, which had none of its name.
+  void OnAdded(object_t& object, member_list_t::iterator member) {
+    if (places_t* const places = KnownPlacesOf(object)) places->emplace(member->name.View(), member);
+  }
+  /// A member is about to leave the object.
+  void OnRemove(object_t& object, member_list_t::iterator member) noexcept {
+    if (places_t* const places = KnownPlacesOf(object)) places->erase(member->name.View());
+  }
+
+ private:
+  // By order, not by hash: names may be chosen to collide.
+  using places_t = std::map<std::u16string_view, member_list_t::iterator>;
+  static constexpr std::size_t kFewMembers = 16;
+  static constexpr std::size_t kFewLooks = 8;
+  struct entry_t {
+    std::size_t looks = 0;
+    std::optional<places_t> places;
+  };
+
+  places_t* KnownPlacesOf(const object_t& object) noexcept {
+    const auto entry = entries_.find(&object);
+    return entry == entries_.end() || !entry->second.places ? nullptr : &*entry->second.places;
+  }
+  places_t* PlacesOf(object_t& object) {
+    if (object.members.size() <= kFewMembers) return KnownPlacesOf(object);
+    entry_t& entry = entries_[&object];
+    if (++entry.looks == kFewLooks) {
+      places_t places;
+      bool isUnique = true;
+      for (auto at = object.members.begin(); isUnique && at != object.members.end(); ++at) {
+        isUnique = places.emplace(at->name.View(), at).second;
+      }
+      if (isUnique) entry.places = std::move(places);
+    }
+    return entry.places ? &*entry.places : nullptr;
+  }
+
+  std::map<const object_t*, entry_t> entries_;  // the records of changes keep every object alive
+};
 
 // Carries operations out, and takes them back.
 class patcher_t {
@@ -101,6 +163,11 @@ class patcher_t {
       throw failure_t{"a value cannot be moved into itself"};
     }
     Remove(from);
+    CheckDepth(to, source.get());
+    // By another of its places, in a document whose nodes stand in several.
+    if (!to.empty() && Holds(source.get(), Existing(std::span(to).first(to.size() - 1))->get())) {
+      throw failure_t{"a value cannot be moved into itself"};
+    }
     Add(to, source);
   }
 
@@ -166,10 +233,7 @@ class patcher_t {
     for (const CString& token : tokens) {
       IValue* const from = place->get();
       if (from != nullptr && from->IsObject()) {
-        auto& members = static_cast<object_t*>(from)->members;
-        const auto found = FindExactly(members, token);
-        if (found == members.end()) throw failure_t{"there is no such member"};
-        place = &found->value;
+        place = &ExistingMember(static_cast<object_t&>(*from), token)->value;
       } else if (from != nullptr && from->IsArray()) {
         auto& elements = static_cast<array_t*>(from)->elements;
         place = &elements[ExistingIndex(token, elements.size())];
@@ -229,13 +293,14 @@ class patcher_t {
     if (to.empty()) return SetDocument(std::move(value));
     const auto [object, array] = Parent(to);
     if (object != nullptr) {
-      const auto found = FindExactly(object->members, to.back());
+      const auto found = index_.Find(*object, to.back());
       if (found != object->members.end()) return SetMember(*object, found, std::move(value));
       undo_t& undo = Record();
       object->members.emplace_back(to.back(), std::move(value), 0);
       undo.object = object;
       undo.member = std::prev(object->members.end());
       undo.change = change_t::MEMBER_ADDED;
+      index_.OnAdded(*object, undo.member);
       return;
     }
     auto& elements = array->elements;
@@ -263,6 +328,7 @@ class patcher_t {
     if (object != nullptr) {
       const auto member = ExistingMember(*object, at.back());
       undo_t& undo = Record();
+      index_.OnRemove(*object, member);
       undo.object = object;
       undo.member = std::next(member);
       undo.removed.splice(undo.removed.end(), object->members, member);
@@ -278,8 +344,8 @@ class patcher_t {
     undo.change = change_t::ELEMENT_REMOVED;
   }
 
-  static member_list_t::iterator ExistingMember(object_t& object, const CString& name) {
-    const auto found = FindExactly(object.members, name);
+  member_list_t::iterator ExistingMember(object_t& object, const CString& name) {
+    const auto found = index_.Find(object, name);
     if (found == object.members.end()) throw failure_t{"there is no such member"};
     return found;
   }
@@ -303,6 +369,7 @@ class patcher_t {
   const bool mustBeObject_;
   std::size_t budget_;
   std::list<undo_t> undo_;  // a list, because members' nodes move into it
+  member_index_t index_;
 };
 
 // `finish` takes the result over; what it throws undoes the patch.

@@ -11,9 +11,7 @@
 // that patch and document share nothing afterwards, and `copy` makes a second value. `test` compares numbers as numbers
 // (1 equals 1.0), texts unit by unit, objects whatever the order of their members. Members that are added have line 0.
 //
-// The document is changed in place: whoever shares one of its nodes sees the change. In one whose nodes stand in
-// several places (none that was read from text), `move` must not bring a node inside itself by another of its places:
-// that is not noticed. One thread at a time.
+// The document is changed in place: whoever shares one of its nodes sees the change. One thread at a time.
 #pragma once
 
 #include <cstddef>

@@ -156,4 +156,11 @@ TEST(JsonPatch, AnObjectStaysAnObjectAndADocumentHasOne) {
   EXPECT_EQ(WriteText(root, {.indent = 0}), R"({"b":1})");
   EXPECT_EQ(Text(shared), R"({"b":1})");
   EXPECT_EQ(ApplyPatch(*Value("{}"), root).ToString(), "a patch must be an array of operations");
+
+  // A node that stands in two places does not come inside itself by the other one.
+  auto document = Value(R"({"outer":{"inner":[{}]}})");
+  ValueAsObject(document).FindMember(u"again").value = *ResolvePointer(document, u"/outer/inner");
+  EXPECT_EQ(ApplyPatch(*Value(R"([{"op":"move","from":"/outer","path":"/again/0/x"}])"), document).ToString(),
+            "operation 1, /again/0/x: a value cannot be moved into itself");
+  EXPECT_EQ(Text(document), R"({"outer":{"inner":[{}]},"again":[{}]})");
 }

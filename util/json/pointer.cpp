@@ -2,14 +2,14 @@
 
 #include <algorithm>
 
+#include "platform/text/ascii_internal.h"
 #include "platform/text/number_text.h"
 #include "util/json/pointer_internal.h"
 
 namespace zorutil::json {
 
 std::optional<std::size_t> ParseIndex(std::u16string_view token) {
-  const bool areDigits =
-      std::all_of(token.begin(), token.end(), [](char16_t unit) { return unit >= u'0' && unit <= u'9'; });
+  const bool areDigits = std::all_of(token.begin(), token.end(), ascii::IsDigit);
   if (token.empty() || !areDigits || (token.size() > 1 && token[0] == u'0')) return std::nullopt;
   return number_text::ParseUInt64(token);  // beyond 64 bits the largest, which no array reaches
 }

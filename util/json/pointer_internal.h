@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <list>
 #include <optional>
 #include <string_view>
 

@@ -1,6 +1,7 @@
 // The names of one text, each made once and shared. Not installed: for the reader.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -66,7 +67,7 @@ class string_table_t {
     for (; left >= 8; at += 8, left -= 8) take(Load(at, 8));
     if (left != 0) {
       // Behind the body the text goes on, at the least with a quote and the end of the object.
-      const bool hasRoom = at + 8 <= text.data() + text.size();
+      const bool hasRoom = std::endian::native == std::endian::little && at + 8 <= text.data() + text.size();
       take(hasRoom ? Load(at, 8) & ((std::uint64_t{1} << (8 * left)) - 1) : Load(at, left));
     }
     return hash;
@@ -82,7 +83,7 @@ class string_table_t {
     if (entries_.size() * 2 >= slots_.size()) Grow();
     const std::size_t mask = slots_.size() - 1;
     for (std::size_t probe = 0; probe != kMaxProbes; ++probe) {
-      std::uint32_t& slot = slots_[(hash + probe) & mask];
+      std::uint32_t& slot = slots_[static_cast<std::size_t>(hash + probe) & mask];
       if (slot == kNone) {
         entries_.push_back({body, hash, make(), kNone});
         return slot = static_cast<std::uint32_t>(entries_.size() - 1);
@@ -98,7 +99,7 @@ class string_table_t {
     const std::size_t mask = slots.size() - 1;
     for (std::uint32_t i = 0; i != entries_.size(); ++i) {
       for (std::size_t probe = 0; probe != kMaxProbes; ++probe) {
-        std::uint32_t& slot = slots[(entries_[i].hash + probe) & mask];
+        std::uint32_t& slot = slots[static_cast<std::size_t>(entries_[i].hash + probe) & mask];
         if (slot != kNone) continue;
         slot = i;
         break;

@@ -5,6 +5,8 @@
 #include <new>
 #include <string>
 
+#include "platform/text/utf8_character_internal.h"
+
 namespace zorutil::json {
 
 // The stage is no public interface; what follows was written for this generation of it.
@@ -32,7 +34,7 @@ bool structural_index_t::Build(std::string_view text) {
   // The implementation without vector instructions checks UTF-8 in strings only, and looks behind a text that breaks
   // off inside a character.
   std::string padded;
-  if (implementation->name() == "fallback") {
+  if (implementation->required_instruction_sets() == 0) {
     if (!implementation->validate_utf8(text.data(), text.size())) return false;
     padded.append(text).append(simdjson::SIMDJSON_PADDING, '\0');
   }
@@ -45,37 +47,11 @@ bool structural_index_t::Build(std::string_view text) {
   return true;
 }
 
-namespace {
-
-// The length of the well-formed sequence at `at`, or 0.
-std::size_t SequenceLength(std::string_view text, std::size_t at) {
-  const auto byte = [&](std::size_t i) -> unsigned {
-    return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0;
-  };
-  const auto continues = [&](std::size_t i) { return (byte(i) & 0xC0) == 0x80; };
-  const unsigned first = byte(0);
-  if (first < 0x80) return 1;
-  if (first >= 0xC2 && first <= 0xDF) return continues(1) ? 2 : 0;
-  if (first >= 0xE0 && first <= 0xEF) {
-    const bool isShort = first == 0xE0 && byte(1) < 0xA0;
-    const bool isSurrogate = first == 0xED && byte(1) >= 0xA0;
-    return continues(1) && continues(2) && !isShort && !isSurrogate ? 3 : 0;
-  }
-  if (first >= 0xF0 && first <= 0xF4) {
-    const bool isShort = first == 0xF0 && byte(1) < 0x90;
-    const bool isBeyond = first == 0xF4 && byte(1) >= 0x90;
-    return continues(1) && continues(2) && continues(3) && !isShort && !isBeyond ? 4 : 0;
-  }
-  return 0;
-}
-
-}  // namespace
-
 lexical_fault_t FindLexicalFault(std::string_view text) {
   bool inString = false;
   std::size_t start = 0;
   for (std::size_t at = 0; at < text.size();) {
-    const std::size_t length = SequenceLength(text, at);
+    const std::size_t length = utf::CharacterSize(text, at);
     if (length == 0) return {"this is not UTF-8", at, inString ? start : at};
     const char c = text[at];
     if (inString && static_cast<unsigned char>(c) < 0x20) {

@@ -1,5 +1,4 @@
 #include <array>
-#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -9,6 +8,7 @@
 
 #include "platform/ole/string.h"
 #include "platform/text/number_text.h"
+#include "platform/text/real_chars.h"
 #include "platform/text/utf.h"
 #include "util/json/json_text.h"
 #include "util/json/node_pool_internal.h"
@@ -140,7 +140,7 @@ std::optional<double> ToDouble(std::string_view text, bool negative, std::uint64
     return negative ? -value : value;
   }
   double value = 0;
-  if (std::from_chars(text.data(), text.data() + text.size(), value).ec == std::errc()) return value;
+  if (real_chars::FromChars(text.data(), text.data() + text.size(), value).ec == std::errc()) return value;
   // Too large or too small, which from_chars does not tell apart.
   const std::u16string wide(text.begin(), text.end());
   value = number_text::ParseDouble(wide);
@@ -316,17 +316,13 @@ class reader_t {
     }
   }
 
+  // The value is empty, and its fields are set where they are: a variant that is made and moved is read back in other
+  // widths than it was written in, which a processor waits for.
   void ReadScalar(CVariant& value) {
     switch (Token()) {
       case '"': return ReadString(value);
-      case 't':
-        ReadWord("true");
-        value = CVariant::FromBool(true);
-        return;
-      case 'f':
-        ReadWord("false");
-        value = CVariant::FromBool(false);
-        return;
+      case 't': ReadWord("true"); return SetBool(value, VARIANT_TRUE);
+      case 'f': ReadWord("false"); return SetBool(value, VARIANT_FALSE);
       case 'n': return ReadWord("null");
       case '-':
       case '0':
@@ -441,21 +437,34 @@ class reader_t {
     const std::string_view text(begin, static_cast<std::size_t>(at - begin));
     const auto real = ToDouble(text, negative, digits, exponent, areExact);
     if (!real) RefuseNumber("the number is too large");
-    value = CVariant::FromDouble(*real);
+    value.vt = VT_R8;
+    value.dblVal = *real;
   }
 
   [[noreturn]] void RefuseNumber(const char* cause) const { throw refused_t{cause, Place()}; }
+
+  static void SetBool(CVariant& value, VARIANT_BOOL content) {
+    value.vt = VT_BOOL;
+    value.boolVal = content;
+  }
 
   static bool SetInteger(CVariant& value, bool negative, std::uint64_t magnitude) {
     constexpr std::uint64_t kMinMagnitude = std::uint64_t{1} << 63;
     if (negative && (magnitude == 0 || magnitude > kMinMagnitude)) return false;
     if (!negative && magnitude >= kMinMagnitude) {
-      value = CVariant::FromUInt64(magnitude);
+      value.vt = VT_UI8;
+      value.ullVal = magnitude;
       return true;
     }
     const auto number = static_cast<std::int64_t>(negative ? 0 - magnitude : magnitude);
     const auto small = static_cast<std::int32_t>(number);
-    value = small == number ? CVariant::FromInt32(small) : CVariant::FromInt64(number);
+    if (small == number) {
+      value.vt = VT_I4;
+      value.lVal = small;
+    } else {
+      value.vt = VT_I8;
+      value.llVal = number;
+    }
     return true;
   }
 

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "platform/text/ascii_internal.h"
 #include "platform/text/collation.h"
 #include "platform/text/utf.h"
 #include "platform/zorplatform/exception.h"
@@ -55,8 +56,6 @@ void Fail(std::u16string_view text, const char* why) {
 
 namespace {
 
-constexpr bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
-
 enum class reading_t { good, octetTooLarge, other };
 
 // Any text that begins with a digit. `address` is written when it is good.
@@ -65,7 +64,7 @@ reading_t ReadQuadWithBlanks(std::u16string_view text, std::uint32_t& address) n
   unsigned octet = 0, digits = 0;
   bool hasEnded = false;  // a blank behind the last octet
   for (const char16_t unit : text) {
-    if (IsDigit(unit)) {
+    if (ascii::IsDigit(unit)) {
       if (digits == 3 || hasEnded) return reading_t::other;
       values[octet] = values[octet] * 10 + (unit - u'0');
       ++digits;
@@ -93,7 +92,7 @@ reading_t ReadQuadWithBlanks(std::u16string_view text, std::uint32_t& address) n
 reading_t ReadQuad(std::u16string_view text, std::uint32_t& address) noexcept {
   const char16_t* at = text.data();
   const char16_t* const end = at + text.size();
-  const auto isDigit = [&] { return at != end && IsDigit(*at); };
+  const auto isDigit = [&] { return at != end && ascii::IsDigit(*at); };
   const auto atStop = [&] {
     return at != end && at != text.data() && collation::IsSpace(*at) ? ReadQuadWithBlanks(text, address)
                                                                      : reading_t::other;

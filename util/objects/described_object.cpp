@@ -9,6 +9,7 @@
 
 #include "platform/framework/file.h"
 #include "platform/framework/sync.h"
+#include "platform/text/surrogates_internal.h"
 #include "util/docs/structured_doc.h"
 #include "util/i18n/localized_message.h"
 #include "util/i18n/message_exception.h"
@@ -136,9 +137,7 @@ bool IsPlainText(std::u16string_view text) {
     const char16_t unit = text[i];
     if (unit >= 0x20 && unit < 0xD800) continue;
     if (unit == u'\t' || unit == u'\n' || unit == u'\r' || (unit >= 0xE000 && unit < 0xFFFE)) continue;
-    const bool isPair =
-        unit >= 0xD800 && unit < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000;
-    if (!isPair) return false;
+    if (!utf::IsPairAt(text, i)) return false;
     ++i;
   }
   return true;

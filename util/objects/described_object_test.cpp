@@ -187,6 +187,13 @@ TEST_F(DescribedObject, PasswordsAreEncryptedOnceWhereverTheyComeFrom) {
   EXPECT_EQ(plain, u"geheim");
   EXPECT_EQ(SetField(device, field, CVariant(stored)), TAKEN);
   EXPECT_EQ(device.password, stored);
+  for (const bool isEncrypted : {true, false}) {
+    CXmlDocument xml;
+    xml.SetEncryptPasswords(isEncrypted);
+    ASSERT_NE(device.Save(&xml, xml.WriteElement(nullptr, nullptr, u"Top", false, u""), nullptr, true), 0);
+    EXPECT_EQ(xml.GetXml().Find(u">" + stored + u"<") >= 0, isEncrypted);
+    EXPECT_EQ(xml.GetXml().Find(u">geheim<") >= 0, !isEncrypted);
+  }
   EXPECT_EQ(SetField(device, field, u""), TAKEN);
   EXPECT_EQ(device.password, u"");
 }

@@ -14,6 +14,7 @@
 
 #include "platform/text/collation.h"
 #include "platform/text/number_text.h"
+#include "platform/text/real_chars.h"
 #include "platform/zorplatform/exception.h"
 #include "platform/zorplatform/growable_buffer.h"
 #include "util/i18n/localized_message.h"
@@ -165,7 +166,7 @@ field_result_t RealFromText(field_kind_t kind, std::u16string_view text, field_v
     char memory[kNumberChars];
     const std::string_view digits = Narrow(text, memory);
     float value = 0;
-    const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    const auto read = real_chars::FromChars(digits.data(), digits.data() + digits.size(), value);
     if (!digits.empty() && read.ec == std::errc() && read.ptr == digits.data() + digits.size() &&
         digits.front() != 'i' && digits.front() != 'n' && std::isfinite(value)) {
       out.real = static_cast<double>(value);

@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "platform/text/ascii_internal.h"
 #include "platform/text/collation.h"
 #include "util/objects/table_obj.h"
 
@@ -14,13 +15,11 @@ namespace {
 constexpr unsigned kSlack = 1;
 constexpr unsigned kMostShared = 0x7FFF;
 
-char16_t Folded(char16_t unit) { return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit | 0x20) : unit; }
-
 // Of the first `most` characters, how many two names have in common.
 unsigned Common(std::u16string_view a, std::u16string_view b, unsigned most) {
   const std::size_t length = std::min({a.size(), b.size(), std::size_t{most}});
   std::size_t i = 0;
-  while (i < length && Folded(a[i]) == Folded(b[i])) ++i;
+  while (i < length && ascii::ToLower(a[i]) == ascii::ToLower(b[i])) ++i;
   return static_cast<unsigned>(i);
 }
 

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <mutex>
 
+#include "platform/text/ascii_internal.h"
 #include "util/objects/table_internal.h"
 
 namespace {
@@ -10,7 +11,6 @@ namespace {
 constexpr unsigned kMaxAttempts = 10'000'000;
 constexpr std::uint64_t kLargestNumber = 0x7FFFFFFF;
 
-bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
 
 // A name that is counted up: a text and a number, which has a least number of digits.
@@ -21,7 +21,7 @@ class CCountedName {
     base_ = base_.substr(0, maxLength == 0 ? 0 : maxLength - 1);
     CutHalfPair();
     std::uint64_t value = 0;
-    const auto lastOther = std::find_if_not(base_.rbegin(), base_.rend(), IsDigit);
+    const auto lastOther = std::find_if_not(base_.rbegin(), base_.rend(), ascii::IsDigit);
     const auto digits = static_cast<std::size_t>(lastOther - base_.rbegin());
     for (const char16_t digit : base_.substr(base_.size() - digits))
       value = std::min(value * 10 + (digit - u'0'), kLargestNumber);

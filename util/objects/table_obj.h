@@ -101,7 +101,6 @@ class ZORUTIL_API CTableObj : public zorutil::properties::IPropertyModel {
    private:
     const CTableObj& object_;
     std::uint8_t saved_;
-    bool root_;
   };
 
   /// The deepest nesting of Load and Save, and so of a tree that is stored.

@@ -1,6 +1,5 @@
 // Loading and saving an object: what stands before its own data.
 
-#include <algorithm>
 #include <string>
 
 #include "platform/framework/file.h"
@@ -80,12 +79,10 @@ thread_local unsigned CTableObj::serialization_scope_t::sm_uRecursionCount = 0;
 thread_local bool CTableObj::serialization_scope_t::sm_bRootSerializing = false;
 
 CTableObj::serialization_scope_t::serialization_scope_t(const CTableObj& object, bool single, bool isDocument) noexcept
-    : object_(object),
-      saved_(static_cast<std::uint8_t>(object.GetFlags() & (kSerializing | kSingle | kBinary))),
-      root_(sm_uRecursionCount == 0 && !single && object.GetParent() == nullptr) {
+    : object_(object), saved_(static_cast<std::uint8_t>(object.GetFlags() & (kSerializing | kSingle | kBinary))) {
   object.ReplaceFlags(kSerializing | kSingle | kBinary,
                       kSerializing | (single ? kSingle : 0U) | (isDocument ? 0U : kBinary));
-  if (++sm_uRecursionCount == 1) sm_bRootSerializing = root_;
+  if (++sm_uRecursionCount == 1) sm_bRootSerializing = !single && object.GetParent() == nullptr;
 }
 
 CTableObj::serialization_scope_t::~serialization_scope_t() {

@@ -50,7 +50,8 @@ TEST_F(TableObj, CopiesTakeWhatTheyShallAndNoMore) {
   partX->SetDescription(u"text");
   partX->SetCustomBit(7, true);
   CPart copy(*partX);
-  EXPECT_TRUE(copy == *partX && copy.GetDescription() == u"text" && copy.IsTrackingMods() && partX->GetCustomBit(7));
+  EXPECT_TRUE(copy == *partX && copy.GetDescription() == u"text" && copy.GetVersion() == 2 && copy.IsTrackingMods() &&
+              partX->GetCustomBit(7));
   EXPECT_FALSE(copy.IsInTable() || copy.GetCustomBit(7) || copy.IsModified());
   copy.value = 9;
   copy.SetTrackMods(false);
@@ -128,7 +129,8 @@ TEST_F(TableObj, FactoriesAreFoundByNumberNameAndList) {
   EXPECT_EQ(zorutil::owned_obj_ptr(CTableObj::CreateObject(u"bOX"))->GetObjectName(), u"Box");
   CTableObj::property_list_t list;
   partX->GetProperties(list);
-  EXPECT_EQ(zorutil::owned_obj_ptr(CTableObj::CreateObject(list))->GetFullType(), partX->GetFullType());
+  const zorutil::owned_obj_ptr made(CTableObj::CreateObject(list));
+  EXPECT_TRUE(made->GetFullType() == partX->GetFullType() && made->GetName() == u"x");
   const auto create = [](int type) {
     const CTableObj::property_list_t only{
         zorutil::properties::CProperty::Create(zorutil::kObjectType, CVariant::FromInt32(type))};
@@ -214,6 +216,7 @@ TEST_F(TableObj, AScopeTellsWhatIsUnderWay) {
   boxB->Save(&file, false);
   root->Save(&file, false);
   onData = nullptr;
+  EXPECT_FALSE(scope_t::sm_bRootSerializing);
   {
     const scope_t outer(*partX, true, true);
     { const scope_t inner(*partX, false, false); }
@@ -267,8 +270,9 @@ TEST_F(TableObj, ACopyIsEqualAndTheSourceStaysAsItWas) {
   EXPECT_TRUE(CTableObj::CopyObject(*root, *copy, CTableObj::kCopyObject) && copy->FindObject(u"root.b.x"));  // as was
   EXPECT_TRUE(CTableObj::CopyObject(*partX, *partB, CTableObj::kCopyObject));
   EXPECT_TRUE(*partX == *partB && root->parts.FindRecord(u"x") == partB);
+  partC->SetSubtype(9);
   EXPECT_TRUE(CTableObj::CopyObject(*partX, *partC, CTableObj::kCopyObject));
-  EXPECT_TRUE(partC->value == 3 && partC->GetName() == u"c");  // the name is taken there
+  EXPECT_TRUE(partC->value == 3 && partC->GetSubType() == 9 && partC->GetName() == u"c");  // the name is taken there
   EXPECT_FALSE(CTableObj::CopyObject(*partX, *boxB, CTableObj::kCopyObject));
   deep->value = -1;
   EXPECT_EQ(CTableObj::CopyObject(*root, CTableObj::kCopyHierarchy), nullptr);

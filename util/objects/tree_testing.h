@@ -54,6 +54,7 @@ class CPart : public CTableObj {
     CTableObj::GetProperties(list);
     list.push_back(zorutil::properties::CProperty::Create(256, CVariant::FromInt32(value)));
   }
+  void PostCreate(const property_list_t& list) override { SetProperties(list); }
   int OnSave(CFile* file) const override {
     Tell();
     zorutil::file_serializer_t out(file);

@@ -7,6 +7,7 @@
 
 #include "platform/framework/cstring.h"
 #include "platform/framework/invalid_arg.h"
+#include "platform/text/ascii_internal.h"
 #include "util/objects/table_obj.h"
 #include "util/objects/type_registry.h"
 #include "util/properties/property_definition.h"
@@ -20,11 +21,10 @@ bool IsSame(const char16_t* name, std::u16string_view sought) { return std::u16s
 // A name of XML without colon, in the part of Unicode that nobody argues about: the Latin letters.
 bool IsElementName(std::u16string_view name) {
   const auto isStart = [](char16_t unit) {
-    return (unit >= u'A' && unit <= u'Z') || (unit >= u'a' && unit <= u'z') || unit == u'_' ||
-           (unit >= 0xC0 && unit <= 0x24F && unit != 0xD7 && unit != 0xF7);
+    return ascii::IsLetter(unit) || unit == u'_' || (unit >= 0xC0 && unit <= 0x24F && unit != 0xD7 && unit != 0xF7);
   };
   const auto isPart = [&](char16_t unit) {
-    return isStart(unit) || (unit >= u'0' && unit <= u'9') || unit == u'-' || unit == u'.';
+    return isStart(unit) || ascii::IsDigit(unit) || unit == u'-' || unit == u'.';
   };
   return !name.empty() && isStart(name.front()) && std::all_of(name.begin(), name.end(), isPart);
 }

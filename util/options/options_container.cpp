@@ -103,11 +103,13 @@ COptionsContainer::~COptionsContainer() = default;
 void COptionsContainer::LoadSettings(level_t level, const CString& path) {
   const std::lock_guard guard(lock_);
   CIniFile document;
-  if (zorplatform::FileExists(path)) {
+  // A file that cannot be looked at is not missing: the level would be empty, and whoever saves it would empty the
+  // file.
+  if (zorplatform::CheckFileExists(path)) {
     try {
       document.Load(path);
     } catch (const CFileException&) {
-      if (zorplatform::FileExists(path)) throw;  // else it was removed in between
+      if (zorplatform::CheckFileExists(path)) throw;  // else it was removed in between
     }
   }
   Replace(level, std::move(document));

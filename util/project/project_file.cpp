@@ -10,6 +10,7 @@
 
 #include "platform/framework/file.h"
 #include "platform/framework/mem_file.h"
+#include "platform/framework/read_to_end_internal.h"
 #include "platform/framework/replace_file.h"
 #include "platform/framework/sync.h"
 #include "platform/zorplatform/exception.h"
@@ -129,22 +130,9 @@ owned_obj_ptr LoadXml(CFile& file, load_report_t& report) {
   return root;
 }
 
-std::string ReadAll(CFile& file) {
-  std::string text;
-  for (std::size_t room = 64 * 1024;; room *= 2) {
-    const std::size_t size = text.size();
-    text.resize(size + room);
-    const unsigned got = file.Read(text.data() + size, static_cast<unsigned>(room));
-    text.resize(size + got);
-    if (got < room) return text;
-    if (text.size() > INT32_MAX) throw std::length_error("a text of more than 2 GB");
-    room = std::min<std::size_t>(room, std::size_t{1} << 28);
-  }
-}
-
 owned_obj_ptr LoadJson(CFile& file, load_report_t& report) {
   json::root_t document;
-  if (const auto error = json::ReadText(ReadAll(file), document)) {
+  if (const auto error = json::ReadText(ReadToEnd(file, std::size_t{INT32_MAX} + 1), document)) {
     report.AddAt(error.line, error.column, Message(i18n::IDS_PROJECT_TEXT, {CVariant(error.cause)}));
     return nullptr;
   }

@@ -43,9 +43,10 @@ class ZORUTIL_API IDefinitionFileClient {
 
 /// False, and no call, for a file that cannot be opened, has another magic number, or whose namespace number lies
 /// outside 1 to kMaxNamespace. CException -3 when the file ends too early, -1 when a count or record in it is corrupt,
-/// either naming the file; the client may have had some definitions by then. Errors of reading are CFileException.
+/// either beginning with the path; the client may have had some definitions by then. Errors of reading are
+/// CFileException.
 ZORUTIL_API bool ReadDefinitionFile(const CString& path, IDefinitionFileClient& client);
-/// The same from a serializer; `fileName` is what the client is told.
+/// The same from a serializer; `fileName` is what the client is told, and what messages begin with.
 ZORUTIL_API bool ReadDefinitionStream(ISerializer& in, const CString& fileName, IDefinitionFileClient& client);
 
 /// What stands between the last "\" and the last full stop behind it: "\etc\motors.prop" gives "motors".

@@ -8,13 +8,14 @@
 #include <string>
 #include <vector>
 
-#include "platform/framework/file.h"
+#include "platform/framework/read_to_end_internal.h"
 #include "platform/zorplatform/exception.h"
 #include "platform/zorplatform/file_search.h"
 #include "util/i18n/language_module.h"
 #include "util/properties/definition_file.h"
 #include "util/properties/definition_loader.h"
 #include "util/properties/namespace_index_internal.h"
+#include "util/serialization/stream_serializers.h"
 
 namespace zorutil::properties {
 
@@ -24,14 +25,14 @@ using zorplatform::CException;
 namespace {
 
 // More than any directory can fill: a line of the longest names for each number a namespace can have, many times over.
-constexpr std::uint64_t kMaxIndexBytes = 16 << 20;
+constexpr std::size_t kMaxIndexBytes = 16 << 20;
 
 // The definitions of one namespace. Filled by one thread, then never changed.
 class CNamespace {
  public:
   CNamespace() = default;
-  CNamespace(std::vector<definition_ptr_t> definitions, int number) : definitions_(std::move(definitions)) {
-    FillIds(number);
+  explicit CNamespace(std::vector<definition_ptr_t> definitions) : definitions_(std::move(definitions)) {
+    FillIds();
     FillNames();
   }
 
@@ -65,14 +66,14 @@ class CNamespace {
   // The upper bits of the product, of which there are as many as the table has address bits.
   std::size_t Home(int id) const noexcept { return (static_cast<std::uint32_t>(id) * 0x9E3779B1U) >> shift_; }
 
-  // An open table, at most half full. Ids of another namespace are never asked here.
-  void FillIds(int number) {
+  // An open table, at most half full. Ids of another namespace, which a file may hold, are never asked for here.
+  void FillIds() {
     if (definitions_.empty()) return;
     slots_.resize(std::bit_ceil(definitions_.size() * 2));
     shift_ = 32 - std::countr_zero(slots_.size());
     for (const definition_ptr_t& definition : definitions_) {
       const int id = definition->GetId();
-      if (GetNamespaceNumber(id) != number || Find(id) != nullptr) continue;
+      if (Find(id) != nullptr) continue;
       std::size_t at = Home(id);
       while (slots_[at].definition != nullptr) at = (at + 1) & (slots_.size() - 1);
       slots_[at] = {id, definition};
@@ -143,24 +144,28 @@ struct CDefinitionStore::state_t {
   }
 
   bool HasIndex() {
-    return index.load(std::memory_order_acquire) != nullptr || zorplatform::FileExists(GetIndexPath());
+    if (index.load(std::memory_order_acquire) != nullptr) return true;
+    try {
+      return zorplatform::CheckFileExists(GetIndexPath());
+    } catch (const CFileException& failure) {
+      ThrowUnreadableIndex(failure);
+    }
+  }
+  [[noreturn]] static void ThrowUnreadableIndex(const CFileException& failure) {
+    CException::Throw(CException::kEndOfStream, std::string("the namespace index cannot be read: ") + failure.what());
   }
   CString GetIndexPath() const { return directory + kIndexFileName; }
 
   namespace_map_t ReadIndex() const {
     const CString path = GetIndexPath();
     try {
-      if (!zorplatform::FileExists(path)) throw CFileException(path, "there is no such file", 0);
+      if (!zorplatform::CheckFileExists(path)) throw CFileException(path, "there is no such file", 0);
       CFile file(path, CFile::modeRead);
-      std::string text;
-      char chunk[4096];
-      while (const unsigned got = file.Read(chunk, sizeof chunk)) {
-        text.append(chunk, got);
-        if (text.size() > kMaxIndexBytes) throw CFileException(path, "too large for an index", 0);
-      }
+      const std::string text = ReadToEnd(file, kMaxIndexBytes + 1);
+      if (text.size() > kMaxIndexBytes) throw CFileException(path, "too large for an index", 0);
       return ReadIndexText(text);
     } catch (const CFileException& failure) {
-      CException::Throw(CException::kEndOfStream, std::string("the namespace index cannot be read: ") + failure.what());
+      ThrowUnreadableIndex(failure);
     }
   }
 
@@ -181,7 +186,7 @@ struct CDefinitionStore::state_t {
     const namespace_map_t& map = GetIndex();
     const auto entry = map.find(number);
     if (number == 0 || entry == map.end()) return Occupy(place, unknown);
-    return *Publish(place, std::make_unique<const CNamespace>(ReadFile(entry->second.fileName, number), number));
+    return *Publish(place, std::make_unique<const CNamespace>(ReadFile(entry->second.fileName, number)));
   }
 
   static const CNamespace& Occupy(std::atomic<const CNamespace*>& place, const CNamespace& standIn) noexcept {
@@ -198,7 +203,13 @@ struct CDefinitionStore::state_t {
 
   std::vector<definition_ptr_t> ReadFile(const CString& fileName, int number) const {
     collector_t collector(number);
-    if (IsPlain(fileName)) ReadDefinitionFile(PathOf(fileName), collector);
+    const CString path = PathOf(fileName);
+    // One that is there and cannot be opened now must not be empty as long as the process lives.
+    if (IsPlain(fileName) && zorplatform::CheckFileExists(path)) {
+      CFile file(path, CFile::modeRead);
+      file_serializer_t in(&file);
+      ReadDefinitionStream(in, GetDefinitionFileName(path), collector);
+    }
     return std::move(collector.definitions);
   }
 

@@ -10,9 +10,10 @@
 // same definitions.
 //
 // A directory without index has no definitions, until CreateIndexFile of the loader makes one. What a definition file
-// throws (definition_file.h) passes through, at each call; one that cannot be opened, or is of another namespace than
-// the index says, counts as empty. Names are looked up letter case aside, and of two definitions of one id, or of one
-// name, the first counts. A definition whose id belongs to another namespace is found by its name only.
+// throws (definition_file.h) passes through, at each call, and so does the CFileException of one that is there and
+// cannot be opened; one that is missing, or of another namespace than the index says, counts as empty. Names are looked
+// up letter case aside, and of two definitions of one id, or of one name, the first counts. A definition whose id
+// belongs to another namespace is found by its name only.
 #pragma once
 
 #include <memory>

@@ -25,6 +25,7 @@ using definition_testing::Define;
 using definition_testing::ReadText;
 using definition_testing::When;
 using definition_testing::WriteText;
+using namespace std::literals;
 using stream_testing::Bytes;
 
 std::string Written(const definition_file_t& file) {
@@ -49,7 +50,7 @@ struct heard_t : IDefinitionFileClient {
 
 const std::string kSmallRecord =
     "0800 02000080 4162"                                     // the name, in the form of a CVariant
-    "02006000 0F000000 07000000 00000000 00000000 FEFFFFFF"  // id, type, four numbers
+    "02006000 0F000000 07000000 08000000 09000000 FEFFFFFF"  // id, type, four numbers
     "01000001 1100 09 0200 FFFF 0000"                        // flags, default, minimum, maximum
     "01000000 05000000 06000000"                             // one value of the enumeration
     "00000000 01000000 01000000 05000000 0B00 FFFF";         // no allow condition, one enable condition
@@ -72,8 +73,27 @@ TEST(DefinitionFile, HasExactBytesAndRefusesDamage) {
   const IPropertyDefinition& read = *heard.definitions[0];
   EXPECT_EQ(Written({3, u"motors", heard.definitions}), hex);
   EXPECT_EQ(read.GetQualifiedName(), u"motors.Ab");
-  EXPECT_TRUE(read.IsExempt() && !read.GetSecondFlag() && !read.IsRequired() && read.IsServerOnly());
-  EXPECT_TRUE(read.GetMetaDataNumber() == 7 && read.GetFourthNumber() == -2 && read.GetMinLength() == -1);
+  EXPECT_TRUE(read.GetMetaDataNumber() == 7 && read.GetSecondNumber() == 8 && read.GetThirdNumber() == 9 &&
+              read.GetFourthNumber() == -2);
+  EXPECT_EQ(read.GetDefaultValue(), CVariant::FromUInt8(9));
+  EXPECT_TRUE(read.GetMinLength() == -1 && read.GetMaxLength() == -1);
+  EXPECT_TRUE(read.GetEnumValues()[0]->GetValue() == 5 && read.GetEnumValues()[0]->GetMetaDataNumber() == 6);
+  ASSERT_TRUE(read.GetAllowConditions().empty() && read.GetEnableConditions().size() == 1);
+  EXPECT_EQ(read.GetEnableConditions()[0]->GetWatchedId(), 1);
+  EXPECT_EQ(read.GetEnableConditions()[0]->GetOperation(), CVariantCompare::NOT_EQUAL);
+
+  using set_flag_t = void (property_def_t::*)(bool) noexcept;
+  const std::pair<set_flag_t, const char*> flags[] = {{&property_def_t::SetExempt, "01000000"},
+                                                      {&property_def_t::SetSecondFlag, "00010000"},
+                                                      {&property_def_t::SetRequired, "00000100"},
+                                                      {&property_def_t::SetServerOnly, "00000001"}};
+  for (const auto& [set, bytes] : flags) {
+    property_def_t flagged(1, u"Ab", TYPE_NONE);
+    (flagged.*set)(true);
+    memory_serializer_t out;
+    flagged.Serialize(out);
+    EXPECT_EQ(stream_testing::Hex(out.GetContent()).substr(64, 8), bytes);
+  }
 }
 
 TEST(DefinitionFile, IsTakenOrSkippedByItsHeader) {
@@ -155,10 +175,18 @@ TEST(NamespaceIndex, NamesTheFilesThatAreDefinitionFiles) {
   const std::string index = ReadText(at + kIndexFileName);
   EXPECT_EQ(index, "1=Motors\r\n1023=a.b,Größe, Gewicht\r\n7=plain\r\n");
 
-  // A file that ends within its header leaves the index as it was.
-  WriteText(at + u"short.prop", head);
-  EXPECT_EQ(stream_testing::CodeOf({}, [&](ISerializer&) { CreateIndexFile(at); }), -3);
-  EXPECT_EQ(ReadText(at + kIndexFileName), index);
+  // A file that is damaged in its header is named, and leaves the index as it was.
+  for (const auto& [rest, code] : {std::pair(""s, -3), {"\3\0\xFF\xFF\xFF\xFF"s, -1}}) {
+    WriteText(at + u"short.prop", head + rest);
+    try {
+      CreateIndexFile(at);
+      ADD_FAILURE() << code;
+    } catch (const zorplatform::CException& error) {
+      EXPECT_EQ(error.GetCode(), code);
+      EXPECT_TRUE(std::string_view(error.what()).starts_with((at + u"short.prop: ").ToUtf8())) << error.what();
+    }
+    EXPECT_EQ(ReadText(at + kIndexFileName), index);
+  }
   ASSERT_EQ(::mkfifo(folder.Native("pipe.prop").c_str(), 0600), 0);  // who read it would wait
   WriteText(at + kIndexFileName, "5=pipe\n");
   EXPECT_EQ(CDefinitionStore(at).GetDefinition(MakePropertyId(5, 1)), nullptr);
@@ -207,7 +235,7 @@ TEST(DefinitionStore, ReadsTheFileOfANamespaceOnceAndNoOther) {
   WriteText(at + kIndexFileName, std::string((16 << 20) + 1, '\n'));
   EXPECT_EQ(codeOfName(), -1);
   CreateIndexFile(at);
-  WriteText(at + kIndexFileName, ReadText(at + kIndexFileName) + "6=gone\n8=m,Eight\n9=sub\\s\n");
+  WriteText(at + kIndexFileName, ReadText(at + kIndexFileName) + "6=gone\n8=m,Eight\n9=sub\\s\n10=motors,x\n");
   store.OnIndexCreated();
 
   const auto found = store.GetDefinition(speed);

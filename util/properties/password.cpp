@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <mutex>
 #include <string_view>
-#include <utility>
 
 #include "platform/framework/invalid_arg.h"
 #include "platform/text/utf.h"

@@ -1,11 +1,9 @@
 // Checking an object of 40 properties beside a hand-written check of the same rules, and finding definitions.
 #include <benchmark/benchmark.h>
 
-#include <array>
 #include <memory>
 #include <random>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 #include <vector>
 

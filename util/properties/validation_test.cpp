@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
 #include <map>
 #include <memory>
@@ -184,6 +185,8 @@ struct context_t : IValidationContext {
     CVariant GetMinValue() const override { return U(1); }
     CVariant GetMaxValue() const override { return max; }
     CVariant IsRequired() const override { return CVariant::FromBool(false); }
+    CVariant GetDefValue() const override { return max; }
+    CVariant IsServerOnly() const override { return max; }
     CVariant max;
   };
   std::shared_ptr<IPropertyEditor> GetPropertyEditor(int id) override { return id == editedId ? editor : nullptr; }
@@ -207,7 +210,11 @@ TEST(Validation, LetsTheContextOverrideADefinition) {
   EXPECT_TRUE(IsRequired(kExempt, context) && !IsServerOnly(kExempt, context));
   EXPECT_EQ(GetDefValue(kExempt, context), U(1));
   context.editedId = kExempt;
-  EXPECT_FALSE(IsRequired(kExempt, context));
+  context.editor->max = U(3);
+  EXPECT_TRUE(!IsRequired(kExempt, context) && IsServerOnly(kExempt, context));
+  const auto all = {GetDefValue(kExempt, context),  GetMinValue(kExempt, context), GetMaxValue(kExempt, context),
+                    GetMaxLength(kExempt, context), GetMinValue(kText, context),   GetMaxValue(kText, context)};
+  EXPECT_TRUE(std::ranges::equal(all, std::initializer_list<CVariant>{U(3), U(1), U(3), U(3), U(2), U(4)}));
   EXPECT_EQ(Failures(List({{kEnum, U(101)}, {kEnum, u"1"}}), context), "");
   EXPECT_EQ(context.asked, 1);  // the search ended with the value
 }

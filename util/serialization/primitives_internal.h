@@ -3,9 +3,7 @@
 
 #include <algorithm>
 #include <bit>
-#include <concepts>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 #include <type_traits>
 

@@ -1,5 +1,6 @@
 #include "util/serialization/private_heap.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <mutex>
@@ -21,9 +22,10 @@ void* CPrivateHeap::Alloc(unsigned size) {
   if (arena_ == nullptr) arena_.reset(new (std::nothrow) CPrivateArena);
   void* const block = arena_ != nullptr ? arena_->Alloc(size) : nullptr;
   if (block == nullptr) {
-    if (TotalAlloc() == 0) arena_.reset();
+    if (blocks_ == 0) arena_.reset();
     throw bad_alloc_t();
   }
+  ++blocks_;
   total_.store(static_cast<unsigned>(total), std::memory_order_relaxed);
   return block;
 }
@@ -33,9 +35,10 @@ void CPrivateHeap::Free(void* p, unsigned size) {
   if (arena_ == nullptr) return;
   const unsigned known = size != 0 ? size : arena_->SizeOf(p);
   if (!arena_->Free(p)) return;
-  const unsigned total = TotalAlloc() - known;
+  // A size that is wrong neither wraps the total nor takes away the blocks of others.
+  const unsigned total = TotalAlloc() - std::min(known, TotalAlloc());
   total_.store(total, std::memory_order_relaxed);
-  if (total == 0) arena_.reset();
+  if (--blocks_ == 0 && total == 0) arena_.reset();
 }
 
 bool CPrivateHeap::Validate(void* p) const {

@@ -35,7 +35,8 @@ class ZORUTIL_API CPrivateHeap : public IPool {
   /// total exactly the budget is refused), and when the system has no memory; then nothing has changed.
   void* Alloc(unsigned size) override;
   /// Frees a block of this heap; any other pointer is ignored, one into a block or freed before included.
-  /// @param size  what the block was asked for with, which is counted off the total; 0: the heap knows it
+  /// @param size  what the block was asked for with, which is counted off the total; 0: the heap knows it. A wrong one
+  ///   falsifies the total, which never falls below 0, and nothing else.
   void Free(void* p, unsigned size) override;
 
   /// Whether `p` is a block in use of this heap. Any pointer may be asked about.
@@ -51,6 +52,7 @@ class ZORUTIL_API CPrivateHeap : public IPool {
   mutable CLightLock lock_;
   const unsigned maxSize_;
   std::atomic<unsigned> total_{0};        // written under the lock
+  unsigned blocks_ = 0;                   // in use
   std::unique_ptr<CPrivateArena> arena_;  // null while idle
 };
 

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <map>
@@ -47,6 +46,21 @@ TEST(PrivateHeap, IgnoresWhatIsNotALiveBlockOfItsOwn) {
     EXPECT_EQ(heap.TotalAlloc(), 1u + 100 + 5'000 + 200'000 + 256 * 1024 + 1'000'000) << p;
   }
   for (void* p : live) EXPECT_TRUE(heap.Validate(p));
+}
+
+TEST(PrivateHeap, AWrongSizeFalsifiesTheTotalOnly) {
+  CPrivateHeap heap(1000);
+  void* const first = heap.Alloc(60);
+  void* const second = heap.Alloc(40);
+  void* const third = heap.Alloc(30);
+  heap.Free(first, 10);
+  EXPECT_EQ(heap.TotalAlloc(), 120u);
+  heap.Free(second, 500);
+  EXPECT_EQ(heap.TotalAlloc(), 0u);
+  EXPECT_THROW(heap.Alloc(1000), zorpool::bad_alloc_t);
+  EXPECT_TRUE(heap.Validate(third));
+  heap.Free(third, 0);
+  EXPECT_FALSE(heap.Validate(third));
 }
 
 // What the process has mapped, in MiB.

@@ -26,6 +26,7 @@ bool file_serializer_t::Peek(void* dst, unsigned n) {
   try {
     file_->Seek(0, CFile::current);
   } catch (const CFileException&) {
+    if (!file_->IsOpen()) throw;
     return false;  // a pipe cannot give back what was looked at
   }
   const unsigned got = file_->Read(dst, n);

@@ -32,7 +32,7 @@ class ZORUTIL_API file_serializer_t : public ISerializer {
   /// All `n` bytes, at the position; errors of the file are CFileException.
   void Write(const void* src, unsigned n) override;
   /// True only if all `n` bytes were there; the position stays where it was. False on a file without positions, such
-  /// as a pipe.
+  /// as a pipe. CFileException on a closed one, as Read.
   bool Peek(void* dst, unsigned n) override;
 
  private:

@@ -1,6 +1,5 @@
 #include "util/serialization/string_serialization.h"
 
-#include <memory>
 #include <string>
 
 #include "platform/text/surrogates_internal.h"

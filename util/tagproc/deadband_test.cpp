@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cfloat>
 #include <cmath>
 #include <limits>
 
@@ -42,14 +43,14 @@ TEST(Deadband, SettersTellWhatChanged) {
   EXPECT_EQ(deadband.SetDeadbandType(2), 0);
   EXPECT_TRUE(deadband.IsDeadband());
   EXPECT_EQ(deadband.SetDeadband(0.5), 1);
-  EXPECT_EQ(deadband.SetDeadband(0.5 + 1e-16), 0);
+  EXPECT_EQ(deadband.SetDeadband(0.5 + DBL_EPSILON), 0);
   EXPECT_EQ(deadband.GetDeadband(), 0.5);
   EXPECT_EQ(deadband.SetHighRange(std::numeric_limits<double>::infinity()), 1);
   EXPECT_EQ(deadband.SetHighRange(std::numeric_limits<double>::infinity()), 0);
   EXPECT_EQ(deadband, CDeadband(deadband)) << "infinities are equal";
   EXPECT_EQ(deadband.SetLowRange(std::nan("")), 1);
   EXPECT_EQ(deadband.SetLowRange(std::nan("")), 1);
-  EXPECT_EQ(Deadband(1, 0.5), Deadband(1, 0.5 + 1e-16));
+  EXPECT_EQ(Deadband(1, 0.5), Deadband(1, 0.5 + DBL_EPSILON));
   EXPECT_NE(Deadband(1, 0.5), Deadband(1, 0.5 + 1e-15));
   EXPECT_NE(Deadband(1, 0.5), Deadband(2, 0.5));
 }

@@ -11,6 +11,14 @@
 
 namespace {
 
+// The names of this process are German. Documents of an English system are read all the same.
+const int kNamesAreGerman = [] {
+  i18n::SetProductLanguageId(i18n::kLanguageGerman);
+  CScaling::TextFromType(CScaling::NONE);
+  i18n::SetProductLanguageId(0);
+  return 0;
+}();
+
 constexpr const char16_t* kNamespace = u"urn:plant";
 
 // The setting read from a document with these elements, and what Load returned.
@@ -62,7 +70,7 @@ CScaling Scaling() {
 
 TEST(ScalingDocument, WritesTenElementsAndReadsThemBack) {
   EXPECT_EQ(Saved(Scaling()),
-            u"Type=Square Root RawLow=-1.5 RawHigh=27648 ScaledDataType=Float ScaledLow=4 "
+            u"Type=Quadratwurzel RawLow=-1.5 RawHigh=27648 ScaledDataType=Float ScaledLow=4 "
             u"ScaledHigh=1E+300 ClampLow=false ClampHigh=true Units= m\u00b3  NegateValue=true");
   CScaling none = Scaling();
   none.SetScalingType(CScaling::NONE);
@@ -70,10 +78,10 @@ TEST(ScalingDocument, WritesTenElementsAndReadsThemBack) {
 }
 
 TEST(ScalingDocument, FillsInDefaultsUnlessTheTypeIsNone) {
-  CScaling scaling = Scaling(), linear;
-  linear.SetScalingType(CScaling::LINEAR);
-  EXPECT_EQ(Load(scaling, u"<Type>LINEAR</Type><ScaledDataType>no type</ScaledDataType><RawHigh> </RawHigh>"), 1);
-  EXPECT_EQ(scaling, linear);
+  CScaling scaling = Scaling(), root;
+  root.SetScalingType(CScaling::SQUARE_ROOT);
+  EXPECT_EQ(Load(scaling, u"<Type>SQUARE ROOT</Type><ScaledDataType>no type</ScaledDataType><RawHigh> </RawHigh>"), 1);
+  EXPECT_EQ(scaling, root);
   scaling = Scaling();
   EXPECT_EQ(Load(scaling, u"<Type xmlns=\"urn:other\">Linear</Type>"), 1) << "absent here";
   EXPECT_EQ(scaling, CScaling());

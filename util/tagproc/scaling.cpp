@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 #include "util/docs/structured_doc.h"
 #include "util/i18n/language.h"
@@ -16,6 +17,7 @@
 #include "util/values/enum_text_internal.h"
 #include "util/values/safe_array_internal.h"
 #include "util/values/variant.h"
+#include "util/values/vartype_internal.h"
 
 using scaling_kernels::step_t;
 using zorutil::primitives::ReadLittle;
@@ -52,16 +54,13 @@ constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 bool IsBetween(DATATYPE basic, DATATYPE first, DATATYPE last) { return basic >= first && basic <= last; }
 
-// Arrays beyond this many rows or columns are converted by no rule.
-constexpr std::uint32_t kMaxArrayExtent = 65535;
-
 // Whether converting to double, scaling and converting to `to` can go through whole-array loops with the result that
 // the three steps one after another have.
 bool CanScaleInOnePass(const CVariant& value, VARTYPE from, VARTYPE to) {
   const CSafeArray* const array = value.GetArray();
   if (array == nullptr || array->GetVarType() != from || !array->HoldsItsType()) return false;
   const bool converts = from != VT_R8 || to != VT_R8;
-  if (converts && (array->GetNumRows() > kMaxArrayExtent || array->GetNumCols() > kMaxArrayExtent)) return false;
+  if (converts && std::max(array->GetNumRows(), array->GetNumCols()) > vartype::kMaxConvertedExtent) return false;
   return array_kernels::CanConvert(from, VT_R8) && array_kernels::CanConvert(VT_R8, to);
 }
 
@@ -102,8 +101,8 @@ HRESULT Scale(const step_t& step, CVariant& value, VARTYPE target) {
     scaling_kernels::Apply(step, &value.dblVal, 1);
     return value.ConvertTypeEx(target, 0, false);
   }
-  const auto from = static_cast<VARTYPE>(value.vt & ~VT_ARRAY);
-  const auto to = static_cast<VARTYPE>(target & ~VT_ARRAY);
+  const VARTYPE from = vartype::ElementOf(value.vt);
+  const VARTYPE to = vartype::ElementOf(target);
   if (CanScaleInOnePass(value, from, to)) {
     const HRESULT result = ScaleInOnePass(step, value, from, to);
     if (result < 0) value.Clear();
@@ -149,43 +148,29 @@ bool CScaling::IsValid(VARTYPE rawType, SCALINGRESULT* result) const {
   return IsValid(CVariant::ConvertVarType(rawType), result);
 }
 
-scaling_kernels::step_t CScaling::ForwardStep() const {
-  const auto formula = type_ == LINEAR        ? step_t::LINEAR_FORWARD
-                       : type_ == SQUARE_ROOT ? step_t::ROOT_FORWARD
-                                              : step_t::COPY;
-  return {formula,
-          clampLow_ ? rawLow_ : -kInfinity,
-          clampHigh_ ? rawHigh_ : kInfinity,
-          rawLow_,
-          rawHigh_,
-          scaledLow_,
-          scaledHigh_,
-          negate_};
-}
-
-scaling_kernels::step_t CScaling::ReverseStep() const {
-  const auto formula = type_ == LINEAR        ? step_t::LINEAR_REVERSE
-                       : type_ == SQUARE_ROOT ? step_t::ROOT_REVERSE
-                                              : step_t::COPY;
-  return {formula,
-          clampLow_ ? scaledLow_ : -kInfinity,
-          clampHigh_ ? scaledHigh_ : kInfinity,
-          scaledLow_,
-          scaledHigh_,
-          rawLow_,
-          rawHigh_,
-          negate_};
+scaling_kernels::step_t CScaling::MakeStep(bool isForward) const {
+  auto formula = step_t::COPY;
+  if (type_ == LINEAR) formula = isForward ? step_t::LINEAR_FORWARD : step_t::LINEAR_REVERSE;
+  if (type_ == SQUARE_ROOT) formula = isForward ? step_t::ROOT_FORWARD : step_t::ROOT_REVERSE;
+  step_t step{formula, -kInfinity, kInfinity, rawLow_, rawHigh_, scaledLow_, scaledHigh_, negate_};
+  if (!isForward) {
+    std::swap(step.fromLow, step.toLow);
+    std::swap(step.fromHigh, step.toHigh);
+  }
+  if (clampLow_) step.lowest = step.fromLow;
+  if (clampHigh_) step.highest = step.fromHigh;
+  return step;
 }
 
 bool CScaling::DoScaling(CVariant& value) const {
   const VARTYPE target = CVariant::ConvertDataType(scaledDataType_);
-  return Scale(ForwardStep(), value, static_cast<VARTYPE>(value.IsArray() ? target | VT_ARRAY : target)) >= 0;
+  return Scale(MakeStep(true), value, static_cast<VARTYPE>(value.IsArray() ? target | VT_ARRAY : target)) >= 0;
 }
 
 HRESULT CScaling::ReverseScaling(CVariant& value, DATATYPE rawType) const {
   const VARTYPE target = CVariant::ConvertDataType(rawType);
   if (!IsRawTypeSupported(rawType) || value.IsArray() != ((target & VT_ARRAY) != 0)) return DISP_E_TYPEMISMATCH;
-  return Scale(ReverseStep(), value, target);
+  return Scale(MakeStep(false), value, target);
 }
 
 const char16_t* CScaling::TextFromType(SCALINGTYPE type) {

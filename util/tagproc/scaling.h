@@ -142,8 +142,7 @@ class ZORUTIL_API CScaling {
     field = value;
     return changed ? 1 : 0;
   }
-  scaling_kernels::step_t ForwardStep() const;
-  scaling_kernels::step_t ReverseStep() const;
+  scaling_kernels::step_t MakeStep(bool isForward) const;
 
   SCALINGTYPE type_ = NONE;
   DATATYPE scaledDataType_ = DT_DOUBLE;

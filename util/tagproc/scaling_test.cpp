@@ -215,11 +215,15 @@ TEST(ScalingSettings, AreValidOrNameTheFirstFault) {
   settings["scaled order"].SetScaledLow(1000);
   settings["scaled range"] = Scaling(CScaling::LINEAR, 0, 100, 0, 3e9);
   settings["scaled range"].SetScaledDataType(DT_LONG);
+  settings["whole range"] = settings["scaled below"] = Scaling(CScaling::LINEAR, -32768, 32767, -128, 127);
+  settings["whole range"].SetScaledDataType(DT_CHAR);
+  settings["scaled below"].SetScaledDataType(DT_BYTE);
   settings["none"] = Scaling(CScaling::NONE, 100, 0, 1, 0);
   // The settings, the raw type, and the verdict.
   for (const auto& c : Rows(R"(
       good|4|0; good|24|0; good|10|0; good|12|0; good|-1|1; good|0|1; good|21|1; good|13|1; good|34|1; raw order|4|3;
-      raw range|4|3; raw range|6|0; scaled order|4|4; scaled type|4|2; scaled range|4|4; none|1|0)")) {
+      raw range|4|3; raw range|6|0; scaled order|4|4; scaled type|4|2; scaled range|4|4; none|1|0;
+      whole range|4|0; whole range|5|3; whole range|2|3; scaled below|4|4)")) {
     CScaling::SCALINGRESULT verdict{};
     EXPECT_EQ(settings[c[0]].IsValid(Id(std::stoi(c[1])), &verdict), c[2] == "0");
     EXPECT_EQ(verdict, std::stoi(c[2])) << c[0] << ", raw type " << c[1];

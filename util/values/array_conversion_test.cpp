@@ -1,7 +1,6 @@
 // Conversion in place, and whole-array loops against the conversion of one element at a time.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <bit>
 #include <cfloat>
 #include <cmath>
@@ -56,7 +55,7 @@ TEST(ConvertType, FailsWithTheseCodesAndLeavesNothingOrEverything) {
                {"s:70000", VT_I2, DISP_E_OVERFLOW},
                {"i4:-1", VT_UI4, DISP_E_OVERFLOW},
                {"ui8:18446744073709551615", VT_I8, DISP_E_OVERFLOW},
-               {"i:5", VT_VARIANT, DISP_E_TYPEMISMATCH},  // by way of VT_I4
+               {"i:5", VT_VARIANT, DISP_E_TYPEMISMATCH},
                {"i:5", VT_I4 | VT_ARRAY, DISP_E_TYPEMISMATCH},
                {"null", VT_I4, DISP_E_TYPEMISMATCH},
                {"r8:nan", VT_I4, DISP_E_OVERFLOW},

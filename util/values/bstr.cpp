@@ -1,6 +1,5 @@
 #include "util/values/bstr.h"
 
-#include <bit>
 #include <new>
 #include <ostream>
 #include <string>

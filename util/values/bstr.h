@@ -15,7 +15,6 @@
 #include <limits>
 #include <string>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 
 #include "platform/export.h"

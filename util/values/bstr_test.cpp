@@ -111,6 +111,10 @@ TEST(BstrOwnership, MovesCopiesAndGivesAway) {
   moved = nullptr;
   EXPECT_TRUE(moved.IsNull());
   EXPECT_EQ(*moved.GetString(), u'\0');
+  CBstr odd, assigned(u"old");
+  odd.Attach(SysAllocStringByteLen("abc", 3));
+  assigned = odd;
+  EXPECT_TRUE(CBstr(odd) == odd && assigned == odd && !(odd == CBstr(u"\u6261"))) << "to the byte";
 }
 
 // Refused by the length alone: no text of that length is there.

@@ -6,6 +6,7 @@
 #include "platform/ole/ole_types.h"
 #include "platform/text/collation.h"
 #include "util/values/variant.h"
+#include "util/values/vartype_internal.h"
 
 namespace {
 
@@ -76,7 +77,7 @@ VARTYPE CVariant::ConvertDataType(DATATYPE type) noexcept {
 }
 
 DATATYPE CVariant::ConvertVarType(VARTYPE vt) noexcept {
-  const VARTYPE element = static_cast<VARTYPE>(vt & ~VT_ARRAY);
+  const VARTYPE element = vartype::ElementOf(vt);
   // The first row of a VARTYPE counts: the decimal types come back as the plain ones they travel as.
   for (std::int32_t i = DT_STRING; i <= DT_QWORD; ++i) {
     if (kTypes[i].vt != element) continue;

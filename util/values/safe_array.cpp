@@ -18,12 +18,6 @@ BSTR* Strings(const tagSAFEARRAY& array) { return static_cast<BSTR*>(array.pvDat
 CVariant* Variants(const tagSAFEARRAY& array) { return static_cast<CVariant*>(array.pvData); }
 char* Bytes(const tagSAFEARRAY& array) { return static_cast<char*>(array.pvData); }
 
-std::uint32_t ElementCount(const tagSAFEARRAY& array) {
-  if (array.pvData == nullptr) return 0;
-  const std::uint32_t first = array.rgsabound[0].cElements;
-  return array.cDims == 2 ? first * array.rgsabound[1].cElements : first;
-}
-
 std::uint16_t FeaturesOf(VARTYPE element) {
   unsigned features = FADF_FIXEDSIZE | FADF_HAVEVARTYPE;
   if (element == VT_BSTR) features |= FADF_BSTR;
@@ -110,10 +104,10 @@ void CSafeArray::_Shape(std::uint32_t rows, std::uint32_t columns, VARTYPE eleme
 // Sets aside elements, as a rule zeroed: 0, null and VT_EMPTY are all zero bits. An array of no elements still has
 // data, which tells it from an array without data.
 void CSafeArray::_Alloc(bool zeroed) {
-  const std::size_t count = std::size_t{GetNumRows()} * GetNumCols();
+  const std::uint64_t count = std::uint64_t{GetNumRows()} * GetNumCols();
   // A string is reported as 4 bytes, but takes a whole pointer.
-  const std::size_t slot = fFeatures & FADF_BSTR ? sizeof(BSTR) : cbElements;
-  pvData = SafeArrayAllocData(std::max<std::size_t>(count * slot, 1), zeroed);
+  const std::uint32_t slot = fFeatures & FADF_BSTR ? sizeof(BSTR) : cbElements;
+  pvData = SafeArrayAllocData(std::max<std::uint64_t>(count * slot, 1), zeroed);
   if (pvData == nullptr) ThrowNoMemory();
 }
 
@@ -254,8 +248,11 @@ void CSafeArray::Format(CString& out, bool full) const {
 
 bool operator==(const tagSAFEARRAY& a, const tagSAFEARRAY& b) {
   if (a.pvData == nullptr || b.pvData == nullptr) return a.pvData == b.pvData;
-  const std::uint32_t count = ElementCount(a);
-  if (a.cDims != b.cDims || a.cbElements != b.cbElements || count != ElementCount(b)) return false;
+  const std::uint32_t count = static_cast<const CSafeArray&>(a).GetNumElements();
+  if (a.cDims != b.cDims || a.cbElements != b.cbElements ||
+      count != static_cast<const CSafeArray&>(b).GetNumElements()) {
+    return false;
+  }
   const VARTYPE element = SafeArrayGetVartype(a);
   const VARTYPE other = SafeArrayGetVartype(b);
   const bool untyped = element == VT_EMPTY || other == VT_EMPTY;

@@ -75,7 +75,8 @@ TEST(SafeArray, SetsConvertedElementsAndRefusesOthers) {
   const array_owner_t decimals = Make(1, 1, VT_DECIMAL);
   CVariant out;
   EXPECT_TRUE(decimals->SetElement(0, CVariant(u"1.5")) && decimals->GetElement(0, out));
-  EXPECT_TRUE(out == CVariant::FromDecimal({0, 1, 0, 0, 15}));
+  const DECIMAL decimal{0, 1, 0, 0, 15};
+  EXPECT_TRUE(out == CVariant::FromDecimal(decimal) && *decimals == *Make(1, 1, VT_DECIMAL, &decimal));
 }
 
 TEST(SafeArray, EqualityGoesByDimensionsTypeAndContent) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <functional>
-#include <string>
 #include <type_traits>
 
 #include "platform/export.h"

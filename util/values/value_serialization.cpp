@@ -1,8 +1,8 @@
 // The binary forms of variants and safe arrays. They nest: an array may hold variants that hold arrays.
 #include <algorithm>
 #include <bit>
+#include <cstdint>
 #include <cstring>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -12,6 +12,7 @@
 #include "util/values/bstr_serialization_internal.h"
 #include "util/values/safe_array_internal.h"
 #include "util/values/variant.h"
+#include "util/values/vartype_internal.h"
 
 using zorplatform::CException;
 using zorutil::ISerializer;
@@ -103,7 +104,7 @@ struct value_io_t {
     CVariant value;
     const auto vt = ReadLittle<VARTYPE>(in);
     if ((vt & ~(VT_TYPEMASK | VT_ARRAY)) != 0 || vt == VT_VARIANT) ThrowCorrupt("type " + std::to_string(vt));
-    const auto element = static_cast<VARTYPE>(vt & ~VT_ARRAY);
+    const VARTYPE element = vartype::ElementOf(vt);
     if (vt & VT_ARRAY) {
       array_owner_t array = ReadArray(in, depth + 1);
       if (array->GetVarType() != element) {
@@ -133,8 +134,9 @@ struct value_io_t {
     const auto rows = ReadLittle<std::uint32_t>(in);
     const auto columns = ReadLittle<std::uint32_t>(in);
     const auto features = ReadLittle<std::uint16_t>(in);
-    const std::uint64_t count = std::uint64_t{rows} * columns;
-    if (count > std::numeric_limits<std::uint32_t>::max())
+    const std::uint64_t product = std::uint64_t{rows} * columns;
+    const auto count = static_cast<std::uint32_t>(product);
+    if (count != product)
       ThrowCorrupt("an array of " + std::to_string(rows) + " rows and " + std::to_string(columns) + " columns");
     if (element > VT_UINT || (CVariant::SizeOf(element) == 0 && (element != VT_EMPTY || count != 0))) {
       ThrowCorrupt("an array of type " + std::to_string(element));
@@ -164,7 +166,7 @@ struct value_io_t {
 
   // A null array is written as an array of no elements of its type; one without a type of its own has the value's.
   static void WriteArrayOf(const tagVARIANT& value, ISerializer& out, int depth) {
-    const auto element = static_cast<VARTYPE>(value.vt & ~VT_ARRAY);
+    const VARTYPE element = vartype::ElementOf(value.vt);
     if (value.parray != nullptr) {
       const auto& array = static_cast<const CSafeArray&>(*value.parray);
       const VARTYPE own = array.GetVarType();
@@ -176,19 +178,20 @@ struct value_io_t {
 
   // Reads elements that own something, and only then makes room for all of them in the shaped, still empty array.
   template <class Owner, class ReadOne>
-  static void ReadOwners(CSafeArray& array, std::size_t count, ReadOne readOne) {
+  static void ReadOwners(CSafeArray& array, std::uint32_t count, ReadOne readOne) {
     std::vector<Owner> owners;
-    owners.reserve(std::min(count, kFirstElements));
+    owners.reserve(std::min<std::size_t>(count, kFirstElements));
     for (std::size_t i = 0; i < count; ++i) readOne(owners.emplace_back());
     safe_array_access_t::Alloc(array);
     std::move(owners.begin(), owners.end(), static_cast<Owner*>(array.pvData));
   }
 
-  static void ReadNumbers(CSafeArray& array, std::size_t count, ISerializer& in) {
+  static void ReadNumbers(CSafeArray& array, std::uint32_t count, ISerializer& in) {
     if (count == 0) return safe_array_access_t::Alloc(array);
     std::size_t have = 0;
-    const std::size_t bytes = count * array.cbElements;
-    zorutil::primitives::ReadGrowing(in, bytes, [&](std::size_t want) {
+    const std::uint64_t bytes = std::uint64_t{count} * array.cbElements;
+    if (bytes > PTRDIFF_MAX) CException::Throw(CException::kAllocation, "no memory for an array");
+    zorutil::primitives::ReadGrowing(in, static_cast<std::size_t>(bytes), [&](std::size_t want) {
       void* const grown = SafeArrayAllocData(want, false);
       if (grown == nullptr) CException::Throw(CException::kAllocation, "no memory for an array");
       if (have != 0) std::memcpy(grown, array.pvData, have);

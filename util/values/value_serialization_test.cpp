@@ -45,7 +45,7 @@ TEST(BstrForm, CountsBytesAndKnowsNoCheckWord) {
                {u"a\0b"sv, "03000080610062"},
                {u"\u6c34\u6c34"sv, "04000000346C346C"},
                {u"\u00e9"sv, "02000000E900"},
-               {u"\xDC00"sv, "0200000000DC"}};
+               {u"abc\xDC00"sv, "0800000061006200630000DC"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.hex);
     EXPECT_EQ(Written(CBstr(c.text)), c.hex);
@@ -131,6 +131,8 @@ TEST(VariantForm, OfANullArrayIsAnArrayOfNoElements) {
     EXPECT_EQ(Written(Value(row[0])), row[1]);
     EXPECT_TRUE(ReadValue(row[1]) == Value(row[2]));
   }
+  CVariant tooManyRows = ReadValue("0220 0200 00000100 00000000 9000");
+  EXPECT_EQ(tooManyRows.ConvertTypeEx(VT_I4 | VT_ARRAY, 0, false), E_INVALIDARG);
 }
 
 TEST(VariantForm, CorruptBytesAreRefusedAndLeaveTheValueEmpty) {
@@ -208,6 +210,11 @@ TEST(VariantForm, WhatCannotBeReadIsNotWritten) {
   reference.vt = VT_I4 | VT_BYREF | VT_ARRAY;
   EXPECT_THROW(Written(reference), CException);
   reference.vt = VT_EMPTY;
+  CVariant untyped = Value("[i2:1]");
+  untyped.GetArray()->SetVarType(VT_EMPTY);
+  EXPECT_EQ(Written(untyped), Written(Value("[i2:1]"))) << "it has the value's type";
+  untyped.vt = VT_I4 | VT_ARRAY;
+  EXPECT_THROW(Written(untyped), CException);
 }
 
 TEST(ArrayForm, ReplacesShapeAndTypeAndAFailureLeavesTheArray) {

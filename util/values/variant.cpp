@@ -1,6 +1,5 @@
 #include "util/values/variant.h"
 
-#include <bit>
 #include <cmath>
 #include <limits>
 #include <new>
@@ -10,12 +9,11 @@
 
 #include "platform/framework/invalid_arg.h"
 #include "platform/framework/string_array.h"
-#include "platform/ole/variant_conversion.h"
 #include "platform/text/number_text.h"
-#include "platform/text/utf.h"
 #include "platform/zorplatform/exception.h"
 #include "util/values/bstr.h"
 #include "util/values/safe_array.h"
+#include "util/values/vartype_internal.h"
 
 using zorplatform::CException;
 
@@ -84,12 +82,8 @@ std::uint16_t CheckedExtent(unsigned extent) {
   return static_cast<std::uint16_t>(extent);
 }
 
-CSafeArray* NewArray(std::uint32_t count, VARTYPE element, const void* data) {
-  return new CSafeArray(count, element, element == VT_BSTR ? nullptr : data);
-}
-
 void RequireFixedSize(VARTYPE element) {
-  if (CVariant::SizeOf(element) == 0) {
+  if (CVariant::SizeOf(element) == 0 || (element & VT_BYREF) != 0) {
     CException::Throw(CException::kNoFixedSize,
                       "an array of type " + std::to_string(element) + ", which has no fixed size");
   }
@@ -163,7 +157,7 @@ void CVariant::CopyOwned(const tagVARIANT& other) {
     vt = VT_BSTR;
     return;
   }
-  const VARTYPE element = static_cast<VARTYPE>(other.vt & ~VT_ARRAY);
+  const VARTYPE element = vartype::ElementOf(other.vt);
   const auto* const source = reinterpret_cast<const CSafeArray*>(other.parray);
   const bool usable = source != nullptr && source->cbElements == SizeOf(element) &&
                       (element != VT_BSTR || source->GetVarType() == VT_BSTR);
@@ -180,7 +174,7 @@ void CVariant::AssignOwned(const tagVARIANT& other) {
   }
   const auto* const source = reinterpret_cast<const CSafeArray*>(other.parray);
   if ((other.vt & VT_ARRAY) != 0 && vt == other.vt && parray != nullptr && source != nullptr &&
-      source->cbElements == SizeOf(vt) && source->GetVarType() == (vt & ~VT_ARRAY)) {
+      source->cbElements == SizeOf(vt) && source->GetVarType() == vartype::ElementOf(vt)) {
     *GetArray() = *source;  // into the memory that is there
     return;
   }
@@ -208,19 +202,19 @@ void CVariant::AdoptArray(VARTYPE element, CSafeArray* array) noexcept {
 }
 
 void CVariant::CreateArray(unsigned count, const void* data) {
-  const VARTYPE element = static_cast<VARTYPE>(vt & ~VT_ARRAY);
+  const VARTYPE element = vartype::ElementOf(vt);
   RequireFixedSize(element);
-  AdoptArray(element, NewArray(count, element, data));
+  AdoptArray(element, new CSafeArray(count, element, element == VT_BSTR ? nullptr : data));
 }
 
 void CVariant::CreateArray(unsigned rows, unsigned columns, const void* data) {
-  const VARTYPE element = static_cast<VARTYPE>(vt & ~VT_ARRAY);
+  const VARTYPE element = vartype::ElementOf(vt);
   RequireFixedSize(element);
   AdoptArray(element,
              new CSafeArray(CheckedExtent(rows), CheckedExtent(columns), element, element == VT_BSTR ? nullptr : data));
 }
 
-void CVariant::CreateStringArray(unsigned count) { AdoptArray(VT_BSTR, NewArray(count, VT_BSTR, nullptr)); }
+void CVariant::CreateStringArray(unsigned count) { AdoptArray(VT_BSTR, new CSafeArray(count, VT_BSTR, nullptr)); }
 
 void CVariant::CreateStringArray(unsigned rows, unsigned columns) {
   AdoptArray(VT_BSTR, new CSafeArray(CheckedExtent(rows), CheckedExtent(columns), VT_BSTR, nullptr));

@@ -226,8 +226,8 @@ class ZORUTIL_API CVariant : public tagVARIANT {
   /// for an array of more than 65535 rows or columns. `checkSign`: a value that changes sign between the signed and
   /// the unsigned type of one width is DISP_E_OVERFLOW. Every failure leaves the variant empty; E_OUTOFMEMORY is one.
   /// US English conventions stand for every locale identifier.
-  HRESULT ConvertTypeEx(VARTYPE target, LCID lcid, bool checkSign) {
-    return vt == target || ConvertUsual(target) ? S_OK : ConvertTypeExOther(target, lcid, checkSign);
+  HRESULT ConvertTypeEx(VARTYPE target, LCID /*lcid*/, bool /*checkSign*/) {
+    return vt == target || ConvertUsual(target) ? S_OK : ConvertTypeExOther(target);
   }
   /// The same without sign check; true on success. A failure leaves the variant empty in mode 1 (CONVERT_OR_CLEAR),
   /// and bit for bit as it was in any other.
@@ -345,10 +345,9 @@ class ZORUTIL_API CVariant : public tagVARIANT {
     }
     return false;
   }
-  HRESULT ConvertTypeExOther(VARTYPE target, LCID lcid, bool checkSign);
+  HRESULT ConvertTypeExOther(VARTYPE target);
   bool ConvertTypeOther(VARTYPE target, convert_t mode);
-  HRESULT ConvertScalar(VARTYPE target, bool checkSign) noexcept;
-  HRESULT _ConvertArrayType(VARTYPE target, LCID lcid, bool checkSign);
+  HRESULT _ConvertArrayType(VARTYPE target);
 };
 static_assert(sizeof(CVariant) == 16 && sizeof(CVariant) == sizeof(tagVARIANT));
 

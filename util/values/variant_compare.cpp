@@ -3,6 +3,7 @@
 #include "platform/text/collation.h"
 #include "util/values/array_kernels_internal.h"
 #include "util/values/safe_array.h"
+#include "util/values/vartype_internal.h"
 
 namespace {
 
@@ -44,7 +45,7 @@ bool CVariantCompare::IsOtherChanged(const CVariant& a, const CVariant& b, doubl
 }
 
 bool CVariantCompare::IsArrayChanged(const CVariant& a, const CVariant& b, double deadband, changed_compare_t mode) {
-  if (a.parray == nullptr || b.parray == nullptr) return false;
+  if (a.GetArray() == nullptr || b.GetArray() == nullptr) return false;
   const CSafeArray& x = *a.GetArray();
   const CSafeArray& y = *b.GetArray();
   if (x.GetNumRows() != y.GetNumRows() || x.GetNumCols() != y.GetNumCols()) return true;
@@ -65,7 +66,7 @@ bool CVariantCompare::IsArrayChanged(const CVariant& a, const CVariant& b, doubl
 }
 
 bool CVariantCompare::VarTypeSupportsDeadband(VARTYPE vt) noexcept {
-  switch (vt & ~VT_ARRAY) {
+  switch (vartype::ElementOf(vt)) {
     case VT_I8:
     case VT_UI8:
     case VT_BSTR:

@@ -4,8 +4,8 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstring>
 #include <limits>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -60,6 +60,9 @@ TEST(ValueChanged, GoesByTypeDeadbandAndMode) {
   const CVariant square(2, 2, VT_R8, values);
   EXPECT_FALSE(compare::IsValueChanged(square, CVariant(2, 2, VT_R8, near), 1, compare::EQUAL_IS_CHANGED));
   EXPECT_TRUE(compare::IsValueChanged(square, CVariant(4U, VT_R8, values), 1, compare::EQUAL_IS_CHANGED)) << "shape";
+  CVariant one = Value("[ui1:1]"), nine = Value("[ui1:9]");
+  for (CVariant* const bytes : {&one, &nine}) bytes->vt = VT_I4 | VT_ARRAY, bytes->GetArray()->SetVarType(VT_I4);
+  EXPECT_FALSE(compare::IsValueChanged(one, nine, 1, compare::EQUAL_IS_CHANGED)) << "what is not stored is not read";
 }
 
 // The rule, one element at a time.

@@ -2,85 +2,45 @@
 // element rule allows, else element by element.
 #include "platform/ole/variant_conversion.h"
 
+#include <algorithm>
 #include <new>
 
 #include "platform/zorplatform/exception.h"
 #include "util/values/array_kernels_internal.h"
 #include "util/values/safe_array_internal.h"
 #include "util/values/variant.h"
+#include "util/values/vartype_internal.h"
 
-namespace {
+// Nothing asks for the sign check or looks at the locale: VariantChangeTypeEx refuses every value that would change its
+// sign, and knows one locale.
 
-constexpr std::uint32_t kMaxArrayExtent = 65535;
-
-VARTYPE ElementOf(VARTYPE vt) { return static_cast<VARTYPE>(vt & ~VT_ARRAY); }
-
-// Signed and unsigned type of one width, in either direction.
-bool AreSignTwins(VARTYPE a, VARTYPE b) {
-  const auto plain = [](VARTYPE vt) {
-    const auto low = static_cast<VARTYPE>(vt & VT_TYPEMASK);
-    return low == VT_INT ? VARTYPE{VT_I4} : low == VT_UINT ? VARTYPE{VT_UI4} : low;
-  };
-  const auto isPair = [](VARTYPE x, VARTYPE y) {
-    return (x == VT_I1 && y == VT_UI1) || (x == VT_I2 && y == VT_UI2) || (x == VT_I4 && y == VT_UI4) ||
-           (x == VT_I8 && y == VT_UI8);
-  };
-  return isPair(plain(a), plain(b)) || isPair(plain(b), plain(a));
-}
-
-bool ReadsNegative(const tagVARIANT& value) {
-  switch (CVariant::SizeOf(value.vt)) {
-    case 1: return value.cVal < 0;
-    case 2: return value.iVal < 0;
-    case 4: return value.lVal < 0;
-    default: return value.llVal < 0;
-  }
-}
-
-}  // namespace
-
-HRESULT CVariant::ConvertTypeExOther(VARTYPE target, LCID lcid, bool checkSign) {
+HRESULT CVariant::ConvertTypeExOther(VARTYPE target) {
   HRESULT result = DISP_E_TYPEMISMATCH;
   if (IsArray() && (target & VT_ARRAY) != 0) {
-    result = parray == nullptr ? E_FAIL : _ConvertArrayType(target, lcid, checkSign);
+    result = GetArray() == nullptr ? E_FAIL : _ConvertArrayType(target);
   } else if (!IsArray() && (target & VT_ARRAY) == 0) {
-    result = ConvertScalar(target, checkSign);
+    result = VariantChangeTypeEx(this, this, 0, 0, target);
   }
   if (result < 0) Clear();
   return result;
 }
 
-HRESULT CVariant::ConvertScalar(VARTYPE target, bool checkSign) noexcept {
-  const VARTYPE source = vt;
-  HRESULT result = VariantChangeTypeEx(this, this, 0, 0, target);
-  if (result == DISP_E_TYPEMISMATCH && source == VT_INT) {
-    result = VariantChangeTypeEx(this, this, 0, 0, VT_I4);
-    if (result >= 0) result = VariantChangeTypeEx(this, this, 0, 0, target);
-  }
-  if (result >= 0 && checkSign && AreSignTwins(source, target) && ReadsNegative(*this)) return DISP_E_OVERFLOW;
-  return result;
-}
-
+// A conversion that fails, of a scalar or of an array, has not touched the record: only clearing it would.
 bool CVariant::ConvertTypeOther(VARTYPE target, convert_t mode) {
-  if (mode == CONVERT_OR_CLEAR) return ConvertTypeExOther(target, 0, false) >= 0;
-  if (!IsArray() && (target & VT_ARRAY) == 0) {
-    // A failed scalar conversion has not touched the record yet; only the two steps of a VT_INT need the old one back.
-    const tagVARIANT before = *this;
-    if (ConvertScalar(target, false) >= 0) return true;
-    if (before.vt == VT_INT) SetRecord(before);
-    return false;
-  }
-  // Nor has a failed array conversion: the old array stands until the new one is whole.
-  return IsArray() && (target & VT_ARRAY) != 0 && parray != nullptr && _ConvertArrayType(target, 0, false) >= 0;
+  if (mode == CONVERT_OR_CLEAR) return ConvertTypeExOther(target) >= 0;
+  if (IsArray() != ((target & VT_ARRAY) != 0)) return false;
+  if (!IsArray()) return VariantChangeTypeEx(this, this, 0, 0, target) >= 0;
+  return GetArray() != nullptr && _ConvertArrayType(target) >= 0;
 }
 
-HRESULT CVariant::_ConvertArrayType(VARTYPE target, LCID lcid, bool checkSign) try {
+// The old array stands until the new one is whole.
+HRESULT CVariant::_ConvertArrayType(VARTYPE target) try {
   const CSafeArray& source = *GetArray();
-  const VARTYPE from = ElementOf(vt);
-  const VARTYPE to = ElementOf(target);
+  const VARTYPE from = vartype::ElementOf(vt);
+  const VARTYPE to = vartype::ElementOf(target);
   const std::uint32_t rows = source.GetNumRows();
   const std::uint32_t columns = source.GetNumCols();
-  if (rows > kMaxArrayExtent || columns > kMaxArrayExtent) return E_INVALIDARG;
+  if (std::max(rows, columns) > vartype::kMaxConvertedExtent) return E_INVALIDARG;
   if (source.GetVarType() != from || !source.HoldsItsType()) return E_INVALIDARG;
   if (to > VT_UINT) return DISP_E_BADVARTYPE;
   if (SizeOf(to) == 0) return DISP_E_TYPEMISMATCH;
@@ -95,7 +55,7 @@ HRESULT CVariant::_ConvertArrayType(VARTYPE target, LCID lcid, bool checkSign) t
     CVariant element;
     for (std::uint32_t i = 0; i < count && result >= 0; ++i) {
       source.GetElement(i, element);
-      result = element.ConvertTypeEx(to, lcid, checkSign);
+      result = element.ConvertTypeEx(to, 0, false);
       if (result >= 0 && !made->SetElement(i, element)) result = DISP_E_TYPEMISMATCH;
     }
   }

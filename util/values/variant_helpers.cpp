@@ -4,7 +4,6 @@
 #include <concepts>
 #include <limits>
 
-#include "platform/ole/variant_conversion.h"
 #include "platform/text/number_text.h"
 #include "platform/text/utf.h"
 #include "util/values/bstr.h"

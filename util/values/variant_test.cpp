@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
-#include <cstring>
 #include <new>
 #include <sstream>
 #include <vector>
@@ -13,6 +12,7 @@
 #include "platform/zorplatform/exception.h"
 #include "util/values/safe_array.h"
 #include "util/values/value_testing.h"
+#include "util/values/variant_compare.h"
 #include "util/values/variant_helpers.h"
 
 using namespace std::literals;
@@ -195,11 +195,13 @@ TEST(VariantArray, IsCreatedFromThePresentType) {
     EXPECT_EQ(value.vt, vt);
     EXPECT_THROW(CVariant(1U, vt, nullptr), CException);
   }
+  EXPECT_THROW(CVariant(1U, VT_I4 | VT_BYREF, nullptr), CException);
   CVariant value(u"freed");
   value.CreateArray(2, "ignored for strings");
   EXPECT_TRUE(value == Value("[s:~ ~]"));
   value.CreateArray(1, nullptr);
   EXPECT_TRUE(value == Value("[s:~]"));
+  EXPECT_EQ(CVariant(2, 1, VT_BSTR, "ignored too").ToString(), u"\r\n\r\n");
   const std::int16_t truths[] = {VARIANT_TRUE, 1, 0};
   std::vector<bool> bools(5);
   GetArrayAsVector(CVariant(3U, VT_BOOL, truths), bools);
@@ -221,6 +223,11 @@ TEST(VariantArray, ByReferenceIsNotLookedInto) {
   EXPECT_EQ(value.ToString(), u"");
   EXPECT_TRUE(value.GetSizeInBytes() == 0 && value.GetNumElements() == 0 && static_cast<void*>(value) == nullptr);
   EXPECT_TRUE(value == value && !(value == Value("[i4:1 2]")));
+  CVariant other(value);
+  other.ullVal = 2;
+  EXPECT_FALSE(CVariantCompare::IsValueChanged(value, other, 1, CVariantCompare::EQUAL_IS_CHANGED));
+  EXPECT_FALSE(other.ConvertType(VT_R8 | VT_ARRAY, CVariant::CONVERT_OR_KEEP));
+  EXPECT_TRUE(other.ConvertTypeEx(VT_R8 | VT_ARRAY, 0, true) == E_FAIL && other.IsEmpty());
 }
 
 TEST(VariantArray, TellsSizesStringsAndElements) {
@@ -332,6 +339,9 @@ TEST(VariantSet, TimeKeepsTheTypeAndBytesReplaceIt) {
   CVariant value = Value("i8:1");
   Set(value, CTimeStamp(-2.75));
   EXPECT_EQ(value.llVal, -2) << "cut toward zero";
+  CVariant truth = Value("bool:0");
+  Set(truth, CTimeStamp(0.5));
+  EXPECT_EQ(truth.boolVal, VARIANT_TRUE) << "not cut before";
   Set(value, static_cast<const tagVARIANT&>(CVariant(u"copied")));
   EXPECT_EQ(value.GetStringView(), u"copied");
   Set(value, std::vector<unsigned char>{1, 2});
