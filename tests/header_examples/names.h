@@ -17,6 +17,7 @@ constexpr int kRequestTimeout = 0x200500, kPassword = 0x200600, kName = 0x200700
 extern CFile& file;
 extern CTableObj &plant, &device, &tag;
 extern CVariant value;
+extern std::string text, utf8;
 using namespace zorutil;
 
 // platform/framework/file.h
@@ -26,16 +27,10 @@ extern CString path;
 extern CIniFile settings;
 // platform/framework/module_path.h
 extern int SomethingInThisLibrary;
-// platform/framework/replace_file.h
-extern std::string text;
-// platform/text/utf.h
-extern std::string utf8;
 // platform/zorplatform/file_search.h
 extern CString folder;
 // platform/zorssl/cipher.h
 extern std::uint8_t key[32], counter[16], bytes[100];
-// platform/zorssl/hash.h
-extern std::string text;
 // util/docs/structured_doc.h
 struct CPump {
   int Save(CStructuredDoc& doc, void* parent, const char16_t* ns) const;
@@ -56,16 +51,10 @@ constexpr int kBadValue = -7;
 i18n::zor_error_t Configure(CTableObj& device);
 // util/json/json_serializer.h
 extern root_t project;
-extern std::string text;
-// util/json/json_text.h
-extern std::string text;
 // util/json/patch.h
-extern std::string text;
 extern root_t document;
 // util/json/pointer.h
 extern std::shared_ptr<IValue> other;
-// util/json/root.h
-extern std::string text;
 // util/objects/load_errors.h
 extern project::load_report_t report;
 extern CTableObj& root;
@@ -97,7 +86,6 @@ extern device_t device;
 // util/project/project_diff.h
 extern CTableObj *saved, *running;
 // util/project/project_patch.h
-extern std::string text;
 extern owned_obj_ptr plant;
 // util/project/tree_validation.h
 extern owned_obj_ptr plant;
@@ -139,3 +127,5 @@ extern std::unique_ptr<i18n::ILocalizedMessage> message;
 extern object_t device;
 // util/objects/field_value.h
 extern const field_t field;
+// platform/text/real_chars.h
+extern double value;
