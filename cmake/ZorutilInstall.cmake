@@ -58,6 +58,11 @@ function(zorutil_install_libraries)
     set_target_properties(${library} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
   endforeach()
 
+  # The one library finds the other beside it.
+  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set_target_properties(zorutil PROPERTIES INSTALL_RPATH "$ORIGIN")
+  endif()
+
   set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/zorutil")
   install(TARGETS zorplatform zorutil EXPORT zorutilTargets
     LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
@@ -68,7 +73,8 @@ function(zorutil_install_libraries)
   include(CMakePackageConfigHelpers)
   set(templates "${PROJECT_SOURCE_DIR}/cmake")
   configure_package_config_file("${templates}/zorutilConfig.cmake.in" "${PROJECT_BINARY_DIR}/zorutilConfig.cmake"
-    INSTALL_DESTINATION "${package_dir}" NO_SET_AND_CHECK_MACRO)
+    INSTALL_DESTINATION "${package_dir}" NO_SET_AND_CHECK_MACRO
+    NO_CHECK_REQUIRED_COMPONENTS_MACRO)
   write_basic_package_version_file("${PROJECT_BINARY_DIR}/zorutilConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
   zorutil_install_files(development "${package_dir}"
     "${PROJECT_BINARY_DIR}/zorutilConfig.cmake" "${PROJECT_BINARY_DIR}/zorutilConfigVersion.cmake")
