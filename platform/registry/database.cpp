@@ -12,6 +12,7 @@
 #include <system_error>
 #include <thread>
 
+#include "platform/framework/system_error_internal.h"
 #include "platform/registry/database_internal.h"
 #include "platform/text/collation.h"
 
@@ -62,8 +63,6 @@ code_t CodeOfSystemError(int error) noexcept {
     default: return code_t::ioFailed;
   }
 }
-
-std::string TextOfSystemError(int error) { return std::generic_category().message(error); }
 
 }  // namespace
 
