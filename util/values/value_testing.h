@@ -7,6 +7,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -42,7 +43,11 @@ inline CVariant Scalar(VARTYPE vt, const std::string& text) {
     case VT_UI8: value.ullVal = std::strtoull(text.c_str(), nullptr, 0); break;
     case VT_BOOL: value.boolVal = number != 0 ? VARIANT_TRUE : VARIANT_FALSE; break;
     case VT_ERROR: value.scode = static_cast<SCODE>(number); break;
-    default: std::memcpy(&value.ullVal, &number, vt == VT_BSTR ? 0 : CVariant::SizeOf(vt));
+    default: {
+      const std::size_t size = vt == VT_BSTR ? 0 : CVariant::SizeOf(vt);
+      const std::size_t skipped = std::endian::native == std::endian::big ? sizeof number - size : 0;
+      std::memcpy(&value.ullVal, reinterpret_cast<const char*>(&number) + skipped, size);
+    }
   }
   return value;
 }
