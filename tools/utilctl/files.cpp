@@ -52,9 +52,7 @@ bool IsRegularOrMissing(const std::string& path) {
   return fs::is_regular_file(status) || !fs::exists(status);
 }
 
-void MakeFolder(const std::string& path) {
-  zorplatform::MakePath(FileText(path.empty() ? "." : path));
-}
+void MakeFolder(const std::string& path) { zorplatform::MakePath(FileText(path.empty() ? "." : path)); }
 
 CString FileText(const std::string& path) { return zorplatform::FromNativePath(fs::path(path)); }
 
