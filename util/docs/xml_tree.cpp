@@ -3,6 +3,7 @@
 #include <libxml/parserInternals.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <new>
 
@@ -10,6 +11,9 @@ namespace xml {
 
 // The lower half of an element's private pointer counts its handles, the upper half is its line.
 static_assert(sizeof(void*) == 8);
+
+// What fits into a node, its end included.
+constexpr std::size_t kShortText = offsetof(xmlNode, psvi) - offsetof(xmlNode, properties);
 
 // Small enough for the heap to keep it for the next document.
 constexpr std::size_t kBlock = 32 * 1024;
@@ -84,10 +88,12 @@ xmlChar* CTree::Copy(std::string_view text) {
   return reinterpret_cast<xmlChar*>(copy);
 }
 
-// The capacity stands in a member that libxml2 leaves to its users. It doubles, so that a text that is set again and
-// again takes memory for its largest value, not for all of them.
+// A short text stands in the node itself, where an element has its attributes and namespaces, as libxml2 does it too.
+// The capacity of a longer one stands in a member that libxml2 leaves to its users. It doubles, so that a text that is
+// set again and again takes memory for its largest value, not for all of them.
 void CTree::SetContent(xmlNode* text, std::string_view content) {
-  std::size_t capacity = reinterpret_cast<std::uintptr_t>(text->psvi);
+  if (text->content == nullptr) text->content = reinterpret_cast<xmlChar*>(text) + offsetof(xmlNode, properties);
+  std::size_t capacity = std::max(kShortText, reinterpret_cast<std::size_t>(text->psvi));
   if (content.size() + 1 > capacity) {
     capacity = std::max(content.size() + 1, 2 * capacity);
     text->content = static_cast<xmlChar*>(Allocate(capacity, 1));
