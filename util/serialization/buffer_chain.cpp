@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "util/serialization/chunk_heap_internal.h"
 #include "util/serialization/copy_bytes.h"
 
 namespace zorutil {
@@ -20,7 +21,7 @@ constexpr unsigned kObjectChunk = 0x10000;
 
 // Never destroyed, so that chains may outlive every other static object.
 CPool& NodePool() {
-  static CPool& pool = *new CPool(kNodeSize, kNodeChunk, nullptr, false);
+  static CPool& pool = *new CPool(kNodeSize, kNodeChunk, new zorpool::chunk_heap_t, false);
   return pool;
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <thread>
+#include <vector>
 
 #include "util/serialization/serialization_buffer.h"
 #include "util/serialization/stream_testing.h"
@@ -128,6 +129,22 @@ TEST(BufferPools, ServeTheSizesOfChainsOnly) {
     EXPECT_EQ(pool.MaxElements(), (size == 264 ? 0x100000 : 0x10000) / pool.ElementSize()) << size;
   }
   for (const unsigned size : {0u, 4u, 25u, 256u, 263u, 265u}) EXPECT_THROW(pools(size), std::bad_alloc) << size;
+}
+
+TEST(BufferPools, GiveBackWhatABurstTook) {
+  constexpr unsigned kSize = 3'500'000;
+  auto& pool = dynamic_cast<zorpool::CPool&>(buffer_t::pool_factory_t()(264));
+  Filled(1);
+  const std::size_t before = pool.TotalAlloc();
+  std::vector<CSerializationBuffer> buffers;
+  for (int i = 0; i < 4; ++i) buffers.push_back(Filled(kSize, kSize));
+  for (const std::size_t freed : {1, 2}) {  // what is left lies beside what is taken anew
+    buffers[freed] = {};
+    buffers.push_back(Filled(kSize, kSize));
+  }
+  for (const std::size_t kept : {0, 3, 4, 5}) EXPECT_TRUE(Take(buffers[kept], kSize) == Text(kSize)) << kept;
+  buffers.clear();
+  EXPECT_EQ(pool.TotalAlloc(), before);
 }
 
 TEST(SerializationBuffer, ServesThreadsThatShareThePools) {
