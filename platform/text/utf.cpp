@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "platform/text/utf_spread_internal.h"
+
 #if defined(__SSE2__)
 #include <tmmintrin.h>
 #endif
@@ -416,6 +418,14 @@ std::size_t PieceLength(std::u16string_view utf16) {
 
 // ---- a whole text ------------------------------------------------------------------------------------------------
 
+// Converts what it can of a mixture at a time; false when that is nothing.
+bool TakeMixture(const byte_t*&, const byte_t*, char16_t*&) { return false; }
+bool TakeMixture(const char16_t*& at, const char16_t* end, char*& out) {
+  const char16_t* const before = at;
+  if (end - at >= kSpreadUnits && CanSpread()) ConvertSpreadBlocks(at, end, out);
+  return at != before;
+}
+
 inline void TakeForeign(const byte_t*& at, const byte_t* end, char16_t*& out) { AppendUtf16(Decode(at, end), out); }
 inline void TakeForeign(const char16_t*& at, const char16_t* end, char*& out) { AppendUtf8(Decode(at, end), out); }
 
@@ -434,6 +444,7 @@ std::size_t ConvertText(const In* at, const In* end, Out* out, In firstLong) {
       out += kBlock;
       continue;
     }
+    if (TakeMixture(at, end, out)) continue;
     const auto ascii = std::countr_zero(foreign);
     const In* const behindLast = at + std::bit_width(foreign);
     at += ascii;
@@ -456,6 +467,13 @@ std::size_t ConvertText(const In* at, const In* end, Out* out, In firstLong) {
     if (at != end) TakeForeign(at, end, out);
   }
   return static_cast<std::size_t>(out - first);
+}
+
+// Converts ASCII as far as it goes, or a few units less, into room for the whole text.
+std::size_t NarrowAscii(std::u16string_view utf16, char* out) {
+  std::size_t size = 0;
+  while (utf16.size() - size >= kBlock && ConvertBlock(utf16.data() + size, out + size) == 0) size += kBlock;
+  return size;
 }
 
 }  // namespace
@@ -527,7 +545,8 @@ void WidenAscii(std::string_view text, char16_t* out) noexcept {
 }
 
 // Strings are made piece by piece from a buffer on the stack: that is quicker than to measure first, or to fill
-// a string with zeros and convert over them. Short texts are one piece and one allocation.
+// a string with zeros and convert over them. Short texts are one piece and one allocation. What of a long text is ASCII
+// goes to UTF-8 at once; this needs the string of C++23.
 std::u16string ToUtf16(std::string_view utf8) {
   char16_t piece[MaxUtf16Units(kPiece)];
   if (utf8.size() <= kPiece) {
@@ -549,7 +568,8 @@ std::string ToUtf8(std::u16string_view utf16) {
     return {piece, Utf16ToUtf8(utf16, piece)};
   }
   std::string utf8;
-  utf8.reserve(utf16.size());
+  utf8.resize_and_overwrite(utf16.size(), [&](char* out, std::size_t) { return NarrowAscii(utf16, out); });
+  utf16.remove_prefix(utf8.size());
   while (!utf16.empty()) {
     const std::u16string_view next = utf16.substr(0, PieceLength(utf16));
     utf8.append(piece, Utf16ToUtf8(next, piece));
