@@ -18,10 +18,12 @@ namespace properties = zorutil::properties;
 
 [[gnu::noinline]] void Stop(const void* const* all) { asm volatile("" : : "r"(all) : "memory"); }
 
+BSTR plain = nullptr;
+
 int main() {
   const CString empty, text = u"Pump \"7\"\n\u00DC";
   const CBstr owned(u"level"), none;
-  const BSTR plain = SysAllocStringByteLen("a\0b\0c", 5);
+  plain = SysAllocStringByteLen("a\0b\0c", 5);
   const CVariant integer = CVariant::FromInt16(-5), truth = CVariant::FromBool(true), real = CVariant::FromDouble(0.1);
   const CVariant word(u"on"), date = CVariant::FromDate(-1.25), price = CVariant::FromCurrency({-12500});
   const CVariant error = CVariant::FromError(DISP_E_OVERFLOW), nothing, longest = CVariant::FromUInt64(~0ULL);
