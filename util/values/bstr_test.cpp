@@ -76,7 +76,7 @@ TEST(BstrText, ReadsAsANumberSaturated) {
     ExpectReads<unsigned short>(text, c[5]);
     ExpectReads<int>(text, c[6]);
     ExpectReads<unsigned>(text, c[7]);
-    ExpectReads<long>(text, c[8]);
+    ExpectReads<std::int64_t>(text, c[8]);
     ExpectReads<std::uint64_t>(text, c[9]);
     EXPECT_EQ(static_cast<double>(text), classic_testing::Double(c[10]));
     EXPECT_EQ(static_cast<float>(text), classic_testing::Float(c[10]));
