@@ -57,7 +57,8 @@ TEST_F(UtilctlOptions, ShowsWhereAProductKeepsItsFiles) {
   }
   std::filesystem::remove(folder_ / "product.ini");
   std::filesystem::copy_file(UTILCTL_PROGRAM, folder_ / "Server.Tool.exe");
-  EXPECT_EQ(std::system(("cd '" + folder_.string() + "' && ./Server.Tool.exe product show > out").c_str()), 0);
+  const std::string show = "LD_LIBRARY_PATH='" LIBRARY_FOLDER "' ./Server.Tool.exe product show > out";
+  EXPECT_EQ(std::system(("cd '" + folder_.string() + "' && " + show).c_str()), 0);
   EXPECT_TRUE(FileText(folder_ / "out").starts_with("product name: Server.Tool\n"));
   EXPECT_EQ(Run("registry set HKEY_USERS n 1", "ZORUTIL_REGISTRY_FILE= ZORUTIL_MACHINE_DATA_DIR=m"), 0) << messages_;
   EXPECT_TRUE(std::filesystem::exists(folder_ / "m/zorutil/registry.db"));
