@@ -474,7 +474,7 @@ work_t TableChanges(unsigned n) {
       Require(tags.GenerateName(name, 256) != 0, "no name");
       Require(tags.Rename(tags.GetRecord(i * 7919 % n), CString("Other " + N(i))), "not renamed");
     }
-    while (tags.GetCount() != 0) tags.Remove(tags.GetCount() % 2 == 0 ? 0 : tags.GetCount() - 1);
+    while (tags.GetCount() != 0) tags.Delete(tags.GetRecord(tags.GetCount() / 2));
   };
 }
 work_t Project(const CTableObj& root, form_t form) {

@@ -1,7 +1,7 @@
 # What is installed, in three components; every file belongs to one of them.
 #   runtime       libzorplatform and libzorutil as shared libraries, and the language files
-#   development   headers, the CMake package and the pkg-config file, both named zorutil, printers for gdb, and what is
-#                 linked with: the shared libraries' names without version, or the static libraries
+#   development   headers, the CMake package and the pkg-config file, both named zorutil, the guides, printers for gdb, and
+#                 what is linked with: the shared libraries' names without version, or the static libraries
 #   tools         utilctl with completions and manual page, the definitions that it compiles into others, and the
 #                 gateway with its object types
 # Consumers of the shared libraries need nothing else; the static ones bring ICU, libxml2, libcrypto, simdjson and
@@ -58,6 +58,11 @@ function(zorutil_install_libraries)
     set_target_properties(${library} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
   endforeach()
 
+  # The one library finds the other beside it.
+  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    set_target_properties(zorutil PROPERTIES INSTALL_RPATH "$ORIGIN")
+  endif()
+
   set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/zorutil")
   install(TARGETS zorplatform zorutil EXPORT zorutilTargets
     LIBRARY COMPONENT runtime NAMELINK_COMPONENT development
@@ -68,7 +73,8 @@ function(zorutil_install_libraries)
   include(CMakePackageConfigHelpers)
   set(templates "${PROJECT_SOURCE_DIR}/cmake")
   configure_package_config_file("${templates}/zorutilConfig.cmake.in" "${PROJECT_BINARY_DIR}/zorutilConfig.cmake"
-    INSTALL_DESTINATION "${package_dir}" NO_SET_AND_CHECK_MACRO)
+    INSTALL_DESTINATION "${package_dir}" NO_SET_AND_CHECK_MACRO
+    NO_CHECK_REQUIRED_COMPONENTS_MACRO)
   write_basic_package_version_file("${PROJECT_BINARY_DIR}/zorutilConfigVersion.cmake" COMPATIBILITY SameMajorVersion)
   zorutil_install_files(development "${package_dir}"
     "${PROJECT_BINARY_DIR}/zorutilConfig.cmake" "${PROJECT_BINARY_DIR}/zorutilConfigVersion.cmake")
@@ -86,6 +92,16 @@ function(zorutil_install_libraries)
   endif()
   configure_file("${templates}/zorutil.pc.in" "${PROJECT_BINARY_DIR}/zorutil.pc" @ONLY)
   zorutil_install_files(development "${CMAKE_INSTALL_LIBDIR}/pkgconfig" "${PROJECT_BINARY_DIR}/zorutil.pc")
+
+  # What users read, laid out as in the tree so that links from one to the other work.
+  file(GLOB texts CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
+    "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/SECURITY.md" "${PROJECT_SOURCE_DIR}/docs/*.md"
+    "${PROJECT_SOURCE_DIR}/tools/utilctl/README.md")
+  list(REMOVE_ITEM texts docs/decisions.md)
+  foreach(file IN LISTS texts)
+    get_filename_component(folder "${CMAKE_INSTALL_DATADIR}/doc/zorutil/${file}" DIRECTORY)
+    zorutil_install_files(development "${folder}" "${PROJECT_SOURCE_DIR}/${file}")
+  endforeach()
 
   # gdb finds printers under its own data folder by the path of the library that it loads: two small files there name
   # the one that has them.

@@ -3,6 +3,10 @@
 # The same double arithmetic in every kernel and on both compilers: no fused multiply-add. The two
 # other options change no value; they let loops over sqrt and range checks be vectorised.
 add_compile_options(-ffp-contract=off -fno-math-errno -fno-trapping-math)
+# Files above 2 GiB, and times after 2038.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  add_compile_definitions(_FILE_OFFSET_BITS=64 _TIME_BITS=64)
+endif()
 if(NOT PROJECT_IS_TOP_LEVEL)
   # The warnings that somebody else asks for are for his code.
   add_compile_options(-w)

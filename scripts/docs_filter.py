@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Lets Doxygen read the headers as people do: docs_filter.py HEADER prints the header with its comments in Doxygen's
-form, line for line. Of README.md it makes the main page.
+form, line for line. Of README.md it makes the main page, and headings of documents can be linked to ("#limits",
+"docs/formats.md#text").
 
 - The comment at the top is the file's; its indented lines are code. The class that a header is named after
   (ip_addr.h, CIpAddr) is described there unless it has a comment of its own.
@@ -12,6 +13,7 @@ form, line for line. Of README.md it makes the main page.
 - Copies, moves and destructors without a comment are as the class's comment says; they and what is deleted are left
   out.
 """
+import os
 import re
 import sys
 
@@ -273,11 +275,37 @@ class Filter:
         return "\n".join(self.out) + "\n"
 
 
+def anchor(path, heading):
+    """The name of a heading among those of all documents."""
+    words = re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-")
+    return re.sub(r"\W+", "_", path[: -len(".md")]) + "_" + words
+
+
+def document(path, lines):
+    """A document whose headings have names, and whose links go to these."""
+
+    def link(match):
+        target = os.path.normpath(os.path.join(os.path.dirname(path), match[1])) if match[1] else path
+        return "](#" + anchor(target, match[2]) + ")"
+
+    is_code = False
+    for i, line in enumerate(lines):
+        if line.startswith("```"):
+            is_code = not is_code
+        if is_code:
+            continue
+        lines[i] = re.sub(r"\]\(([\w./-]*\.md)?#([\w-]+)\)", link, line)
+        if heading := re.match(r"##+ (.*?) *$", line):
+            lines[i] += " {#" + anchor(path, heading[1]) + "}"
+    if path == "README.md":
+        lines[0] += " {#mainpage}"
+    return lines
+
+
 if __name__ == "__main__":
     with open(sys.argv[1], encoding="utf-8") as file:
         lines = file.read().splitlines()
     if sys.argv[1].endswith(".md"):
-        lines[0] += " {#mainpage}"
-        print("\n".join(lines))
+        print("\n".join(document(os.path.relpath(sys.argv[1]), lines)))
     else:
         sys.stdout.write(Filter(sys.argv[1]).filter(lines))

@@ -84,6 +84,8 @@ def cut_readings(source, target, seconds):
 def main():
     examples, minutes = pathlib.Path(sys.argv[1]), float(sys.argv[2])
     seconds = minutes * 60
+    if seconds < 4 * CYCLE:
+        sys.exit("soak: at least a third of a minute, for each kind of change to come twice before what counts")
     folder = pathlib.Path("build/soak")
     folder.mkdir(parents=True, exist_ok=True)
     plant, settings = examples / "data/boiler_house", folder / "gateway.ini"

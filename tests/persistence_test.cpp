@@ -9,7 +9,6 @@
 #include <filesystem>
 #include <functional>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -24,7 +23,6 @@
 #include "platform/framework/replace_file.h"
 #include "platform/registry/registry_text.h"
 #include "platform/zorplatform/file_search.h"
-#include "platform/zorplatform/ini_file.h"
 #include "tools/utilctl/files.h"
 #include "util/docs/xml_document.h"
 #include "util/docs/xml_schema_collection.h"
@@ -45,7 +43,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using persistence_testing::attempt_t;
 using namespace persistence_testing;
 using zorutil::file_serializer_t;
 using zorutil::owned_obj_ptr;
@@ -70,8 +67,9 @@ std::string ReadLong(const CTempFolder& folder) {
 
 void WriteLong(CFile& file) {
   const std::string text = Long("new");
-  file.Write(text.data(), 70'000);
-  file.Write(text.data() + 70'000, static_cast<unsigned>(text.size()) - 70'000);
+  file.Write(text.data(), 70'000);  // past the buffer, into it, and with what it has no room for
+  file.Write(text.data() + 70'000, 50'000);
+  file.Write(text.data() + 120'000, static_cast<unsigned>(text.size()) - 120'000);
 }
 
 // --- files ---------------------------------------------------------------------------------------------------------
@@ -373,6 +371,39 @@ attempt_t LoadPlantAs(const CTempFolder& folder) {
           }};
 }
 
+CTable& ChannelsOf(const owned_obj_ptr& plant) { return static_cast<plant_testing::CPlant&>(*plant).channels; }
+
+void WriteTable(const owned_obj_ptr& plant, const CString& path) {
+  zorplatform::CReplaceFile file(path);
+  Require(ChannelsOf(plant).Save(&file.GetFile()) != 0, u"not saved");
+  file.Commit();
+}
+
+attempt_t SaveTable(const CTempFolder& folder) {
+  WriteTable(plant_testing::MakePlant(1, 1, 1), folder.PathOf("a"));
+  return {[path = folder.PathOf("a")] { WriteTable(plant_testing::MakePlant(2, 2, 3), path); }, {}};
+}
+std::string ReadTable(const CTempFolder& folder) {
+  const owned_obj_ptr plant = plant_testing::MakePlant(0, 0, 0);
+  CFile file(folder.PathOf("a"), CFile::modeRead);
+  Require(ChannelsOf(plant).Load(&file) != 0, u"not loaded");
+  return StateIf(AreTreesEqual(*plant, *plant_testing::MakePlant(2, 2, 3)),
+                 AreTreesEqual(*plant, *plant_testing::MakePlant(1, 1, 1)));
+}
+
+attempt_t LoadTable(const CTempFolder& folder) {
+  WriteTable(plant_testing::MakePlant(2, 2, 3), folder.PathOf("a"));
+  const auto plant = std::make_shared<owned_obj_ptr>(plant_testing::MakePlant(0, 0, 0));
+  return {[plant, path = folder.PathOf("a")] {
+            CFile file(path, CFile::modeRead);
+            Require(ChannelsOf(*plant).Load(&file) != 0, u"a: not loaded");
+          },
+          [plant] {
+            return StateIf(AreTreesEqual(**plant, *plant_testing::MakePlant(2, 2, 3)),
+                           ChannelsOf(*plant).GetCount() == 0);
+          }};
+}
+
 // What the gateway does: all forms, each read again.
 attempt_t SaveAllForms(const CTempFolder& folder) {
   const auto plant = std::make_shared<owned_obj_ptr>(plant_testing::MakePlant(1, 1, 2));
@@ -487,11 +518,7 @@ attempt_t ReadRegistry(const CTempFolder& folder) {
 attempt_t WriteGlobalProfile(const CTempFolder& folder) {
   UseRegistryOf(folder);
   zorutil::WriteGlobalProfileString(u"S", u"State", u"old");
-  return {[&folder] {
-            UseRegistryOf(folder);
-            zorutil::WriteGlobalProfileString(u"S", u"State", u"new");
-          },
-          {}};
+  return {[] { zorutil::WriteGlobalProfileString(u"S", u"State", u"new"); }, {}};
 }
 std::string ReadGlobalProfile(const CTempFolder& folder) {
   UseRegistryOf(folder);
@@ -526,6 +553,8 @@ const row_t kRows[] = {
     {"XML project, loaded", "a", LoadPlantAs<form_t::XML>, nullptr},
     {"JSON project, saved", "a", SavePlant<form_t::JSON>, ReadPlant},
     {"JSON project, loaded", "a", LoadPlantAs<form_t::JSON>, nullptr},
+    {"table of records, saved", "a", SaveTable, ReadTable},
+    {"table of records, loaded", "a", LoadTable, nullptr},
     {"registry, made", "registry.db", MakeRegistry, ReadMadeRegistry, kIsDatabase},
     {"registry, keys imported", "registry.db", ImportRegistry, BothInRegistry, kIsDatabase},
     {"registry, values set in a transaction", "registry.db", ChangeRegistry, BothInRegistry, kIsDatabase},

@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "platform/framework/native_path.h"
+#include "platform/framework/system_error_internal.h"
 
 namespace {
 
@@ -20,18 +21,10 @@ constexpr std::size_t kBufferSize = 64 * 1024;
 // Positions stop here, so that the sum of a position and a count always fits the system's 64-bit offset.
 constexpr std::uint64_t kMaxPosition = std::uint64_t{1} << 62;
 
-// The system's text for an error, in English whatever the locale is.
-std::string CauseText(int systemError) {
-#if defined(__GLIBC__) && defined(_GNU_SOURCE)
-  if (const char* const text = strerrordesc_np(systemError)) return text;
-#endif
-  return std::generic_category().message(systemError);
-}
-
 std::string MessageText(const CString& path, const char* operation, int systemError) {
   std::string text = path.IsEmpty() ? "(no file)" : path.ToUtf8();
   text.append(": ").append(operation);
-  if (systemError != 0) text.append(": ").append(CauseText(systemError));
+  if (systemError != 0) text.append(": ").append(TextOfSystemError(systemError));
   return text;
 }
 
@@ -56,6 +49,13 @@ int SystemFlags(unsigned flags) {
 }
 
 }  // namespace
+
+std::string TextOfSystemError(int error) {
+#if defined(__GLIBC__) && defined(_GNU_SOURCE)
+  if (const char* const text = strerrordesc_np(error)) return text;
+#endif
+  return std::generic_category().message(error);
+}
 
 CFileException::CFileException(const CString& path, const char* operation, int systemError)
     : std::runtime_error(MessageText(path, operation, systemError)), path_(path), systemError_(systemError) {}

@@ -13,6 +13,7 @@
 
 namespace large_block {
 
+/// Bytes of a block.
 constexpr std::size_t kSize = std::size_t{2} << 20;
 
 /// kSize bytes of zeros, on a boundary of kSize. Null when the system has no memory.

@@ -52,7 +52,7 @@ constexpr int kUnlimited = -1;
 // Of this thread: those of malloc that still succeed before one fails. Unlimited before and after.
 constinit thread_local int mallocsLeft = kUnlimited;
 
-bool FailsMalloc() noexcept { return mallocsLeft != kUnlimited && mallocsLeft-- == 0; }
+[[maybe_unused]] bool FailsMalloc() noexcept { return mallocsLeft != kUnlimited && mallocsLeft-- == 0; }
 
 // Failed expectations tell which fault it was.
 std::string Describe(const char* what, int number, const char* call, int error) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 #include <cassert>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -169,7 +170,9 @@ CPrivateArena::region_t* CPrivateArena::AddRegion(std::size_t bytes, bool isOneB
 }
 
 void* CPrivateArena::AllocOneBlock(std::uint32_t size) noexcept {
-  region_t* const region = AddRegion(WholePages(std::size_t{size} + kUnit), true);
+  const std::uint64_t bytes = std::uint64_t{size} + kUnit;
+  if (bytes > PTRDIFF_MAX) return nullptr;  // on machines of 32 bits
+  region_t* const region = AddRegion(WholePages(static_cast<std::size_t>(bytes)), true);
   if (region == nullptr) return nullptr;
   auto* const block = reinterpret_cast<block_t*>(region->top);
   block->size = size;

@@ -14,7 +14,7 @@ using SCODE = std::int32_t;
 using LCID = std::uint32_t;
 /// One VARENUM, with VT_ARRAY or VT_BYREF added.
 using VARTYPE = std::uint16_t;
-/// -1 or 0; what is not 0 reads as true.
+/// VARIANT_TRUE or VARIANT_FALSE; what other numbers mean is said by whoever reads one.
 using VARIANT_BOOL = std::int16_t;
 /// Days since 30 December 1899 as a double; of a negative date the fraction still counts forward from midnight.
 using DATE = double;
@@ -28,7 +28,7 @@ inline constexpr VARIANT_BOOL VARIANT_FALSE = 0;
 
 /// Status codes, with OLE's numbers. Negative is failure.
 inline constexpr HRESULT S_OK = 0;
-inline constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);  ///< no such value here, or nothing to be done
+inline constexpr HRESULT E_FAIL = static_cast<HRESULT>(0x80004005);         ///< a failure of no other kind
 inline constexpr HRESULT E_INVALIDARG = static_cast<HRESULT>(0x80070057);   ///< an argument that cannot be
 inline constexpr HRESULT E_OUTOFMEMORY = static_cast<HRESULT>(0x8007000E);  ///< memory is short
 /// No conversion between the types, or a text that is no such value.
@@ -96,7 +96,7 @@ static_assert(sizeof(DECIMAL) == 16);
 struct SAFEARRAYBOUND {
   /// How many elements it has.
   std::uint32_t cElements;
-  /// The index of the first.
+  /// The index of the first; 0 here.
   std::int32_t lLbound;
 };
 
@@ -115,9 +115,9 @@ struct tagSAFEARRAY {
   std::uint16_t cDims;
   /// FADF_FIXEDSIZE and its like, added.
   std::uint16_t fFeatures;
-  /// Bytes of an element as OLE counts them on 32 bits: 4 for a text, wherever it takes more here.
+  /// Bytes of an element as OLE counts them on 32 bits: 4 for a text, although its pointer may be wider.
   std::uint32_t cbElements;
-  /// How many users hold the data; it is neither resized nor freed meanwhile.
+  /// 0: nothing here locks an array.
   std::uint32_t cLocks;
   /// The elements without gaps; null without any.
   void* pvData;

@@ -140,7 +140,7 @@ constexpr double kTwoTo63 = 9223372036854775808.0;
 template <class Field>
 outcome_t RealToInteger(double value) {
   constexpr double kLargestBelow = kTwoTo63 - 1024;
-  if (value >= -kTwoTo63 && value < kLargestBelow) return Fit<Field>(std::int64_t{std::lrint(value)});
+  if (value >= -kTwoTo63 && value < kLargestBelow) return Fit<Field>(std::int64_t{std::llrint(value)});
   if constexpr (std::is_same_v<Field, std::uint64_t>) {
     if (value >= kLargestBelow && value < 2 * kTwoTo63) return Done(static_cast<Field>(value));  // whole already
   }
@@ -155,7 +155,7 @@ outcome_t RealToFloat(double value) {
 outcome_t RealToCurrency(double value) {
   const double scaled = value * static_cast<double>(kCurrencyUnit);
   if (!(scaled >= -kTwoTo63 && scaled < kTwoTo63)) return Failed(DISP_E_OVERFLOW);
-  return Done(std::int64_t{std::lrint(scaled)});
+  return Done(std::int64_t{std::llrint(scaled)});
 }
 
 // Zero is written without its sign.

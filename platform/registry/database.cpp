@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "platform/framework/folder_handle_internal.h"
+#include "platform/framework/system_error_internal.h"
 #include "platform/registry/database_internal.h"
 #include "platform/text/collation.h"
 
@@ -63,8 +64,6 @@ code_t CodeOfSystemError(int error) noexcept {
     default: return code_t::ioFailed;
   }
 }
-
-std::string TextOfSystemError(int error) { return std::generic_category().message(error); }
 
 }  // namespace
 
@@ -145,7 +144,7 @@ class CDatabase::CQuery {
   }
   CQuery& Bind(int index, std::u16string_view text) {
     owner_.Check(sqlite3_bind_text64(statement_, index, reinterpret_cast<const char*>(text.empty() ? u"" : text.data()),
-                                     2 * text.size(), SQLITE_STATIC, SQLITE_UTF16LE),
+                                     2 * text.size(), SQLITE_STATIC, SQLITE_UTF16),
                  doing_);
     return *this;
   }
@@ -219,7 +218,7 @@ CDatabase::CDatabase(const std::string& file, purpose_t purpose) : file_(file) {
     sqlite3_db_config(database_, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     sqlite3_db_config(database_, SQLITE_DBCONFIG_ENABLE_TRIGGER, 0, nullptr);
     sqlite3_db_config(database_, SQLITE_DBCONFIG_ENABLE_VIEW, 0, nullptr);
-    Check(sqlite3_create_collation_v2(database_, "family", SQLITE_UTF16LE, nullptr, CompareNames, nullptr), "open");
+    Check(sqlite3_create_collation_v2(database_, "family", SQLITE_UTF16, nullptr, CompareNames, nullptr), "open");
     if (::stat(file.c_str(), &found) == 0) {
       device_ = found.st_dev;
       inode_ = found.st_ino;

@@ -8,6 +8,7 @@
 
 #include "platform/registry/store_internal.h"
 #include "platform/text/collation.h"
+#include "platform/text/surrogates_internal.h"
 #include "platform/text/utf.h"
 
 namespace registry {
@@ -28,10 +29,7 @@ constexpr std::pair<char, char16_t> kEscapes[] = {{'\\', u'\\'}, {'"', u'"'}, {'
 // Whether the unit at a place would not come back, or not be seen, if it were written as it is.
 bool NeedsEscape(std::u16string_view text, std::size_t at) {
   const char16_t unit = text[at];
-  const auto isHigh = [&](std::size_t i) { return i < text.size() && text[i] >= 0xD800 && text[i] < 0xDC00; };
-  const auto isLow = [&](std::size_t i) { return i < text.size() && text[i] >= 0xDC00 && text[i] < 0xE000; };
-  if (isHigh(at)) return !isLow(at + 1);
-  if (isLow(at)) return at == 0 || !isHigh(at - 1);
+  if (utf::IsSurrogate(unit)) return !utf::IsPairAt(text, at) && (at == 0 || !utf::IsPairAt(text, at - 1));
   return unit < 0x20 || (unit >= 0x7F && unit < 0xA0) || unit == 0x2028 || unit == 0x2029 || unit == 0xFEFF;
 }
 

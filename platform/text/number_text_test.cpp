@@ -11,6 +11,7 @@
 #include <string>
 #include <tuple>
 
+#include "platform/text/classic_locale_testing.h"
 #include "platform/text/real_chars.h"
 
 namespace {
@@ -23,10 +24,7 @@ std::string General(double value, int precision) {
   return {text, number_text::FormatGeneral(value, precision, text)};
 }
 
-std::string GeneralOfPrintf(double value, int precision) {
-  char text[number_text::kMaxChars];
-  return {text, static_cast<std::size_t>(std::snprintf(text, sizeof text, "%.*G", precision, value))};
-}
+std::string GeneralOfPrintf(double value, int precision) { return classic_testing::Print("%.*G", precision, value); }
 
 std::u16string Wide(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
 
@@ -117,15 +115,14 @@ TEST(NumberTextParse, RealsAgreeWithTheStandardLibrary) {
     for (int i = 0; i < 40'000; ++i) {
       const double value = kind(random);
       if (!std::isfinite(value)) continue;
-      char text[400];
       const int digits = 1 + static_cast<int>(random() % 25);
       const bool fixed = i % 2 == 0 && std::fabs(value) < 1e20;
-      const int length = std::snprintf(text, sizeof text, fixed ? "%.*f" : "%.*e", digits, value);
+      const std::string text = classic_testing::Print(fixed ? "%.*f" : "%.*e", digits, value);
       double expected = 0;
-      if (real_chars::FromChars(text, text + length, expected).ec != std::errc{}) continue;
-      const auto prefix = number_text::ParseDoublePrefix(Wide({text, static_cast<std::size_t>(length)}));
+      if (real_chars::FromChars(text.data(), text.data() + text.size(), expected).ec != std::errc{}) continue;
+      const auto prefix = number_text::ParseDoublePrefix(Wide(text));
       ASSERT_EQ(std::bit_cast<std::uint64_t>(prefix.value), std::bit_cast<std::uint64_t>(expected)) << text;
-      ASSERT_EQ(prefix.length, static_cast<std::size_t>(length)) << text;
+      ASSERT_EQ(prefix.length, text.size()) << text;
     }
   }
 }
@@ -143,8 +140,8 @@ TEST(NumberTextParse, RealsOfAnyLengthAreRoundedCorrectly) {
   EXPECT_EQ(parse(zeros + "25" + zeros + "e-1000000"), 25);
   EXPECT_EQ(parse("1" + zeros), kInf);
 
-  char text[1200];  // the longest tie of all: half of the smallest double
-  const std::string half(text, static_cast<std::size_t>(std::snprintf(text, sizeof text, "%.1075Lf", 0x1p-1075L)));
+  // The longest tie of all: half of the smallest double.
+  const std::string half = classic_testing::Print("%.1075Lf", 0x1p-1075L);
   EXPECT_EQ(parse(half), 0.0);
   EXPECT_EQ(parse(half + zeros + "1"), 5e-324);
 }

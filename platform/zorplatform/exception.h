@@ -31,7 +31,7 @@ class ZORPLATFORM_API CException : public std::exception {
   CException& operator=(const CException&);
   ~CException() override;
 
-  /// One of code_t, or a number that a plug-in chose.
+  /// One of code_t, or any other number that a program chose.
   int GetCode() const noexcept { return code_; }
   /// UTF-8, never null; valid as long as the exception.
   const char* what() const noexcept override;

@@ -1,7 +1,9 @@
 // Who knows the IPv4 addresses of a host name: the system's resolver, or whatever a program or a test puts in its
 // place.
 //
-//   class CPlantHosts : public zorplatform::IHostResolver { ... };
+//   class CPlantHosts : public zorplatform::IHostResolver {
+//     std::vector<std::uint32_t> FindAddresses(const std::string& host, std::uint16_t port) const override;
+//   };
 //   zorplatform::SetHostResolver(std::make_shared<CPlantHosts>());       // from now on, for the whole process
 //   if (const auto address = zorplatform::FindHostAddress(u"plc-4")) Connect(*address);
 //

@@ -8,10 +8,6 @@
 #include "platform/zorplatform/ini_text_internal.h"
 
 namespace zorplatform::ini {
-
-using utf::IsPairAt;
-using utf::IsSurrogate;
-
 namespace {
 
 constexpr std::size_t kChunkUnits = 16 * 1024;
@@ -32,8 +28,8 @@ void AppendSurrogate(char16_t unit, std::string& text) {
 void AppendInner(std::u16string_view units, std::string& text) {
   std::size_t begin = 0;
   for (std::size_t i = 0; i < units.size(); ++i) {
-    if (!IsSurrogate(units[i])) continue;
-    if (IsPairAt(units, i)) {
+    if (!utf::IsSurrogate(units[i])) continue;
+    if (utf::IsPairAt(units, i)) {
       ++i;
       continue;
     }
@@ -179,13 +175,7 @@ std::size_t FindMalformed(std::string_view text) noexcept {
 bool NeedsQuotes(std::u16string_view value) noexcept {
   if (value.empty()) return false;
   if (value.front() == u'"' || value.front() == u' ' || value.back() == u' ') return true;
-  for (std::size_t i = 0; i < value.size(); ++i) {
-    if (IsControl(value[i])) return true;
-    if (!IsSurrogate(value[i])) continue;
-    if (!IsPairAt(value, i)) return true;
-    ++i;
-  }
-  return false;
+  return std::any_of(value.begin(), value.end(), IsControl) || utf::HasUnpairedSurrogate(value);
 }
 
 void AppendValue(std::u16string_view value, std::string& line) {
@@ -193,11 +183,11 @@ void AppendValue(std::u16string_view value, std::string& line) {
   line += '"';
   std::size_t begin = 0;
   for (std::size_t i = 0; i < value.size(); ++i) {
-    if (IsPairAt(value, i)) {
+    if (utf::IsPairAt(value, i)) {
       ++i;
       continue;
     }
-    if (value[i] != u'\\' && value[i] != u'"' && !IsControl(value[i]) && !IsSurrogate(value[i])) continue;
+    if (value[i] != u'\\' && value[i] != u'"' && !IsControl(value[i]) && !utf::IsSurrogate(value[i])) continue;
     AppendUtf8(value.substr(begin, i - begin), line);
     AppendEscaped(value[i], line);
     begin = i + 1;

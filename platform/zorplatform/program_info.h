@@ -1,8 +1,7 @@
 // What a program is called, and its version.
 //
-//   int main() {
-//     zorplatform::SetApplicationName(u"Plant Gateway");
-//     zorplatform::CVersionInfo::SetProgramVersion({6, 14, 263, 0});
+//   zorplatform::SetApplicationName(u"Plant Gateway");                    // at the beginning of main
+//   zorplatform::CVersionInfo::SetProgramVersion({6, 14, 263, 0});
 //
 // Other systems keep these in the program's file, where its build puts them. Here the program says them, before anybody
 // asks: they are where a product's name and version come from when its settings name none.

@@ -25,7 +25,7 @@ class ZORPLATFORM_API CHash {
   /// What all digests can do.
   virtual ~CHash();
 
-  /// Appends `size` bytes to what is digested; none are allowed.
+  /// Appends `size` bytes to what is digested; `size` may be 0.
   void AddData(const void* data, std::size_t size);
   /// The digest of all that was added so far; more may be added afterwards.
   secure_bytes_t GetHash() const;

@@ -18,10 +18,12 @@ namespace properties = zorutil::properties;
 
 [[gnu::noinline]] void Stop(const void* const* all) { asm volatile("" : : "r"(all) : "memory"); }
 
+BSTR plain = nullptr;
+
 int main() {
   const CString empty, text = u"Pump \"7\"\n\u00DC";
   const CBstr owned(u"level"), none;
-  const BSTR plain = SysAllocStringByteLen("a\0b\0c", 5);
+  plain = SysAllocStringByteLen("a\0b\0c", 5);
   const CVariant integer = CVariant::FromInt16(-5), truth = CVariant::FromBool(true), real = CVariant::FromDouble(0.1);
   const CVariant word(u"on"), date = CVariant::FromDate(-1.25), price = CVariant::FromCurrency({-12500});
   const CVariant error = CVariant::FromError(DISP_E_OVERFLOW), nothing, longest = CVariant::FromUInt64(~0ULL);
@@ -29,7 +31,6 @@ int main() {
   const std::int32_t levels[] = {1, 2, 3, 4, 5, 6};
   const CVariant grid(2, 3, VT_I4, levels), numbers = CVariant::FromArray(std::vector<double>{0.5, 1});
   const CVariant nested = CVariant::FromArray(std::vector<CVariant>{word, numbers, grid});
-  const tagSAFEARRAY& array = *numbers.GetArray();
   const zorplatform::CTimeStamp time = zorplatform::CTimeStamp::FromFields(2023, 3, 15, 6, 30, 0, 250);
   const CTcpAddr device(u"10.0.0.5:502");
   properties::property_list_t list;
@@ -48,15 +49,16 @@ int main() {
   const zorutil::ref_counted_obj_ptr reference = table.GetRecord(0), noReference;
   const i18n::zor_error_t failure(
       -5, i18n::MakeLocalizedMessage(i18n::IDS_VALUE_OUT_OF_RANGE, {u"0", CVariant::FromInt32(100)}));
+  const i18n::CLocalizedMessage message{i18n::CLocalizedResource(i18n::IDS_SCALING_NONE)};
   // Not values: bytes that nobody wrote sensibly, a pointer to nowhere, a list that does not end.
   alignas(16) unsigned char bytes[256];
   std::memset(bytes, 0xEE, sizeof bytes);
   alignas(8) std::uintptr_t pointers[32] = {0x10, 0x20};
-  pointers[8] = reinterpret_cast<std::uintptr_t>(&pointers[9]);
-  pointers[9] = pointers[8];
-  const void* const all[] = {&empty, &text, &owned, &none, &plain, &integer, &truth, &real, &word, &date, &price,
-                             &error, &nothing, &longest, &decimal, &grid, &nested, &array, &time, &device, &list,
-                             &plant, &table, &reference, &noReference, &failure, bytes, pointers};
+  pointers[9] = pointers[12] = reinterpret_cast<std::uintptr_t>(&pointers[12]);
+  const void* const all[] = {&empty,       &text,    &owned,   &none,   &plain,   &integer, &truth,   &real,
+                             &word,        &date,    &price,   &error,  &nothing, &longest, &decimal, &grid,
+                             &nested,      &numbers, &time,    &device, &list,    &plant,   &table,   &reference,
+                             &noReference, &failure, &message, bytes,   pointers};
   Stop(all);
   table.SetOwner(nullptr);
   SysFreeString(plain);

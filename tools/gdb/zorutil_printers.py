@@ -63,7 +63,8 @@ def read_pointer(address):
 def scalar(value):
     """The number in an object that holds nothing else, such as an atomic one."""
     while value.type.strip_typedefs().code == gdb.TYPE_CODE_STRUCT:
-        value = value[value.type.strip_typedefs().fields()[0]]
+        fields = value.type.strip_typedefs().fields()
+        value = value[next(field for field in fields if hasattr(field, "bitpos"))]  # others are of the class
     return int(value)
 
 
@@ -102,7 +103,7 @@ def string_text(address):
         return 'u""'
     references, length, capacity = (read_as(address - 16 + i, "i") for i in (0, 4, 8))
     if references < 1 or not 0 <= length <= capacity <= MAX_LENGTH:
-        raise Unreadable("no text at 0x%x" % address)
+        raise Unreadable("no text")
     return quoted(length, address)
 
 
@@ -111,7 +112,7 @@ def bstr_text(address):
         return "null"
     size = read_as(address - 4, "I")
     if size > 2 * MAX_LENGTH:
-        raise Unreadable("no text at 0x%x" % address)
+        raise Unreadable("no text")
     return quoted(size // 2, address) + (" and a byte" if size % 2 else "")
 
 
@@ -151,7 +152,7 @@ def described(read_text):
     """The text that a function gives, or what kept it from it."""
     try:
         return read_text()
-    except (gdb.error, gdb.MemoryError, Unreadable, ValueError, OverflowError, struct.error) as error:
+    except (gdb.error, Unreadable, ValueError, OverflowError, struct.error, StopIteration) as error:
         return "<%s>" % (error or "unreadable")
 
 
@@ -218,7 +219,7 @@ class SafeArray:
         self.data = read_pointer(address + (16 if wide else 12))
         bounds = address + (24 if wide else 16)
         if dimensions not in (1, 2) or self.vt > 0x0FFF or self.size > 16:
-            raise Unreadable("no array at 0x%x" % address)
+            raise Unreadable("no array")
         self.counts = [read_as(bounds + 8 * i, "I") for i in range(dimensions)]
 
     def shape(self):
@@ -259,14 +260,14 @@ class ChildrenPrinter(Printer):
     """A text and what is in it; one that breaks off says why."""
 
     def children(self):
-        entries = self.entries()
-        index = 0
+        entries, index = None, 0
         while True:
             try:
+                entries = entries or self.entries()
                 entry = next(entries)
             except StopIteration:
                 return
-            except (gdb.error, gdb.MemoryError, Unreadable, ValueError, struct.error) as error:
+            except (gdb.error, Unreadable, ValueError, struct.error) as error:
                 yield "[%d]" % index, "<%s>" % error
                 return
             yield "[%d]" % index, entry
@@ -379,15 +380,15 @@ def object_text(value):
     name = described(lambda: string_text(int(value["name_"]["text_"])))
     full = int(value["fullType_"])
     subtype = full & 0xFFFF
-    text = "%s, type %d" % (name, (full >> 16 & 0xFFFF) - (full >> 15 & 0x10000))
+    words = ["type %d" % ((full >> 16 & 0xFFFF) - (full >> 15 & 0x10000))]
     if subtype:
-        text += ".%d" % subtype
+        words[0] += ".%d" % subtype
     references = scalar(value["references_"]) >> 32
     if references:
-        text += ", %d reference%s" % (references, "" if references == 1 else "s")
+        words.append("%d reference%s" % (references, "" if references == 1 else "s"))
     if scalar(value["flags_"]) & 2:
-        text += ", modified"
-    return text
+        words.append("modified")
+    return "%s (%s)" % (name, ", ".join(words))
 
 
 class ObjectPrinter(Printer):
@@ -448,7 +449,11 @@ def message_text(address, nesting=0):
         return "no message"
     if class_of(address) != "i18n::CLocalizedMessage" or nesting >= MAX_NESTING:
         return "a message at 0x%x" % address
-    message = gdb.Value(address).cast(gdb.lookup_type("i18n::CLocalizedMessage").pointer()).dereference()
+    try:
+        message = gdb.Value(address).cast(gdb.lookup_type("i18n::CLocalizedMessage").pointer()).dereference()
+        message["arguments_"]
+    except gdb.error:
+        return "a message at 0x%x, whose class is not known to gdb" % address
     arguments = message["arguments_"]["_M_impl"]
     first, end = int(arguments["_M_start"]), int(arguments["_M_finish"])
     shown = [variant_text(read(at, 16)) for at in range(first, end, 16)[:max_elements()]]

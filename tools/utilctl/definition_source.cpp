@@ -4,7 +4,7 @@
 #include <set>
 #include <utility>
 
-#include "platform/text/surrogates_internal.h"
+#include "platform/text/utf.h"
 #include "tools/utilctl/files.h"
 #include "tools/utilctl/source_member.h"
 #include "tools/utilctl/source_values.h"
@@ -66,17 +66,14 @@ namespace {
 
 // What keeps a text from being stored and shown as it is; empty when nothing does.
 std::string FaultOfLetters(std::u16string_view text, std::u16string_view allowed = {}) {
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const char16_t unit = text[i];
+  for (const char16_t unit : text) {
     if ((unit < 0x20 || unit == 0x7F) && allowed.find(unit) == std::u16string_view::npos) {
       return unit == u'\n' || unit == u'\r' ? "a line break cannot stand here"
                                             : "a control character cannot stand here";
     }
-    if (!utf::IsSurrogate(unit)) continue;
-    if (!utf::IsPairAt(text, i)) return "half of a surrogate pair cannot stand here";
-    ++i;
   }
-  return {};
+  const bool hasHalves = utf::ToUtf16(utf::ToUtf8(text)) != text;
+  return hasHalves ? "half of a surrogate pair cannot stand here" : "";
 }
 
 }  // namespace

@@ -7,8 +7,8 @@
 #include <iterator>
 #include <system_error>
 
+#include "platform/framework/file.h"
 #include "platform/framework/native_path.h"
-#include "platform/framework/read_to_end_internal.h"
 #include "platform/framework/replace_file.h"
 #include "platform/zorplatform/file_search.h"
 
@@ -17,16 +17,22 @@ namespace utilctl {
 namespace fs = std::filesystem;
 
 namespace {
+constexpr std::size_t kBlock = 1 << 20;
 // A device can be without end.
 constexpr std::size_t kMost = std::size_t{1} << 32;
-constexpr std::size_t kBlock = 1 << 20;
 }  // namespace
 
 std::string ReadWholeFile(const std::string& path) {
   if (path == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
   CFile file(FileText(path), CFile::modeRead);
-  std::string content = ReadToEnd(file, kMost + 1);
-  if (content.size() > kMost) throw CFileException(FileText(path), "more than 4 GiB", 0);
+  std::string content;
+  for (std::size_t got = kBlock; got == kBlock;) {
+    const std::size_t before = content.size();
+    content.resize(before + kBlock);
+    got = file.Read(content.data() + before, kBlock);
+    content.resize(before + got);
+    if (content.size() > kMost) throw CFileException(FileText(path), "more than 4 GiB", 0);
+  }
   return content;
 }
 
@@ -46,9 +52,7 @@ bool IsRegularOrMissing(const std::string& path) {
   return fs::is_regular_file(status) || !fs::exists(status);
 }
 
-void MakeFolder(const std::string& path) {
-  zorplatform::MakePath(FileText(path.empty() ? "." : path));
-}
+void MakeFolder(const std::string& path) { zorplatform::MakePath(FileText(path.empty() ? "." : path)); }
 
 CString FileText(const std::string& path) { return zorplatform::FromNativePath(fs::path(path)); }
 

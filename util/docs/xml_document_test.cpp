@@ -265,6 +265,32 @@ TEST(XmlDocument, LimitsDepthAndAttributesButNoText) {
   EXPECT_EQ(Text(document, Top(document)).GetLength(), 20'000'000);
 }
 
+TEST(XmlDocument, KeepsTextsOfEveryLengthInALargeDocument) {
+  constexpr int kElements = 20'000;
+  const auto textOf = [](int i) {
+    return std::string(static_cast<std::size_t>(i % 40), static_cast<char>('a' + i % 26));
+  };
+  std::string source = "<Top>";
+  for (int i = 0; i < kElements; ++i) source += "<t id=\"" + textOf(i + 7) + "\">" + textOf(i) + "</t>";
+  CXmlDocument document, again;
+  ASSERT_EQ(LoadBytes(document, source + "</Top>"), 1);
+  const auto check = [&](CXmlDocument& checked, int changed) {
+    int i = 0;
+    for (void* t = checked.FindFirstChild(Top(checked), true); t != nullptr; t = checked.FindNext(t, true), ++i) {
+      CString id;
+      EXPECT_EQ(checked.ReadAttribute(t, u"id", id), 1);
+      EXPECT_EQ(id, CString(textOf(i + 7 + changed))) << i;
+      EXPECT_EQ(Text(checked, t), CString(textOf(i + changed))) << i;
+      checked.SetText(t, CString(textOf(i + 13)));
+      checked.WriteAttribute(t, u"id", CString(textOf(i + 20)));
+    }
+    EXPECT_EQ(i, kElements);
+  };
+  check(document, 0);
+  ASSERT_EQ(again.SetXml(document.GetXml()), 1);
+  check(again, 13);
+}
+
 TEST(XmlDocument, LoadsOtherEncodings) {
   const auto wide = [](bool big, bool mark, std::u16string_view text) {
     std::string bytes = mark ? big ? "\xFE\xFF" : "\xFF\xFE" : "";

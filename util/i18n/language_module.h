@@ -37,7 +37,7 @@ namespace i18n {
 struct language_problem_t {
   CString file;        ///< the path; "motors.en.lang" for what is built in
   std::uint32_t line;  ///< from 1; 0 for the file as a whole
-  std::string what;    ///< for people, as in "no text has this number"
+  std::string what;    ///< for people, as in "no text of the number 12"
 };
 
 class ZORUTIL_API CLanguageModule {

@@ -9,6 +9,7 @@
 
 #include "platform/ole/variant_conversion.h"
 #include "platform/text/ascii_internal.h"
+#include "platform/text/surrogates_internal.h"
 #include "platform/zorplatform/exception.h"
 
 namespace i18n {
@@ -325,9 +326,6 @@ void CExpansion::PutReal(const conversion_t& how, double value) {
   PutNumber(how, prefix, 0, {text, length}, isFinite);
 }
 
-bool IsHigh(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
-bool IsLow(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
-
 // What is no character becomes U+FFFD; the NUL, which would end the text for some readers, nothing.
 void CExpansion::PutCharacter(const conversion_t& how, const integer_t& value) {
   char16_t units[2];
@@ -346,13 +344,6 @@ void CExpansion::PutCharacter(const conversion_t& how, const integer_t& value) {
   PutPadded(how, {units, length});
 }
 
-// As far as `count` units go, without half a surrogate pair at the end.
-std::u16string_view Cut(std::u16string_view text, std::size_t count) {
-  if (text.size() <= count) return text;
-  if (count > 0 && IsHigh(text[count - 1]) && IsLow(text[count])) --count;
-  return text.substr(0, count);
-}
-
 void CExpansion::PutText(const conversion_t& how, const CVariant& value) {
   CString made;
   std::u16string_view text;
@@ -363,9 +354,10 @@ void CExpansion::PutText(const conversion_t& how, const CVariant& value) {
     text = made;
   }
   const char kind = KindOf(how.letter);
-  if (kind == 's' && how.precision >= 0) text = Cut(text, static_cast<std::size_t>(how.precision));
+  if (kind == 's' && how.precision >= 0)
+    text = utf::CutBetweenCharacters(text, static_cast<std::size_t>(how.precision));
   if (kind == 'c' && value.vt == VT_BSTR && !text.empty()) {
-    text = Cut(text, text.size() > 1 && IsHigh(text[0]) && IsLow(text[1]) ? 2 : 1);
+    text = text.substr(0, utf::IsPairAt(text, 0) ? 2 : 1);
   }
   PutPadded(how, text);
 }

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/text/classic_locale_testing.h"
 #include "platform/zorplatform/exception.h"
 #include "util/values/value_testing.h"
 
@@ -90,12 +91,11 @@ TEST(MessageTemplate, PrintsNumbersAsPrintf) {
     std::string begin = "%";
     for (unsigned i = 0; i < 5; ++i) begin += (flags >> i & 1) != 0 ? std::string(1, "-+ #0"[i]) : "";
     for (const char* size : {"", "1", "12", ".0", ".1", ".3", "12.", "12.4", "30.20", ".40"}) {
-      char expected[512];
       for (const char letter : std::string("diuoxXfFeEgGaA")) {
         const std::string form = begin + size, wide = form + "ll" + letter, plain = form + letter;
         if (std::string("diuoxX").find(letter) != std::string::npos) {
           for (const std::int64_t value : integers) {
-            std::snprintf(expected, sizeof expected, wide.c_str(), value);
+            const std::string expected = classic_testing::Print(wide.c_str(), value);
             EXPECT_EQ(Expand(wide, {CVariant::FromInt64(value)}), expected) << wide << ' ' << value;
           }
           continue;
@@ -103,7 +103,7 @@ TEST(MessageTemplate, PrintsNumbersAsPrintf) {
         for (const double value : reals) {
           // Denormal numbers have no one hexadecimal form.
           if ((letter | 0x20) == 'a' && value == 5e-324) continue;
-          std::snprintf(expected, sizeof expected, plain.c_str(), value);
+          const std::string expected = classic_testing::Print(plain.c_str(), value);
           EXPECT_EQ(Expand(plain, {CVariant::FromDouble(value)}), expected) << plain << ' ' << value;
         }
       }

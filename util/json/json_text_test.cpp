@@ -303,6 +303,22 @@ TEST(JsonText, ManyNamesStayApart) {
   EXPECT_EQ(WriteText(document, kCompact), text);
 }
 
+TEST(JsonText, ALargeDocumentKeepsEachValueAndAPartOfItOutlivesTheRest) {
+  constexpr int kValues = 150'000;
+  std::string text = "[0";
+  for (int i = 1; i != kValues; ++i) text += "," + (i % 3 == 0 ? std::to_string(i) : '"' + std::to_string(i) + '"');
+  std::shared_ptr<IValue> document = Value(text + "]");
+  std::vector<std::shared_ptr<IValue>> kept;
+  for (const auto& element : ValueAsArray(document).elements) {
+    if (kept.size() * 1000 == static_cast<std::size_t>(ValueAsVariant(element).GetAsDouble())) kept.push_back(element);
+  }
+  EXPECT_TRUE(WriteText(*document, kCompact) == text + "]");
+  document.reset();
+  ASSERT_EQ(kept.size(), kValues / 1000u);
+  for (std::size_t i = 0; i != kept.size(); ++i)
+    EXPECT_EQ(ValueAsVariant(kept[i]).GetAsDouble(), 1000.0 * static_cast<double>(i));
+}
+
 TEST(JsonText, PrettyTextHasALineForEachValue) {
   EXPECT_EQ(WriteText(*Value("{\"a\":[1,{\"b\":{}}],\"c\":[]}")),
             "{\n  \"a\": [\n    1,\n    {\n      \"b\": {}\n    }\n  ],\n  \"c\": []\n}");

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/ole/string.h"
+#include "platform/text/surrogates_internal.h"
 #include "platform/zorplatform/exception.h"
 #include "platform/zorplatform/growable_buffer.h"
 #include "util/json/json_serializer.h"
@@ -60,9 +61,6 @@ char* WriteEscape(char16_t unit, char* out) {
   return out;
 }
 
-bool IsHigh(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
-bool IsLow(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
-
 // One character, which may be two units; moves `at` behind it.
 char* WriteCharacter(const char16_t*& at, const char16_t* end, char* out) {
   const char16_t unit = *at++;
@@ -76,7 +74,7 @@ char* WriteCharacter(const char16_t*& at, const char16_t* end, char* out) {
     *out++ = static_cast<char>(0x80 | (unit & 0x3F));
     return out;
   }
-  if (IsHigh(unit) && at != end && IsLow(*at)) {
+  if (utf::IsHighSurrogate(unit) && at != end && utf::IsLowSurrogate(*at)) {
     const auto point = 0x10000U + (unit - 0xD800U) * 0x400U + (*at++ - 0xDC00U);
     *out++ = static_cast<char>(0xF0 | point >> 18);
     *out++ = static_cast<char>(0x80 | (point >> 12 & 0x3F));
@@ -84,7 +82,7 @@ char* WriteCharacter(const char16_t*& at, const char16_t* end, char* out) {
     *out++ = static_cast<char>(0x80 | (point & 0x3F));
     return out;
   }
-  if (IsHigh(unit) || IsLow(unit)) return WriteEscape(unit, out);  // a half by itself has no UTF-8
+  if (utf::IsSurrogate(unit)) return WriteEscape(unit, out);  // a half by itself has no UTF-8
   *out++ = static_cast<char>(0xE0 | unit >> 12);
   *out++ = static_cast<char>(0x80 | (unit >> 6 & 0x3F));
   *out++ = static_cast<char>(0x80 | (unit & 0x3F));
@@ -306,7 +304,7 @@ class writer_t {
     do {
       // A long text needs no room for the worst case of the whole. No pair of surrogates is cut.
       const char16_t* part = end - at <= kPart ? end : at + kPart;
-      if (part != end && IsHigh(part[-1])) ++part;
+      if (part != end && utf::IsHighSurrogate(part[-1])) ++part;
       Ensure(static_cast<std::size_t>(part - at) * kMaxBytesPerUnit + 32);
       out_ = WriteUnits(at, part, out_);
       at = part;

@@ -3,7 +3,7 @@
 // A document names its errors by its error slot, and loading ends at the first. Who wants all of them opens a scope:
 // then objects and tables tell each error to it, leave out what is wrong, and go on.
 //
-//   zorutil::CLoadErrorScope scope(report);                      // load_report.h of util/project is one
+//   zorutil::CLoadErrorScope scope(&report);                     // load_report.h of util/project is one
 //   root.Load(&document, element, nullptr, false);               // 1: read to the end
 //
 // In a load function:

@@ -66,7 +66,7 @@ using ref_counted_obj_ptr_vec_t = std::vector<ref_counted_obj_ptr>;
 
 /// Calls CTableObj::Delete.
 struct ZORUTIL_API obj_deleter_t {
-  /// Null is never passed.
+  /// `object` is not null.
   void operator()(CTableObj* object) const noexcept;
 };
 /// The one owner of an object and everything below it. At its end the object is destroyed, or stays until the last

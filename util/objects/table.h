@@ -118,7 +118,7 @@ class ZORUTIL_API CTable {
   CSyncObject* GetLock() const noexcept { return &lock_; }
   /// The number of records.
   unsigned GetCount() const;
-  /// True from the beginning of a load to its end, the hooks of its records included.
+  /// True while records are being loaded, in the hooks that are called about them too.
   bool IsLoading() const noexcept { return loading_; }
   /// Whether changes leave a mark at all; as the constructor was told.
   /// @{

@@ -4,14 +4,13 @@
 #include <mutex>
 
 #include "platform/text/ascii_internal.h"
+#include "platform/text/surrogates_internal.h"
 #include "util/objects/table_internal.h"
 
 namespace {
 
 constexpr unsigned kMaxAttempts = 10'000'000;
 constexpr std::uint64_t kLargestNumber = 0x7FFFFFFF;
-
-bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
 
 // A name that is counted up: a text and a number, which has a least number of digits.
 class CCountedName {
@@ -59,7 +58,7 @@ class CCountedName {
 
  private:
   void CutHalfPair() {
-    if (!base_.empty() && IsHighSurrogate(base_.back())) base_.remove_suffix(1);
+    if (!base_.empty() && utf::IsHighSurrogate(base_.back())) base_.remove_suffix(1);
   }
 
   std::u16string_view base_;

@@ -38,7 +38,7 @@ class ZORUTIL_API COptionsContainer {
     FORMAT_INI = 1,   ///< the document's own bytes, up to the end of the stream
   };
 
-  /// The one of the process. What it throws is std::bad_alloc.
+  /// The one of the process; made by the first call.
   static COptionsContainer& GetInstance();
   COptionsContainer(const COptionsContainer&) = delete;
   COptionsContainer& operator=(const COptionsContainer&) = delete;
@@ -84,7 +84,7 @@ class ZORUTIL_API COptionsContainer {
   COptionsContainer();
   ~COptionsContainer();
 
-  /// An object that is made or destroyed; both take the lock, and are told of nothing.
+  /// For options objects alone, as they are made and destroyed.
   /// @{
   void Add(COptions* options);
   void Remove(const COptions* options);

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/framework/file.h"
+#include "platform/text/surrogates_internal.h"
 #include "platform/zorplatform/app_dir.h"
 #include "platform/zorplatform/file_search.h"
 #include "platform/zorplatform/ini_file.h"
@@ -142,9 +143,7 @@ CString WithoutExtension(const CString& name) {
 
 CString CutProductName(const CString& name) {
   const std::u16string_view text = zorplatform::TextOrEmpty(name.GetString());  // up to a NUL inside
-  if (text.size() <= kMaxProductName) return text;
-  const bool splitsPair = text[kMaxProductName - 1] >= 0xD800 && text[kMaxProductName - 1] <= 0xDBFF;
-  return text.substr(0, splitsPair ? kMaxProductName - 1 : kMaxProductName);
+  return utf::CutBetweenCharacters(text, kMaxProductName);
 }
 
 derived_t DeriveProductName() {

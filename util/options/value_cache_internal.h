@@ -10,6 +10,7 @@
 
 #include "platform/framework/cstring.h"
 #include "platform/framework/sync.h"
+#include "platform/text/surrogates_internal.h"
 #include "util/options/number_cache_internal.h"
 
 namespace zorutil::options {
@@ -58,10 +59,7 @@ class CValueCache {
     return true;
   }
   static CString Cut(const CString& text) {
-    if (text.GetLength() <= kMostOfText) return text;
-    const char16_t last = text[kMostOfText - 1];
-    const bool splitsPair = last >= 0xD800 && last <= 0xDBFF;
-    return text.Left(splitsPair ? kMostOfText - 1 : kMostOfText);
+    return text.GetLength() <= kMostOfText ? text : CString(utf::CutBetweenCharacters(text, kMostOfText));
   }
 
   CCriticalSection lock_{4000};

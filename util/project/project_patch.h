@@ -81,7 +81,7 @@ struct ZORUTIL_API patch_result_t {
   /// Empty: it was carried out. Otherwise all that could be told: of operations that go where an earlier one failed
   /// nothing is, and nothing behind a `test` that failed.
   std::vector<patch_failure_t> failures;
-  std::size_t added = 0;    ///< objects that are new; this and those below: also of a check
+  std::size_t added = 0;    ///< objects that are new; as the others, told of a check too
   std::size_t removed = 0;  ///< objects that are gone, without those below them
   std::size_t moved = 0;    ///< objects under another name or parent
   std::size_t changed = 0;  ///< objects with other settings

@@ -8,7 +8,6 @@
 #include "platform/zorplatform/exception.h"
 #include "platform/zorplatform/file_search.h"
 #include "util/properties/definition_file.h"
-#include "util/properties/definition_lookup_internal.h"
 #include "util/properties/definition_store.h"
 #include "util/properties/definition_writer.h"
 #include "util/properties/namespace_index_internal.h"
@@ -104,11 +103,6 @@ bool IterateDefinitions(const CString& namespaceName, functor_t<std::shared_ptr<
 
 metadata_t GetMetaData(int namespaceNumber, int number, unsigned short languageId) {
   return GetDefinitionStore().GetMetaData(namespaceNumber, number, languageId);
-}
-
-bool IsExempt(int id) {
-  const IPropertyDefinition* const definition = GetDefinitionStore().FindDefinition(id);
-  return definition != nullptr && definition->IsExempt();
 }
 
 }  // namespace zorutil::properties

@@ -3,12 +3,22 @@
 #include <utility>
 
 #include "platform/zorssl/secure_memory.h"
-#include "util/properties/definition_lookup_internal.h"
+#include "util/properties/definition_loader.h"
+#include "util/properties/definition_store.h"
 #include "util/properties/password.h"
 #include "util/serialization/primitives_internal.h"
 #include "util/values/variant_compare.h"
 
 namespace zorutil::properties {
+
+namespace {
+
+bool IsExempt(int id) {
+  const IPropertyDefinition* const definition = GetDefinitionStore().FindDefinition(id);
+  return definition != nullptr && definition->IsExempt();
+}
+
+}  // namespace
 
 IProperty::~IProperty() = default;
 

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <locale>
 #include <sstream>
 
 #include "util/i18n/language.h"
@@ -18,6 +19,7 @@ std::shared_ptr<IProperty> Property(int id, const std::string& value) { return C
 
 std::string Print(const property_list_t& list) {
   std::ostringstream out;
+  out.imbue(std::locale::classic());
   for (const auto& property : list) out << property->GetId() << '=' << property->GetValue() << ' ';
   return out.str();
 }

@@ -58,7 +58,8 @@ TEST(Pool, GivesElementsInOrderOfAddressAndTheOneFreedLastFirst) {
     EXPECT_EQ(parent.freed, std::vector<void*>{next});
   }
   EXPECT_STREQ(zorpool::bad_alloc_t().what(), "bad allocation");
-  for (const unsigned size : {0u, 7u, 65u}) EXPECT_THROW(CPool(size, 64, nullptr, true), CInvalidArgException);
+  for (const unsigned size : {0u, static_cast<unsigned>(sizeof(void*) - 1), 65u})
+    EXPECT_THROW(CPool(size, 64, nullptr, true), CInvalidArgException);
 }
 
 // Beside the rules done the plain way, with a parent that fails at every fifth call.

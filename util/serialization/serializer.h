@@ -23,7 +23,7 @@ class ZORUTIL_API ISerializer {
 
   /// The next `n` bytes, or zorplatform::CException: -3 from a stream, -1 from a buffer in memory.
   virtual void Read(void* dst, unsigned n) = 0;
-  /// Takes `n` bytes, all of them; 0 are allowed. Throws what its target throws: CFileException, std::bad_alloc.
+  /// Takes `n` bytes, all of them; `n` may be 0. Throws what its target throws: CFileException, std::bad_alloc.
   virtual void Write(const void* src, unsigned n) = 0;
   /// Looks at the next `n` bytes without taking them. False when there are not so many, or when the serializer
   /// cannot look ahead (as here); never throws for lack of data.

@@ -24,7 +24,7 @@ class ZORUTIL_API CDeadband {
 
   // Each setter returns 1 when the stored value changed, else 0. A number within the double epsilon (2.2e-16) of the
   // stored one is no change and is not stored. A NaN is stored and counts as a change.
-  /// A deadband_t; any other number is stored and gives no deadband.
+  /// A deadband_t; any other number is stored, and its threshold is 0.
   int SetDeadbandType(int type);
   /// In the tag's unit for ABSOLUTE, in percent of the span for PERCENT.
   int SetDeadband(double deadband) { return Set(deadband_, deadband); }

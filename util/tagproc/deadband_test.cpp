@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+#include "platform/text/classic_locale_testing.h"
 #include "util/serialization/stream_testing.h"
 #include "util/values/value_testing.h"
 
@@ -30,7 +31,8 @@ TEST(Deadband, PassesFromItsThresholdOn) {
       2|10|200|100|r8:50|r8:60|1; 2|10|200|100|r8:50|r8:59.5|0; 1|0.5|0|0|r8:1|r8:1.5|1; 1|0.5|0|0|r8:1|r8:1.4|0;
       0|5|200|100|r8:1|r8:1.0000001|1; 0|5|200|100|r8:1|r8:1|0; 1|0.5|0|0|s:abc|s:abd|1; 1|0.5|0|0|i4:1|r8:1|1;
       2|10|5|5|r8:1|r8:1.0000001|1; 2|10|100|200|r8:1|r8:1.0000001|1; 7|5|9|1|r8:1|r8:2|1)")) {
-    const CDeadband deadband = Deadband(std::stoi(c[0]), std::stod(c[1]), std::stod(c[2]), std::stod(c[3]));
+    using classic_testing::Double;
+    const CDeadband deadband = Deadband(std::stoi(c[0]), Double(c[1]), Double(c[2]), Double(c[3]));
     EXPECT_EQ(deadband.DeadbandPassed(Value(c[4]), Value(c[5])), c[6] == "1") << testing::PrintToString(c);
   }
 }

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/text/classic_locale_testing.h"
 #include "util/values/text_helpers.h"
 #include "util/values/value_testing.h"
 
@@ -76,8 +77,8 @@ TEST(BstrText, ReadsAsANumberSaturated) {
     ExpectReads<unsigned>(text, c[7]);
     ExpectReads<long>(text, c[8]);
     ExpectReads<std::uint64_t>(text, c[9]);
-    EXPECT_EQ(static_cast<double>(text), std::stod(c[10]));
-    EXPECT_EQ(static_cast<float>(text), std::stof(c[10]));
+    EXPECT_EQ(static_cast<double>(text), classic_testing::Double(c[10]));
+    EXPECT_EQ(static_cast<float>(text), classic_testing::Float(c[10]));
   }
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/framework/cstring.h"
+#include "platform/text/classic_locale_testing.h"
 #include "util/values/value_testing.h"
 
 using value_testing::Rows;
@@ -32,8 +33,8 @@ TEST(DataType, TellsNamesSizesAndRangesOfScalarAndArrayForms) {
       EXPECT_EQ(CDataType::TypeFromText(name), type);
       EXPECT_EQ(CDataType::TypeFromText(CString(name).MakeLower()), type);
       EXPECT_EQ(CDataType::SizeOf(type), std::stoi(row[2]));
-      EXPECT_EQ(CDataType::MinVal(type), std::stod(row[3]));
-      EXPECT_EQ(CDataType::MaxVal(type), std::stod(row[4]));
+      EXPECT_EQ(CDataType::MinVal(type), classic_testing::Double(row[3]));
+      EXPECT_EQ(CDataType::MaxVal(type), classic_testing::Double(row[4]));
       EXPECT_EQ(CVariant::ConvertDataType(type), vt);
       EXPECT_EQ(CVariant::ConvertVarType(vt), Id(std::stoi(row[5]) + offset));
       EXPECT_EQ(CDataType::MakeArrayType(type), Id(id + 20));

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "platform/framework/rows_testing.h"
+#include "platform/text/classic_locale_testing.h"
 #include "util/values/safe_array.h"
 #include "util/values/variant.h"
 
@@ -35,13 +37,17 @@ inline CVariant Scalar(VARTYPE vt, const std::string& text) {
   value.vt = vt;
   const long long number = std::strtoll(text.c_str(), nullptr, 0);
   switch (vt) {
-    case VT_R4: value.fltVal = std::strtof(text.c_str(), nullptr); break;
+    case VT_R4: value.fltVal = classic_testing::Float(text); break;
     case VT_R8:
-    case VT_DATE: value.dblVal = std::strtod(text.c_str(), nullptr); break;
+    case VT_DATE: value.dblVal = classic_testing::Double(text); break;
     case VT_UI8: value.ullVal = std::strtoull(text.c_str(), nullptr, 0); break;
     case VT_BOOL: value.boolVal = number != 0 ? VARIANT_TRUE : VARIANT_FALSE; break;
     case VT_ERROR: value.scode = static_cast<SCODE>(number); break;
-    default: std::memcpy(&value.ullVal, &number, vt == VT_BSTR ? 0 : CVariant::SizeOf(vt));
+    default: {
+      const std::size_t size = vt == VT_BSTR ? 0 : CVariant::SizeOf(vt);
+      const std::size_t skipped = std::endian::native == std::endian::big ? sizeof number - size : 0;
+      std::memcpy(&value.ullVal, reinterpret_cast<const char*>(&number) + skipped, size);
+    }
   }
   return value;
 }
