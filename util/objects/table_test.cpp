@@ -275,11 +275,13 @@ TEST_F(TableTest, CarriesReferencesUpTheTree) {
   node->children.Remove(0U);
   EXPECT_EQ(root.GetRefCount(), 1);
   {
-    const CSurrogateTable lent(node, leaf);
+    CSurrogateTable lent(node, leaf);
     const CSurrogateTable second(nullptr, leaf);
     EXPECT_EQ(leaf->GetParent(), node);
     EXPECT_EQ(root.GetRefCount(), 4);
     EXPECT_EQ(second.GetCount(), 0U);
+    CLeaf other(u"other");
+    EXPECT_EQ(lent.Insert(&other), CTable::invalid_index) << "it would be destroyed with the table";
   }
   EXPECT_EQ(leaf->GetRefCount(), 3);
   node->children.Insert(leaf);
