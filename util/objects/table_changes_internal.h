@@ -58,9 +58,9 @@ class CTableChanges {
     CString name;  // the other one: the new name before it is placed, the old one after
     unsigned fromIndex = 0, toIndex = 0;
     unsigned moves = 0, count = 0;  // of `from`, before the hooks OnRecordInsert ran
-    std::int32_t references = 0;  // that `from` has to give back
-    bool isTold = false;          // OnRecordRemove was called
-    bool isStirred = false;       // hooks changed `from` since, so `fromIndex` says nothing
+    std::int32_t references = 0;    // that `from` has to give back
+    bool isTold = false;            // OnRecordRemove was called
+    bool isStirred = false;         // hooks changed `from` since, so `fromIndex` says nothing
   };
   class room_t;
 

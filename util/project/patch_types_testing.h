@@ -61,8 +61,8 @@ class CParts final : public zorutil::CChildTable {
  public:
   explicit CParts(zorutil::CDescribedObj& recipe) : CChildTable(recipe, 1) {}
   int heard = 0;
-  static inline int insertionsLeft = -1;     ///< that do not throw; -1: all
-  static inline bool renamesFirst = false;   ///< calls the first part "X" before it throws
+  static inline int insertionsLeft = -1;    ///< that do not throw; -1: all
+  static inline bool renamesFirst = false;  ///< calls the first part "X" before it throws
 
  private:
   void OnRecordInsert(unsigned) override {
