@@ -15,3 +15,15 @@ sanitized() {
   if setarch "$(uname -m)" -R true 2>/dev/null; then set -- setarch "$(uname -m)" -R "$@"; fi
   "$@"
 }
+
+# bare_debian SUITES [option of mmdebstrap]... TARGET: a Debian of this machine's release in TARGET, from where this machine
+# has its own packages; of its sources those whose suite matches the pattern SUITES. Works as root, and for others where the
+# system lets them have user namespaces.
+bare_debian() {
+  local line mode=root options=() sources=()
+  (( EUID == 0 )) || mode=unshare
+  mapfile -t sources < <(apt-get indextargets --format 'deb $(REPO_URI) $(CODENAME) $(COMPONENT)' 'Created-By: Packages' |
+    grep -E " ($1) [^ ]*$" | sort -u)
+  while IFS= read -r line; do options+=("--aptopt=$line"); done < <(apt-config dump | grep -iE '^Acquire::.*proxy')
+  (. /etc/os-release && exec mmdebstrap --mode=$mode "${options[@]}" "${@:2:$#-2}" "$VERSION_CODENAME" "${@: -1}" "${sources[@]}")
+}

@@ -49,9 +49,10 @@ using zorutil::owned_obj_ptr;
 
 // --- words ---------------------------------------------------------------------------------------------------------
 
-// A failure that an operation tells by its result.
-void Require(bool isDone, const CString& failure) {
-  if (!isDone) throw std::runtime_error(failure.ToUtf8());
+// A failure that an operation tells by its result. It needs no memory when there is none.
+template <class Text>
+void Require(bool isDone, const Text& failure) {
+  if (!isDone) throw std::runtime_error(CString(failure).ToUtf8());
 }
 
 const char* StateIf(bool isNew, bool isOld) { return isNew ? "new" : isOld ? "old" : "neither"; }

@@ -5,15 +5,18 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <random>
+#include <span>
 #include <string>
 #include <thread>
 #include <tuple>
 #include <utility>
 
 #include "platform/framework/mem_file.h"
+#include "platform/framework/read_to_end_internal.h"
 #include "platform/framework/temp_folder_testing.h"
 
 namespace {
@@ -28,10 +31,8 @@ class FileTest : public testing::Test {
 constexpr unsigned kNewFile = CFile::modeCreate | CFile::modeReadWrite;
 
 std::string ReadAll(CFile& file) {
-  std::string text(static_cast<std::size_t>(file.GetLength()), '\0');
   file.SeekToBegin();
-  text.resize(file.Read(text.data(), static_cast<unsigned>(text.size())));
-  return text;
+  return ReadToEnd(file, SIZE_MAX);
 }
 
 int ErrorOf(const std::function<void()>& call) {
@@ -83,6 +84,18 @@ TEST_F(FileTest, MixedReadsAndWritesGiveWhatAFileInMemoryGives) {
     disk.Close();
     CFile again(PathOf("mixed"), CFile::modeRead);
     ASSERT_EQ(ReadAll(again), ReadAll(memory));
+  }
+}
+
+TEST_F(FileTest, IsReadToItsEndOrALimitWhateverItsLengthSays) {
+  struct pipe_t : CMemFile {
+    using CMemFile::CMemFile;
+    std::uint64_t GetLength() const override { return 0; }
+  };
+  const std::string content(200'000, 'x');
+  for (const std::size_t most : {0U, 65'536U, 65'537U, 200'000U, 200'001U}) {
+    pipe_t file(std::as_bytes(std::span(content)));
+    EXPECT_EQ(ReadToEnd(file, most), content.substr(0, most));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <iostream>
 #include <iterator>
@@ -18,8 +19,8 @@ namespace fs = std::filesystem;
 
 namespace {
 constexpr std::size_t kBlock = 1 << 20;
-// A device can be without end.
-constexpr std::size_t kMost = std::size_t{1} << 32;
+// A device can be without end. On machines of 32 bits, a quarter of what they address.
+constexpr auto kMost = static_cast<std::size_t>(std::min<std::uint64_t>(std::uint64_t{1} << 32, SIZE_MAX / 4));
 }  // namespace
 
 std::string ReadWholeFile(const std::string& path) {
@@ -31,7 +32,8 @@ std::string ReadWholeFile(const std::string& path) {
     content.resize(before + kBlock);
     got = file.Read(content.data() + before, kBlock);
     content.resize(before + got);
-    if (content.size() > kMost) throw CFileException(FileText(path), "more than 4 GiB", 0);
+    if (content.size() > kMost)
+      throw CFileException(FileText(path), std::uint64_t{kMost} >> 32 != 0 ? "more than 4 GiB" : "too long", 0);
   }
   return content;
 }

@@ -9,7 +9,9 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <new>
 #include <stdexcept>
@@ -35,10 +37,13 @@ constexpr std::string_view kSchemaNamespace = "http://www.w3.org/2001/XMLSchema"
 using xml::ViewOf;
 const xmlChar* XmlOf(const std::string& text) { return reinterpret_cast<const xmlChar*>(text.c_str()); }
 
+struct text_deleter_t {
+  void operator()(void* text) const { xmlFree(text); }
+};
+
 std::string Taken(xmlChar* text) {
-  std::string copy(ViewOf(text));
-  xmlFree(text);
-  return copy;
+  const std::unique_ptr<xmlChar, text_deleter_t> owner(text);
+  return std::string(ViewOf(text));
 }
 
 std::string_view TextOf(const xmlError& error) {
@@ -67,11 +72,9 @@ CString PathOf(std::string_view uri) {
   for (const std::string_view prefix : {"file://localhost/", "file:///", "file:/"}) {
     if (uri.starts_with(prefix)) uri.remove_prefix(prefix.size() - 1);
   }
-  char* const plain = xmlURIUnescapeString(std::string(uri).c_str(), 0, nullptr);
+  const std::unique_ptr<char, text_deleter_t> plain(xmlURIUnescapeString(std::string(uri).c_str(), 0, nullptr));
   if (plain == nullptr) throw std::bad_alloc();
-  const std::string native(plain);
-  xmlFree(plain);
-  return zorplatform::FromNativePath(native);
+  return zorplatform::FromNativePath(plain.get());
 }
 
 bool IsRemote(std::string_view uri) {
@@ -92,7 +95,11 @@ struct files_t {
     std::string bytes;
     CString path;
   };
-  std::unordered_map<std::string, file_t> byLocation;
+  // libxml2 asks for them, through which no exception may pass: looking for one needs no memory.
+  struct hash_t : std::hash<std::string_view> {
+    using is_transparent = void;
+  };
+  std::unordered_map<std::string, file_t, hash_t, std::equal_to<>> byLocation;
 };
 
 // Of this thread, while it compiles. libxml2 has one table of openers for the process: ours stays in it, and looks only
@@ -100,7 +107,7 @@ struct files_t {
 thread_local const files_t* serving = nullptr;
 
 const files_t::file_t* FindServed(const char* location) {
-  const auto found = serving->byLocation.find(location);
+  const auto found = serving->byLocation.find(std::string_view(location));
   return found == serving->byLocation.end() ? nullptr : &found->second;
 }
 
@@ -278,7 +285,7 @@ schema_ptr_t<xmlSchema> CompileAll(const registered_t& registered, message_t& er
     const std::string_view location = fault.file != nullptr ? fault.file
                                       : node == nullptr     ? std::string_view()
                                                             : ViewOf(node->doc->URL);
-    const auto file = files.byLocation.find(std::string(location));
+    const auto file = files.byLocation.find(location);
     const CString path = file != files.byLocation.end() ? file->second.path : PathOf(location);
     error = i18n::MakeLocalizedMessage(i18n::IDS_SCHEMA_FAULT,
                                        {CVariant(path), CVariant::FromInt32(fault.line), CVariant(TextOf(fault))});

@@ -62,10 +62,11 @@ inline void WriteUnits(ISerializer& out, std::u16string_view units) {
 /// `total` bytes and returns where the first of them lies; it is called before each chunk, with at most twice what
 /// has been read so far.
 template <class Grow>
-void ReadGrowing(ISerializer& in, std::size_t count, Grow grow) {
+void ReadGrowing(ISerializer& in, std::uint64_t count, Grow grow) {
   std::size_t done = 0;
   while (done < count) {
-    const std::size_t chunk = std::min({count - done, std::max<std::size_t>(done, kReadChunk), kLargestChunk});
+    const std::size_t next = std::min(std::max<std::size_t>(done, kReadChunk), kLargestChunk);
+    const auto chunk = static_cast<std::size_t>(std::min<std::uint64_t>(count - done, next));
     char* const base = static_cast<char*>(static_cast<void*>(grow(done + chunk)));
     in.Read(base + done, static_cast<unsigned>(chunk));
     done += chunk;

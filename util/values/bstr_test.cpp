@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <new>
 #include <string>
@@ -75,7 +76,7 @@ TEST(BstrText, ReadsAsANumberSaturated) {
     ExpectReads<unsigned short>(text, c[5]);
     ExpectReads<int>(text, c[6]);
     ExpectReads<unsigned>(text, c[7]);
-    ExpectReads<long>(text, c[8]);
+    ExpectReads<std::int64_t>(text, c[8]);
     ExpectReads<std::uint64_t>(text, c[9]);
     EXPECT_EQ(static_cast<double>(text), classic_testing::Double(c[10]));
     EXPECT_EQ(static_cast<float>(text), classic_testing::Float(c[10]));
@@ -121,7 +122,8 @@ TEST(BstrOwnership, MovesCopiesAndGivesAway) {
 // Refused by the length alone: no text of that length is there.
 TEST(BstrOwnership, ATooLongTextLeavesTheOldOne) {
   CBstr text(u"kept");
-  for (const std::size_t length : {std::size_t{1} << 30, std::size_t{1} << 31, (std::size_t{1} << 32) + 1}) {
+  for (const std::size_t length : {std::size_t{1} << 30, std::size_t{1} << 31,
+                                   static_cast<std::size_t>(std::min<std::uint64_t>((1ULL << 32) + 1, SIZE_MAX))}) {
     EXPECT_THROW(text = std::u16string_view(u"x", length), std::bad_alloc);
     EXPECT_EQ(text, u"kept");
   }

@@ -190,8 +190,7 @@ struct value_io_t {
     if (count == 0) return safe_array_access_t::Alloc(array);
     std::size_t have = 0;
     const std::uint64_t bytes = std::uint64_t{count} * array.cbElements;
-    if (bytes > PTRDIFF_MAX) CException::Throw(CException::kAllocation, "no memory for an array");
-    zorutil::primitives::ReadGrowing(in, static_cast<std::size_t>(bytes), [&](std::size_t want) {
+    zorutil::primitives::ReadGrowing(in, bytes, [&](std::size_t want) {
       void* const grown = SafeArrayAllocData(want, false);
       if (grown == nullptr) CException::Throw(CException::kAllocation, "no memory for an array");
       if (have != 0) std::memcpy(grown, array.pvData, have);

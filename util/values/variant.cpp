@@ -242,6 +242,10 @@ bool CVariant::GetStringArray(CStringArray& out) const {
 }
 
 void CVariant::Format(CString& out, format_t format) const {
+  if (vt == VT_I4) {  // the most frequent one
+    out.AssignInteger(lVal);
+    return;
+  }
   if (IsArray()) {
     if (GetArray() == nullptr) return out.Empty();  // none, or a reference to one
     return GetArray()->Format(out, format == FORMAT_FULL);

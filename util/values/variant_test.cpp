@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <clocale>
 #include <new>
 #include <sstream>
@@ -179,7 +180,8 @@ TEST(VariantOwnership, AFailedCopyLeavesTheOldValueAndNoLeak) {
   variants.AsSpan<CVariant>()[1].DetachData();
   slots[1] = nullptr;
   CVariant kept(u"kept");
-  for (const std::size_t length : {std::size_t{1} << 30, (std::size_t{1} << 32) + 1}) {
+  for (const std::size_t length :
+       {std::size_t{1} << 30, static_cast<std::size_t>(std::min<std::uint64_t>((1ULL << 32) + 1, SIZE_MAX))}) {
     EXPECT_THROW(kept = std::u16string_view(u"x", length), std::bad_alloc);
     EXPECT_THROW(source.GetArray()->SetText(0, std::u16string_view(u"x", length)), CException);
   }
