@@ -40,6 +40,14 @@ TEST_F(UtilctlOptions, ReadsChangesAndExplainsOneLineOfTheFile) {
   EXPECT_TRUE(FileText(folder_ / "a.ini").starts_with("; by hand\n[S]\nK=-5\nEmpty=\n"));
 }
 
+TEST_F(UtilctlOptions, ListsOfAHugeFileWhatSomebodyMightRead) {
+  std::string text = "[S]\nLong=" + std::string(1'000'000, 'x') + "\n";
+  for (int i = 0; i < 20'000; ++i) text += "K" + std::to_string(i) + "=1\n";
+  Write("huge.ini", text);
+  EXPECT_EQ(Run("options list --file huge.ini"), 0);
+  EXPECT_TRUE(out_.ends_with("and 10002 more lines, which --json has\n") && out_.size() < 200'000) << out_.size();
+}
+
 TEST_F(UtilctlOptions, LosesNoneOfTheValuesThatManySetAtOnce) {
   const std::string set = " " UTILCTL_PROGRAM " options set S K$i $i --file many.ini & ";
   EXPECT_EQ(Run("options get S K9 --file many.ini", "for i in 1 2 3 4 5 6 7 8 9; do" + set + "done; wait;"), 0);

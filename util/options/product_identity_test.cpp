@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <thread>
 
@@ -76,6 +77,17 @@ TEST_F(ProductIdentity, WorksFoldersOutOnceAndAsksNobodyForTheCompanyOfPersonalO
   identity::Forget();
   GetSharedProfileDir();
   EXPECT_EQ(Rest(GetAppProfileDir()), "user\\C\\P\\V2\\") << "the company was asked for";
+}
+
+TEST_F(ProductIdentity, StaysInTheApplicationDirectoryOfAUserWithoutFolders) {
+  const char* const home = std::getenv("HOME");
+  const std::string before = home == nullptr ? "" : home;
+  ::setenv("HOME", "/a\\b", 1);  // which no path text names
+  for (const char* variable : {"ZORUTIL_USER_DATA_DIR", "XDG_DATA_HOME"}) ::unsetenv(variable);
+  zorplatform::SetKnownFolder(zorplatform::known_folder_t::userData, {});
+  Start("[Product]\nName=P\nVersion=2\n");
+  EXPECT_EQ(Rest(GetAppProfileDir()), "bin\\") << "and nothing behind it";
+  ::setenv("HOME", before.c_str(), 1);
 }
 
 TEST_F(ProductIdentity, TakesTheSharedBaseFromTheProductFile) {

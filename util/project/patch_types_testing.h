@@ -61,12 +61,14 @@ class CParts final : public zorutil::CChildTable {
  public:
   explicit CParts(zorutil::CDescribedObj& recipe) : CChildTable(recipe, 1) {}
   int heard = 0;
-  static inline int insertionsLeft = -1;  ///< that do not throw; -1: all
+  static inline int insertionsLeft = -1;    ///< that do not throw; -1: all
+  static inline bool renamesFirst = false;  ///< calls the first part "X" before it throws
 
  private:
   void OnRecordInsert(unsigned) override {
     if (insertionsLeft == 0) {
       insertionsLeft = -1;
+      if (CTableObj* const first = GetRecord(0); first != nullptr && renamesFirst) first->SetName(u"X");
       throw std::runtime_error("no part comes in");
     }
     if (insertionsLeft > 0) --insertionsLeft;
