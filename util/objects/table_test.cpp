@@ -121,10 +121,10 @@ TEST_F(TableTest, MakesNamesFreeByCountingUp) {
     EXPECT_EQ(table.GenerateName(name, 256), 1);
     EXPECT_EQ(name, expected);
   }
-  Add(table, "Other");
+  Add(table, "Other Other1");
   CString other = u"Other";
   table.GenerateName(other, 256);
-  EXPECT_EQ(other, u"Other1") << "of another text";
+  EXPECT_EQ(other, u"Other2") << "of another text";
   table.Reset();
   Add(table, "Tag Tag1");
   CString afresh = u"Tag";
