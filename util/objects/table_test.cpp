@@ -47,7 +47,6 @@ TEST_F(TableTest, KeepsRecordsInNameOrderAndNamesApart) {
   EXPECT_EQ(table.Insert(nullptr), CTable::invalid_index);
   EXPECT_EQ(table.Insert(table.GetRecord(0)), CTable::invalid_index) << "it is a record already";
   EXPECT_TRUE(table.FindRecord(u"tag3") == nullptr && Add(table, "Beta") == 1);  // another than was looked for last
-  EXPECT_EQ(FindBroken(root), "");
 }
 
 struct falling_t : CTable {
@@ -263,9 +262,7 @@ TEST_F(TableTest, MarksItselfAndItsOwnerForWhateverComesAndGoes) {
   EXPECT_EQ(marks([&] { table.Reset(); }), 0);
   table.SetTrackMods(false);
   EXPECT_EQ(marks([&] { Add(table, "e"); }), 0);
-  table.SetTrackMods(true);
-  table.SetModified(true);
-  table.SetTrackMods(false);
+  table.SetTrackMods(true), table.SetModified(true), table.SetTrackMods(false);
   EXPECT_TRUE(Load(table, Saved(CHookedTable())) == 1 && table.IsModified()) << "the mark is what it was";
 }
 
