@@ -67,11 +67,10 @@ TEST_F(GatewayProgram, TakesChangesWhileItRunsAndKeepsThem) {
                             R"("}, {"at": 5, "save": "/no folder/x.bin"},
     {"at": 6, "set": {"ScanRate": 5}, "of": "Main.PLC.Count"},
     {"at": 7, "delete": "Main.Nobody"}])");
-  EXPECT_EQ(
-      RunPlant(
-          "plant.json --readings readings.csv --changes changes.json --reported out.csv --save saved "
-          "--language de --log log.txt --plot p.svg --watch Main.PLC.Count Main.PLC.No Main.PLC.New --overview o.svg"),
-      1)
+  EXPECT_EQ(RunPlant("plant.json --readings readings.csv --changes changes.json --reported out.csv --save saved "
+                     "--language de --log log.txt --plot p.svg --overview o.svg "
+                     "--watch Main.PLC.Count Main.PLC.No Main.PLC.New"),
+            1)
       << messages_;
   const std::string log = FileText(folder_ / "log.txt");
   for (const char* part :

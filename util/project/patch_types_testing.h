@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "util/i18n/message_exception.h"
 #include "util/objects/described_object.h"
@@ -68,7 +69,7 @@ class CParts final : public zorutil::CChildTable {
   void OnRecordInsert(unsigned) override {
     if (insertionsLeft == 0) {
       insertionsLeft = -1;
-      if (CTableObj* const first = GetRecord(0); first != nullptr && renamesFirst) first->SetName(u"X");
+      if (std::exchange(renamesFirst, false)) GetRecord(0)->SetName(u"X");
       throw std::runtime_error("no part comes in");
     }
     if (insertionsLeft > 0) --insertionsLeft;

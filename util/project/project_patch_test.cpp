@@ -222,7 +222,6 @@ TEST_F(ProjectPatch, LateRefusalsAreTakenBack) {
   patch_testing::CParts::insertionsLeft = 0;
   patch_testing::CParts::renamesFirst = true;
   EXPECT_FALSE(ApplyPatch(Patch("remove /Parts/N; remove /Parts/Y; add /Parts/M {'Type':'Step'}"), *recipe));
-  patch_testing::CParts::renamesFirst = false;
   EXPECT_EQ(tree_testing::FindBroken(*recipe, [&](const CTableObj& o) { return &o == moved.get() ? 1 : 0; }), "")
       << "N and Y come back between records that a hook moved";
 }
