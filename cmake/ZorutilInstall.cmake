@@ -93,14 +93,20 @@ function(zorutil_install_libraries)
   configure_file("${templates}/zorutil.pc.in" "${PROJECT_BINARY_DIR}/zorutil.pc" @ONLY)
   zorutil_install_files(development "${CMAKE_INSTALL_LIBDIR}/pkgconfig" "${PROJECT_BINARY_DIR}/zorutil.pc")
 
-  # What users read, laid out as in the tree so that links from one to the other work.
+  # What users read, laid out as in the tree, headers included, so that links from one to the other work.
   file(GLOB texts CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
     "${PROJECT_SOURCE_DIR}/README.md" "${PROJECT_SOURCE_DIR}/SECURITY.md" "${PROJECT_SOURCE_DIR}/docs/*.md"
-    "${PROJECT_SOURCE_DIR}/tools/utilctl/README.md")
-  list(REMOVE_ITEM texts docs/decisions.md)
+    "${PROJECT_SOURCE_DIR}/CHANGELOG.md" "${PROJECT_SOURCE_DIR}/tools/utilctl/README.md")
   foreach(file IN LISTS texts)
     get_filename_component(folder "${CMAKE_INSTALL_DATADIR}/doc/zorutil/${file}" DIRECTORY)
     zorutil_install_files(development "${folder}" "${PROJECT_SOURCE_DIR}/${file}")
+  endforeach()
+  foreach(folder IN ITEMS platform util)
+    file(RELATIVE_PATH headers "${CMAKE_INSTALL_FULL_DATADIR}/doc/zorutil"
+      "${CMAKE_INSTALL_FULL_INCLUDEDIR}/zorutil/${folder}")
+    file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/doc-links")
+    file(CREATE_LINK "${headers}" "${PROJECT_BINARY_DIR}/doc-links/${folder}" SYMBOLIC)
+    zorutil_install_files(development "${CMAKE_INSTALL_DATADIR}/doc/zorutil" "${PROJECT_BINARY_DIR}/doc-links/${folder}")
   endforeach()
 
   # gdb finds printers under its own data folder by the path of the library that it loads: two small files there name

@@ -143,7 +143,8 @@ TEST_F(GatewayProgram, ExitsByWhatItFound) {
                {"plant.json --readings readings.csv --plot none/x.svg", 3, "none/x.svg: cannot write: No such file"},
                {"plant.json --save none/x", 3, "none"},
                {"plant.json --settings wrong.ini", 3, "wrong.ini:2: [Gateway] SliceMs: '1'"},
-               {"none.json", 3, "none.json"},
+               {"plant.json --readings readings.csv --changes .", 3, ".: open: Is a directory"},
+               {"/none.json", 3, "/none.json: open: No such file"},
                {"cut.bin", 3, "cut.bin"},
                {"readings.csv", 3, "readings.csv"},
                {"plant.json --updates 0", 2, "--updates"},
@@ -153,6 +154,7 @@ TEST_F(GatewayProgram, ExitsByWhatItFound) {
     EXPECT_EQ(RunPlant(c.arguments), c.code) << c.arguments << "\n" << messages_;
     EXPECT_TRUE(Holds(messages_, c.message)) << c.arguments << "\n" << messages_;
   }
+  EXPECT_EQ(ProgramTest::Run("--help", "", "> /dev/full"), 3);
   EXPECT_EQ(RunPlant("plant.json --readings readings.csv --updates 5000 --log /dev/null"), 0) << messages_;
   EXPECT_TRUE(Holds(out_, " in memory after 5,0")) << out_;
 }

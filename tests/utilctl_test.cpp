@@ -231,7 +231,14 @@ TEST_F(Utilctl, ExitsByWhatItFoundAndDescribesItself) {
   EXPECT_EQ(messages_, "utilctl json: unknown command \"bogus\"; there are check format patch\n");
   EXPECT_EQ(Run("json"), 2);
   EXPECT_TRUE(Holds(messages_, "Carry a JSON patch")) << messages_;
-  EXPECT_EQ(Run("message show 508", "> /dev/full"), 3);
+  for (const char* output : {"message show 508", "--help", "json --help", "--version", "--generate zsh"}) {
+    EXPECT_EQ(Run(output, "> /dev/full"), 3) << output;
+    EXPECT_EQ(Run(output, ">&-"), 3) << output;
+  }
+  EXPECT_EQ(Run("json check -", "< /"), 3);
+  EXPECT_EQ(messages_, "utilctl: standard input: read: Is a directory\n");
+  EXPECT_EQ(Run("json check \"$(printf 'a\\033[1m\\nb\\302\\233')\""), 3);
+  EXPECT_EQ(messages_, "utilctl: a?[1m?b??: open: No such file or directory\n");
   EXPECT_EQ(Run("--version"), 0);
   EXPECT_TRUE(out_.starts_with("utilctl ")) << out_;
   EXPECT_EQ(Run("defs validate --help"), 0);

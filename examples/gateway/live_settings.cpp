@@ -27,7 +27,7 @@ zorplatform::CTimeStamp SteadyTime() {
 
 std::vector<std::byte> ReadBytes(const std::string& path) {
   const CString text = zorplatform::FromNativePath(path);
-  if (!zorplatform::CheckFileExists(text)) throw std::runtime_error(path + ": there is no such file");
+  if (!zorplatform::CheckFileExists(text)) throw std::runtime_error(path + ": there is no such file, or it is none");
   CFile file(text, CFile::modeRead);
   std::vector<std::byte> bytes(kMostBytes + 1);
   bytes.resize(file.Read(bytes.data(), kMostBytes + 1));

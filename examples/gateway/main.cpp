@@ -8,7 +8,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -20,6 +19,7 @@
 #include "examples/readings/file_source.h"
 #include "examples/readings/progress_line.h"
 #include "examples/readings/text_table.h"
+#include "platform/framework/file.h"
 #include "platform/framework/native_path.h"
 #include "util/i18n/language.h"
 #include "util/i18n/message_exception.h"
@@ -56,10 +56,28 @@ void Close(std::ofstream& file, const std::string& path) {
 }
 
 std::string ReadText(const std::string& path) {
-  errno = 0;
-  std::ifstream file(path, std::ios::binary);
-  if (!file) ThrowCannot("read", path);
-  return {std::istreambuf_iterator<char>(file), {}};
+  constexpr std::size_t kMost = std::size_t{64} << 20;  // a device can be without end
+  CFile file(zorplatform::FromNativePath(path), CFile::modeRead);
+  std::string text;
+  for (std::size_t got = 1; got != 0;) {
+    const std::size_t before = text.size();
+    text.resize(before + (1 << 16));
+    got = file.Read(text.data() + before, 1 << 16);
+    text.resize(before + got);
+    if (text.size() > kMost) throw std::runtime_error(path + ": longer than 64 MiB");
+  }
+  return text;
+}
+
+// A report names its file by the path text; whoever called gave the system's path.
+std::string TextOf(const project::load_report_t& report, const std::string& path, unsigned short languageId) {
+  std::string text = report.ToString(languageId).ToUtf8();
+  const std::string pathText = zorplatform::FromNativePath(path).ToUtf8();
+  for (std::size_t at = text.find(pathText); !pathText.empty() && at != std::string::npos;) {
+    text.replace(at, pathText.size(), path);
+    at = text.find(pathText, at + path.size());
+  }
+  return text;
 }
 
 // Prints what is wrong with the settings of the objects. False when anything is.
@@ -149,7 +167,7 @@ exit_t Run(const std::string& path, const settings_t& settings, gateway::CLiveSe
   const auto started = std::chrono::steady_clock::now();
   const zorutil::owned_obj_ptr root = project::LoadProject(zorplatform::FromNativePath(path), report);
   if (root == nullptr) {
-    std::cerr << report.ToString(settings.languageId).ToUtf8() << '\n';
+    std::cerr << TextOf(report, path, settings.languageId) << '\n';
     return EXIT_IO;
   }
   if (root->GetType() != gateway::kProject) {
@@ -207,8 +225,9 @@ int main(int argc, char** argv) {
   app.add_option("--readings", settings.readings, "CSV with the columns time, station, address, value");
   app.add_option("--definitions", given.definitions,
                  "The folder of the compiled definitions; without it the folder Properties beside the program");
-  app.add_option("--types", settings.types, "A plug-in with further types of objects (type_library.h)");
-  app.add_option("--changes", settings.changes, "Changes to make while it runs: a JSON array, see change_script.h");
+  app.add_option("--types", settings.types, "A plug-in with further types of objects");
+  app.add_option("--changes", settings.changes,
+                 "Changes to make while it runs: a JSON array, as docs/formats.md tells");
   app.add_option("--language", given.language, "The language of failures, such as de")
       ->check(
           [](const std::string& tag) { return i18n::LanguageIdFromTag(tag) != 0 ? "" : tag + ": no such language"; });
@@ -231,7 +250,10 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? EXIT_FINE : EXIT_USAGE;
+    if (app.exit(error) != 0) return EXIT_USAGE;
+    if (std::cout.flush()) return EXIT_FINE;
+    std::cerr << "gateway: standard output: cannot write\n";
+    return EXIT_IO;
   }
   try {
     zorutil::SetProductName(u"Gateway");

@@ -178,7 +178,10 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? EXIT_FINE : EXIT_USAGE;
+    if (app.exit(error) != 0) return EXIT_USAGE;
+    if (std::cout.flush()) return EXIT_FINE;
+    std::cerr << "replay: standard output: cannot write\n";
+    return EXIT_IO;
   }
   arguments.hasInput = app.count("--input") != 0;
   i18n::SetProductLanguageId(i18n::LanguageIdFromTag(arguments.language));

@@ -148,12 +148,18 @@ def real(number, digits):
     return "%.*g" % (digits, number)
 
 
+def cause(error):
+    """Why something is not shown. A class without members is one that the debug information only names."""
+    text = str(error) or "unreadable"
+    return "<incomplete type>" if text.startswith("There is no member") else "<%s>" % text
+
+
 def described(read_text):
     """The text that a function gives, or what kept it from it."""
     try:
         return read_text()
     except (gdb.error, Unreadable, ValueError, OverflowError, struct.error, StopIteration) as error:
-        return "<%s>" % (error or "unreadable")
+        return cause(error)
 
 
 # --- variants and arrays --------------------------------------------------------------------------------------------
@@ -268,7 +274,7 @@ class ChildrenPrinter(Printer):
             except StopIteration:
                 return
             except (gdb.error, Unreadable, ValueError, struct.error) as error:
-                yield "[%d]" % index, "<%s>" % error
+                yield "[%d]" % index, cause(error)
                 return
             yield "[%d]" % index, entry
             index += 1

@@ -82,7 +82,8 @@ std::vector<definition_file_content_t> ReadDefinitionFolder(const std::string& f
 std::string GetDefaultFolder() { return NativePath(zorplatform::GetAppDir() + u"Properties"); }
 
 void RequireFolder(const std::string& folder) {
-  if (std::filesystem::is_directory(folder)) return;
+  std::error_code error;
+  if (std::filesystem::is_directory(folder, error)) return;
   throw CFileException(FileText(folder), "there is no such folder", 0);
 }
 

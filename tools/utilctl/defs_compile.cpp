@@ -95,7 +95,7 @@ class CCompiler {
       const auto [at, isNew] = stems.emplace(source->GetStem(), source->GetPath());
       if (!isNew) source->Remark({}, "makes the same file as " + at->second);
     }
-    if (std::filesystem::is_directory(folder_)) {
+    if (std::error_code error; std::filesystem::is_directory(folder_, error)) {
       for (const auto& file : ReadDefinitionFolder(folder_, false)) {
         if (stems.contains(file.stem)) {
           replaced_.insert(file.number);

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
-#include <iostream>
-#include <iterator>
+#include <memory>
 #include <system_error>
 
 #include "platform/framework/file.h"
@@ -24,16 +24,20 @@ constexpr auto kMost = static_cast<std::size_t>(std::min<std::uint64_t>(std::uin
 }  // namespace
 
 std::string ReadWholeFile(const std::string& path) {
-  if (path == "-") return {std::istreambuf_iterator<char>(std::cin), {}};
-  CFile file(FileText(path), CFile::modeRead);
+  const bool isInput = path == "-";
+  CFile file;
+  if (std::unique_ptr<CFileException> error; !isInput && !file.Open(FileText(path), CFile::modeRead, &error))
+    throw *error;
   std::string content;
   for (std::size_t got = kBlock; got == kBlock;) {
     const std::size_t before = content.size();
     content.resize(before + kBlock);
-    got = file.Read(content.data() + before, kBlock);
+    got = isInput ? std::fread(content.data() + before, 1, kBlock, stdin) : file.Read(content.data() + before, kBlock);
+    if (isInput && std::ferror(stdin) != 0) throw CFileException(u"standard input", "read", errno);
     content.resize(before + got);
     if (content.size() > kMost)
-      throw CFileException(FileText(path), std::uint64_t{kMost} >> 32 != 0 ? "more than 4 GiB" : "too long", 0);
+      throw CFileException(isInput ? CString(u"standard input") : FileText(path),
+                           std::uint64_t{kMost} >> 32 != 0 ? "more than 4 GiB" : "too long", 0);
   }
   return content;
 }

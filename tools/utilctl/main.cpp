@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <new>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -137,7 +138,7 @@ exit_t Run(const parsed_command_t& parsed) {
   } catch (const std::exception& error) {
     failure = error.what();
   }
-  if (!failure.empty()) std::cerr << "utilctl: " << failure << '\n';
+  if (!failure.empty()) std::cerr << "utilctl: " << Printable(failure) << '\n';
   if (call.Has("--json")) {
     const exit_t written = WriteOut(call.report.GetJson(failure));
     return written == EXIT_FINE ? code : written;
@@ -175,7 +176,7 @@ bool KnowsWords(const CLI::App& app, int argc, char** argv) {
     if (word.starts_with('-')) return true;
     const CLI::App* const next = FindSubcommand(*at, word);
     if (next == nullptr) {
-      std::cerr << way << ": unknown command \"" << word << "\"; there are";
+      std::cerr << way << ": unknown command \"" << Printable(word) << "\"; there are";
       for (const CLI::App* each : at->get_subcommands(nullptr)) std::cerr << ' ' << each->get_name();
       std::cerr << '\n';
       return false;
@@ -212,7 +213,9 @@ int main(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? EXIT_FINE : EXIT_USAGE;
+    std::ostringstream text;  // help and version are output as any other
+    if (app.exit(error, text, std::cerr) != 0) return EXIT_USAGE;
+    return WriteOut(text.str());
   }
   if (!generate.empty()) return Generate(generate);
   for (const parsed_command_t& each : parsed) {

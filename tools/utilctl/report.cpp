@@ -17,8 +17,13 @@ constexpr std::size_t kMostShown = 2000;
 }  // namespace
 
 std::string Printable(std::string text) {
+  unsigned char before = 0;
   for (char& each : text) {
-    if (static_cast<unsigned char>(each) < 0x20 || each == 0x7F) each = '?';
+    const auto unit = static_cast<unsigned char>(each);
+    const bool isC1 = before == 0xC2 && unit < 0xA0;  // U+0080 to U+009F steer as well
+    if (isC1) *(&each - 1) = '?';
+    if (unit < 0x20 || unit == 0x7F || isC1) each = '?';
+    before = unit;
   }
   return text;
 }

@@ -290,7 +290,9 @@ owned_obj_ptr LoadProject(const CString& path, load_report_t& report, const load
   CFile file;
   std::unique_ptr<CFileException> error;
   if (!file.Open(path, CFile::modeRead, &error)) {
-    report.AddAt(0, 0, Message(i18n::IDS_PROJECT_TEXT, {CVariant(error->what())}));
+    std::string_view cause = error->what();  // the report names the file itself
+    if (const std::string name = path.ToUtf8() + ": "; cause.starts_with(name)) cause.remove_prefix(name.size());
+    report.AddAt(0, 0, Message(i18n::IDS_PROJECT_TEXT, {CVariant(cause)}));
     return nullptr;
   }
   return Load(file, report, options);
