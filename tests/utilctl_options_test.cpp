@@ -57,7 +57,11 @@ TEST_F(UtilctlOptions, ShowsWhereAProductKeepsItsFiles) {
   }
   std::filesystem::remove(folder_ / "product.ini");
   std::filesystem::copy_file(UTILCTL_PROGRAM, folder_ / "Server.Tool.exe");
-  EXPECT_EQ(std::system(("cd '" + folder_.string() + "' && ./Server.Tool.exe product show > out").c_str()), 0);
+  const std::string libraries = std::filesystem::path(UTILCTL_PROGRAM).parent_path() / "../..";  // where it was built
+  EXPECT_EQ(std::system(("cd '" + folder_.string() + "' && LD_LIBRARY_PATH='" + libraries +
+                         "' ./Server.Tool.exe product show > out")
+                            .c_str()),
+            0);
   EXPECT_TRUE(FileText(folder_ / "out").starts_with("product name: Server.Tool\n"));
   EXPECT_EQ(Run("registry set HKEY_USERS n 1", "ZORUTIL_REGISTRY_FILE= ZORUTIL_MACHINE_DATA_DIR=m"), 0) << messages_;
   EXPECT_TRUE(std::filesystem::exists(folder_ / "m/zorutil/registry.db"));
