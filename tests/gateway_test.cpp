@@ -68,7 +68,8 @@ TEST_F(GatewayProgram, TakesChangesWhileItRunsAndKeepsThem) {
     {"at": 6, "set": {"ScanRate": 5}, "of": "Main.PLC.Count"},
     {"at": 7, "delete": "Main.Nobody"}])");
   EXPECT_EQ(RunPlant("plant.json --readings readings.csv --changes changes.json --reported out.csv --save saved "
-                     "--language de --log log.txt --plot p.svg --watch Main.PLC.Count Main.PLC.No --overview o.svg"),
+                     "--language de --log log.txt --plot p.svg --overview o.svg "
+                     "--watch Main.PLC.Count Main.PLC.No Main.PLC.New"),
             1)
       << messages_;
   const std::string log = FileText(folder_ / "log.txt");
@@ -87,7 +88,8 @@ TEST_F(GatewayProgram, TakesChangesWhileItRunsAndKeepsThem) {
   for (const char* part : {"\"Hill\"", "\"New\"", "\"Third\""})
     EXPECT_TRUE(Holds(saved, part)) << part << "\n" << saved;
   EXPECT_FALSE(Holds(saved, "\"Ramp\"") || Holds(saved, "\"Meter\"")) << saved;
-  EXPECT_TRUE(Holds(FileText(folder_ / "p.svg"), "Main.PLC.Count"));
+  const std::string plot = FileText(folder_ / "p.svg");
+  EXPECT_TRUE(Holds(plot, "Main.PLC.Count") && Holds(plot, "Main.PLC.New") && !Holds(plot, "Main.PLC.No")) << plot;
   EXPECT_TRUE(Holds(FileText(folder_ / "o.svg"), "Main.PLC"));
 }
 

@@ -40,6 +40,14 @@ TEST_F(UtilctlOptions, ReadsChangesAndExplainsOneLineOfTheFile) {
   EXPECT_TRUE(FileText(folder_ / "a.ini").starts_with("; by hand\n[S]\nK=-5\nEmpty=\n"));
 }
 
+TEST_F(UtilctlOptions, ListsOfAHugeFileWhatSomebodyMightRead) {
+  std::string text = "[S]\nLong" + std::string(1'000'000, 'x') + "=1\n";
+  for (int i = 0; i < 20'000; ++i) text += "K" + std::to_string(i) + "=1\n";
+  Write("huge.ini", text);
+  Run("options list --file huge.ini");
+  EXPECT_TRUE(out_.ends_with("and 10002 more lines, which --json has\n") && out_.size() < 200'000) << out_.size();
+}
+
 TEST_F(UtilctlOptions, LosesNoneOfTheValuesThatManySetAtOnce) {
   const std::string set = " " UTILCTL_PROGRAM " options set S K$i $i --file many.ini & ";
   EXPECT_EQ(Run("options get S K9 --file many.ini", "for i in 1 2 3 4 5 6 7 8 9; do" + set + "done; wait;"), 0);
@@ -57,11 +65,8 @@ TEST_F(UtilctlOptions, ShowsWhereAProductKeepsItsFiles) {
   }
   std::filesystem::remove(folder_ / "product.ini");
   std::filesystem::copy_file(UTILCTL_PROGRAM, folder_ / "Server.Tool.exe");
-  const std::string libraries = std::filesystem::path(UTILCTL_PROGRAM).parent_path() / "../..";  // where it was built
-  EXPECT_EQ(std::system(("cd '" + folder_.string() + "' && LD_LIBRARY_PATH='" + libraries +
-                         "' ./Server.Tool.exe product show > out")
-                            .c_str()),
-            0);
+  const std::string show = "LD_LIBRARY_PATH='" LIBRARY_FOLDER "' ./Server.Tool.exe product show > out";
+  EXPECT_EQ(std::system(("cd '" + folder_.string() + "' && " + show).c_str()), 0);
   EXPECT_TRUE(FileText(folder_ / "out").starts_with("product name: Server.Tool\n"));
   EXPECT_EQ(Run("registry set HKEY_USERS n 1", "ZORUTIL_REGISTRY_FILE= ZORUTIL_MACHINE_DATA_DIR=m"), 0) << messages_;
   EXPECT_TRUE(std::filesystem::exists(folder_ / "m/zorutil/registry.db"));

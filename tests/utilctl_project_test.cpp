@@ -43,6 +43,12 @@ TEST_F(Projects, AreCheckedInEveryForm) {
                            "bad.json:6: North.p1: ", "bad.json:7: North.P2, Speed: A speed"}) {
     EXPECT_TRUE(Holds(messages_, part)) << part << '\n' << messages_;
   }
+  Write("torn.xml", "<PumpStation>\n  <Name>N</Nam>");
+  Write("long.json", R"({"N": {"Type": "PumpStation", "Pumps": {")" + std::string(1'000'000, 'x') +
+                         R"(": {"Type": "Pump", "Speed": "x"}}}})");
+  EXPECT_EQ(Run("check torn.xml long.json"), 1);
+  EXPECT_TRUE(Holds(messages_, "torn.xml:2:16: The element \"Name\"")) << messages_;
+  EXPECT_LT(messages_.size(), 10'000U) << "a name of a million characters";
   Write("cut.bin", FileText(folder_ / "fast.bin").substr(0, 60));
   Write("text.txt", "North\n");
   std::string newer = FileText(folder_ / "fast.bin");

@@ -46,8 +46,26 @@ std::string Rename(CTableObj& object, const CString& name) {
   return object.SetName(name) ? "" : "the name is taken";
 }
 
+// How many objects stand within each other, this one included.
+unsigned HeightOf(const CTableObj& object) {
+  unsigned height = 0;
+  for (unsigned i = 0; const CTable* const table = object.GetChildTable(i); ++i) {
+    for (unsigned index = 0; index < table->GetCount(); ++index) {
+      height = std::max(height, HeightOf(*table->GetRecord(index)));
+    }
+  }
+  return height + 1;
+}
+
+unsigned DepthOf(const CTableObj& object) {
+  unsigned depth = 0;
+  for (const CTableObj* above = &object; above != nullptr; above = above->GetParent()) ++depth;
+  return depth;
+}
+
 // Puts a new object below a parent. The parent is held by the caller.
 std::string AddTo(CTableObj& parent, zorutil::owned_obj_ptr object) {
+  if (DepthOf(parent) + HeightOf(*object) > CTableObj::kMaxDepth) return "objects would be nested too deep to be saved";
   if (!parent.CanAddObject(object.get())) return "the object does not belong there";
   if (!parent.AddObject(object.get())) return "the name is taken";
   object.release()->OnInitialCreation();

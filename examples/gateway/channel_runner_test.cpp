@@ -141,6 +141,14 @@ TEST_F(ChannelRunner, RefusesChangesThatCannotBeMadeAndLeavesTheObjectAsItWas) {
   EXPECT_EQ(runner_->GetTags().at(0).path, "C.D.A");
 }
 
+TEST_F(ChannelRunner, TakesNoObjectSoDeepThatTheProjectCouldNotBeSaved) {
+  std::string path = "C.E.G";
+  const auto add = [&] { return Change(R"("add": {"g": {"Type": "TagGroup"}}, "to": ")" + path + "\""); };
+  for (unsigned depth = 4; depth < CTableObj::kMaxDepth; ++depth, path += ".g") ASSERT_EQ(add(), "") << depth;
+  EXPECT_NE(add().find("too deep"), std::string::npos);
+  EXPECT_NO_THROW(zorutil::project::WriteProject(*project_, zorutil::project::form_t::BINARY));
+}
+
 TEST_F(ChannelRunner, LimitsItsLogAndTellsWhatItLeftOut) {
   Step("1");
   Step("");

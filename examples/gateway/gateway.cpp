@@ -40,16 +40,20 @@ CGateway::CGateway(CTableObj& project, const settings_t& settings, CReadingFeed&
       picture_(picture),
       definitions_(definitions) {
   for (const std::string& path : settings.watched) {
-    std::string unit, type;
-    if (const auto tag = project.FindObject(CString(path), kTag, -1)) {
-      const object_lock_t lock(*tag);
-      unit = static_cast<const CTag&>(*tag).GetScaling().GetUnits().ToUtf8();
-      type = CString(CDataType::TextFromType(static_cast<const CTag&>(*tag).GetDataType())).ToUtf8();
-    } else {
-      log_ << path << ": there is no such tag to watch, or not yet\n";
-    }
-    panels_.push_back(plot.AddPanel({path, unit, type}));
+    const bool isThere = bool{project.FindObject(CString(path), kTag, -1)};
+    if (!isThere) log_ << path << ": there is no such tag to watch, or not yet\n";
+    panels_.push_back(isThere ? AddPanel(path) : kNoPanel);
   }
+}
+
+int CGateway::AddPanel(const std::string& path) {
+  readings::plot_panel_t panel{path, {}, {}};
+  if (const auto tag = project_.FindObject(CString(path), kTag, -1)) {
+    const object_lock_t lock(*tag);
+    panel.unit = static_cast<const CTag&>(*tag).GetScaling().GetUnits().ToUtf8();
+    panel.rawType = CString(CDataType::TextFromType(static_cast<const CTag&>(*tag).GetDataType())).ToUtf8();
+  }
+  return plot_.AddPanel(std::move(panel));
 }
 
 void CGateway::Run() {
@@ -132,7 +136,8 @@ void CGateway::Collect(const slice_t& slice) {
 
 void CGateway::TakeWatched(const CChannelRunner& runner) {
   for (const watched_update_t& update : runner.GetWatched()) {
-    const int panel = panels_[update.watched];
+    int& panel = panels_[update.watched];
+    if (panel == kNoPanel) panel = AddPanel(settings_.watched[update.watched]);
     switch (update.quality) {
       case quality_t::good: plot_.AddValue(panel, update.ms, update.raw, update.value); break;
       case quality_t::noAnswer: plot_.AddDropout(panel, update.ms); break;

@@ -75,6 +75,7 @@ class CGateway {
   slice_t SliceAfter(const slice_t& slice) const;
   void RunSlice(const slice_t& slice, const slice_t* next);
   void Collect(const slice_t& slice);
+  int AddPanel(const std::string& path);
   void TakeWatched(const CChannelRunner& runner);
   void AddGone(channel_summary_t channel);
   void MarkMemory();
@@ -88,7 +89,8 @@ class CGateway {
   std::ostream& log_;
   std::ostream* reported_;
   readings::CPlot& plot_;
-  std::vector<int> panels_;  // by the number of the watched tag
+  static constexpr int kNoPanel = -2;
+  std::vector<int> panels_;  // by the number of the watched tag; kNoPanel until there is such a tag
   CActivityPicture* picture_;
   zorutil::properties::CDefinitionStore& definitions_;
   std::function<void(std::uint64_t)> afterSlice_;

@@ -193,8 +193,6 @@ class ZORPLATFORM_API CTransaction {
   status_t Commit();
   /// Undoes it. Nothing happens when it has not begun.
   void Rollback() noexcept;
-  /// True from Begin until Commit or Rollback.
-  bool HasBegun() const noexcept { return state_ != nullptr; }
 
  private:
   struct state_t;

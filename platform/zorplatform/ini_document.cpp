@@ -6,6 +6,7 @@
 #include "platform/text/surrogates_internal.h"
 #include "platform/text/utf.h"
 #include "platform/zorplatform/ini_document_internal.h"
+#include "platform/zorplatform/text_parse.h"
 
 namespace zorplatform::ini {
 namespace {
@@ -14,10 +15,6 @@ constexpr std::size_t kMinSlots = 16;
 constexpr std::size_t kMinUnused = 64 * 1024;  // less is not worth a copy of the text
 
 constexpr bool IsLineEnd(char byte) { return byte == '\n' || byte == '\r'; }
-
-std::u16string_view ViewOf(const char16_t* text) {
-  return text == nullptr ? std::u16string_view() : std::u16string_view(text);
-}
 
 bool IsControl(char16_t unit) { return unit < 0x20 || (unit >= 0x7F && unit < 0xA0); }
 
@@ -295,12 +292,12 @@ bool CDocument::WriteValue(const char16_t* section, const char16_t* key, std::u1
   const wanted_t wanted = Want(foldedSection, foldedKey);
   const std::uint32_t index = FindSection(wanted.section, wanted.sectionHash);
   const std::uint32_t item = FindKey(index, wanted);
-  if (item == kNone && (!IsKeyName(ViewOf(key)) || !IsSectionName(ViewOf(section)))) return false;
+  if (item == kNone && (!IsKeyName(TextOrEmpty(key)) || !IsSectionName(TextOrEmpty(section)))) return false;
   if (unused_ > kMinUnused && unused_ > text_.size() / 2) Compact();
   if (item != kNone) {
     ReplaceValue(item, value);
   } else {
-    Add(index, wanted, ViewOf(section), ViewOf(key), value);
+    Add(index, wanted, TextOrEmpty(section), TextOrEmpty(key), value);
   }
   return true;
 }

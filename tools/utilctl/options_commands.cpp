@@ -24,6 +24,9 @@ namespace json = zorutil::json;
 namespace {
 
 constexpr int kRemembered = 255;
+// What a list shows to people, of a file that may be no settings file at all.
+constexpr std::size_t kMostListed = 10'000;
+constexpr std::size_t kMostOfText = 1'000;
 
 // The settings of one section, with the functions that a program's own groups have.
 class CSectionOptions : public COptions {
@@ -95,6 +98,8 @@ std::string Shown(const CString& value) {
   }
   return shown;
 }
+
+std::string ListedText(const CString& text) { return Shortened(Shown(text), kMostOfText); }
 
 std::string NameOf(const CCall& call) { return "[" + call.Get("SECTION") + "] " + call.Get("KEY"); }
 
@@ -239,20 +244,27 @@ exit_t ListOptions(CCall& call) {
   const CString asked = call.Get("SECTION");
   bool wasFound = !call.Has("SECTION");
   json::object_t all;
+  std::size_t listed = 0;
+  const auto list = [&](const std::string& line) {
+    if (++listed <= kMostListed) call.report.text += line;
+  };
   for (const CString& section : sections) {
     if (call.Has("SECTION") && section.CompareNoCase(asked) != 0) continue;
     wasFound = true;
     json::object_t values;
     CStringArray keys;
     document.QueryKeys(section, keys);
-    call.report.text += "[" + Shown(section) + "]\n";
+    list("[" + ListedText(section) + "]\n");
     for (const CString& key : keys) {
       CString value;
       document.ReadValue(section, key, value);
       AddMember(values, key, CVariant(value));
-      call.report.text += "  " + Shown(key) + " = " + Shown(value) + "\n";
+      list("  " + ListedText(key) + " = " + ListedText(value) + "\n");
     }
     AddMember(all, section, std::move(values));
+  }
+  if (listed > kMostListed) {
+    call.report.text += "and " + std::to_string(listed - kMostListed) + " more lines, which --json has\n";
   }
   AddMember(call.report.result, u"sections", std::move(all));
   for (const zorplatform::ini_problem_t& problem : document.GetProblems()) {

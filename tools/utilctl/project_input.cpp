@@ -5,10 +5,28 @@
 #include <vector>
 
 #include "tools/utilctl/files.h"
+#include "util/i18n/localized_message.h"
+#include "util/i18n/message_ids.h"
 
 namespace utilctl {
 
 namespace project = zorutil::project;
+
+namespace {
+
+// Faults of the text of an XML document begin with what it is called, line and column, which stand in front already.
+std::string CauseOf(const project::load_error_t& error, unsigned short languageId) {
+  std::string cause = error.message->GetMessageText(languageId).ToUtf8();
+  const auto* const message = dynamic_cast<const i18n::CLocalizedMessage*>(error.message.get());
+  if (message == nullptr || error.column == 0 || message->GetArguments().size() < 3) return cause;
+  const auto& arguments = message->GetArguments();
+  const auto place =
+      i18n::MakeLocalizedMessage(i18n::IDS_XML_FAULT, {arguments[0], arguments[1], arguments[2], CVariant(u"")});
+  const std::string begin = place->GetMessageText(languageId).ToUtf8();
+  return cause.starts_with(begin) ? cause.substr(begin.size()) : cause;
+}
+
+}  // namespace
 
 void LoadTypes(CCall& call) {
   for (const std::string& path : call.GetAll("--types")) call.typeLibraries.emplace_back(FileText(path));
@@ -25,8 +43,7 @@ project_input_t ReadProject(CCall& call, const std::string& path, bool isLenient
   project::load_report_t report;
   input.root = project::LoadProject(BytesOf(input.content), report, {.form = form, .isLenient = isLenient});
   for (const project::load_error_t& error : report.GetErrors()) {
-    call.report.Add({path, error.line, error.column, error.path.ToUtf8(),
-                     error.message->GetMessageText(call.GetLanguage()).ToUtf8()});
+    call.report.Add({path, error.line, error.column, error.path.ToUtf8(), CauseOf(error, call.GetLanguage())});
   }
   if (const std::size_t more = report.GetCount() - report.GetErrors().size(); more != 0) {
     call.report.Add({path, 0, 0, "", "and " + std::to_string(more) + " more errors"});

@@ -9,6 +9,13 @@ namespace utilctl {
 
 namespace json = zorutil::json;
 
+namespace {
+
+// Names may have a million characters.
+constexpr std::size_t kMostShown = 2000;
+
+}  // namespace
+
 std::string Printable(std::string text) {
   unsigned char before = 0;
   for (char& each : text) {
@@ -19,6 +26,15 @@ std::string Printable(std::string text) {
     before = unit;
   }
   return text;
+}
+
+std::string Shortened(std::string text, std::size_t most) {
+  if (text.size() <= most) return text;
+  const auto isWithin = [&](std::size_t at) { return (static_cast<unsigned char>(text[at]) & 0xC0) == 0x80; };
+  std::size_t head = most / 2, tail = text.size() - most / 2;
+  while (head > 0 && isWithin(head)) --head;
+  while (tail < text.size() && isWithin(tail)) ++tail;
+  return text.replace(head, tail - head, " ... ");
 }
 
 void CReport::Add(std::vector<problem_t> problems) {
@@ -47,8 +63,8 @@ std::string ProblemText(const problem_t& problem, bool colours) {
   if (problem.line != 0) place += ':' + std::to_string(problem.line);
   if (problem.column != 0) place += ':' + std::to_string(problem.column);
   if (!place.empty()) place = (colours ? "\033[1m" + place + ":\033[0m" : place + ':') + ' ';
-  if (!problem.path.empty()) place += Printable(problem.path) + ": ";
-  return place + Printable(problem.cause) + '\n';
+  if (!problem.path.empty()) place += Printable(Shortened(problem.path, kMostShown)) + ": ";
+  return place + Printable(Shortened(problem.cause, kMostShown)) + '\n';
 }
 
 void AddMember(json::object_t& object, std::u16string_view name, std::shared_ptr<json::IValue> value) {

@@ -1,6 +1,7 @@
 // What a command has to say: data for standard output, as text for people or as JSON for programs, and problems.
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -42,6 +43,8 @@ class CReport {
 
 /// What files say must not steer the terminal, nor make two lines of one.
 std::string Printable(std::string text);
+/// UTF-8 of `most` bytes or a little more: the middle of a longer text is left out.
+std::string Shortened(std::string text, std::size_t most);
 /// "file:line:column: path: cause", the place in bold where `colours` is set.
 std::string ProblemText(const problem_t& problem, bool colours);
 

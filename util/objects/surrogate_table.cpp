@@ -8,11 +8,9 @@ CSurrogateTable::CSurrogateTable(CTableObj* owner, CTableObj* record)
 }
 
 CSurrogateTable::~CSurrogateTable() {
-  // The record is asked nothing: it may be gone.
-  for (unsigned index = 0; index < GetCount(); ++index) {
-    if (GetRecord(index) == record_) Remove(index);
-  }
+  Remove(0U);  // by its place: the record may be gone
 }
 
 CTableObj* CSurrogateTable::GetOwner() const { return surrogateOwner_; }
 CString CSurrogateTable::GetTableName() const { return u"Surrogate"; }
+bool CSurrogateTable::CanHold(const CTableObj& object) const { return &object == record_; }

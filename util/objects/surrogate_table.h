@@ -23,6 +23,10 @@ class ZORUTIL_API CSurrogateTable : public CTable {
   /// "Surrogate".
   CString GetTableName() const override;
 
+ protected:
+  /// The one record, which may come back after it left.
+  bool CanHold(const CTableObj& object) const override;
+
  private:
   CTableObj* surrogateOwner_;
   CTableObj* record_;

@@ -5,15 +5,12 @@
 
 #include "platform/text/collation.h"
 #include "platform/zorplatform/exception.h"
+#include "platform/zorplatform/text_parse.h"
 #include "util/objects/table_internal.h"
 
 namespace {
 
 using lock_guard_t = std::lock_guard<CCriticalSection>;
-
-std::u16string_view ViewOf(const char16_t* text) {
-  return text == nullptr ? std::u16string_view() : std::u16string_view(text);
-}
 
 }  // namespace
 
@@ -59,7 +56,7 @@ CTableObj* CTable::CopyRecord(unsigned index) const {
 int CTable::OnCompare(const char16_t* a, const char16_t* b) const {
   const bool isAsked = a == comparedRecord_.data() && b == comparedName_.data();
   return isAsked ? collation::CompareNoCase(comparedRecord_, comparedName_)
-                 : collation::CompareNoCase(ViewOf(a), ViewOf(b));
+                 : collation::CompareNoCase(zorplatform::TextOrEmpty(a), zorplatform::TextOrEmpty(b));
 }
 
 // --- finding --------------------------------------------------------------------------------------------------------

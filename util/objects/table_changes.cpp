@@ -67,7 +67,6 @@ const CTableObj* CTableChanges::TakeAndPut(bool isReal) {
     entry.fromIndex = entry.from->IndexOf(entry.record);
     if (entry.fromIndex == CTable::invalid_index) return entry.record;
     entry.from->TakeAt(entry.fromIndex, entry.to == entry.from);
-    entry.fromCount = entry.from->records_.GetCount();
     if (isReal && entry.to != entry.from) entry.references = entry.record->SetTable(nullptr);
   }
   for (; put_ < entries_.size(); ++put_) {
@@ -94,6 +93,12 @@ const CTableObj* CTableChanges::TakeAndPut(bool isReal) {
 }
 
 void CTableChanges::TakeBack(bool isReal) noexcept {
+  if (hooksRan_) {
+    for (entry_t& entry : entries_) {
+      if (entry.from == nullptr) continue;
+      entry.isStirred = entry.from->moves_ != entry.moves || entry.from->records_.GetCount() != entry.count;
+    }
+  }
   while (put_ > 0) {
     entry_t& entry = entries_[--put_];
     if (entry.to == nullptr && entry.from != nullptr) continue;
@@ -111,8 +116,11 @@ void CTableChanges::TakeBack(bool isReal) noexcept {
     if (entry.from == nullptr) continue;
     CTable& table = *entry.from;
     unsigned index = entry.fromIndex;
-    if (table.records_.GetCount() != entry.fromCount) {  // a hook was at work
-      index = std::min(table.FindInsertPos(entry.record), table.records_.GetCount());
+    if (entry.isStirred) {
+      index = table.FindInsertPos(entry.record);
+      // Beside the one to which a hook gave the name.
+      if (index == CTable::invalid_index) table.FindRecord(entry.record->GetName(), &index);
+      index = std::min(index, table.records_.GetCount());
     }
     table.PutAt(index, entry.record, entry.to == entry.from);
     if (isReal && entry.to != entry.from) {
@@ -133,6 +141,12 @@ void CTableChanges::TellRemoved() {
 }
 
 void CTableChanges::TellInserted() {
+  for (entry_t& entry : entries_) {
+    if (entry.from == nullptr) continue;
+    entry.moves = entry.from->moves_;
+    entry.count = entry.from->records_.GetCount();
+  }
+  hooksRan_ = true;
   for (; inserted_ < entries_.size(); ++inserted_) {
     entry_t& entry = entries_[inserted_];
     if (entry.to != nullptr) entry.to->OnRecordInsert(PlaceOf(*entry.to, entry.toIndex, entry.record));

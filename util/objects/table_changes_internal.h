@@ -56,9 +56,11 @@ class CTableChanges {
     CTable* from;
     CTable* to;
     CString name;  // the other one: the new name before it is placed, the old one after
-    unsigned fromIndex = 0, fromCount = 0, toIndex = 0;
-    std::int32_t references = 0;  // that `from` has to give back
-    bool isTold = false;          // OnRecordRemove was called
+    unsigned fromIndex = 0, toIndex = 0;
+    unsigned moves = 0, count = 0;  // of `from`, before the hooks OnRecordInsert ran
+    std::int32_t references = 0;    // that `from` has to give back
+    bool isTold = false;            // OnRecordRemove was called
+    bool isStirred = false;         // hooks changed `from` since, so `fromIndex` says nothing
   };
   class room_t;
 
@@ -74,6 +76,7 @@ class CTableChanges {
   std::vector<owned_obj_ptr> removed_;
   std::size_t taken_ = 0, put_ = 0;  // entries that are out of their tables, and in the new ones
   std::size_t inserted_ = 0;         // entries whose OnRecordInsert was called
+  bool hooksRan_ = false;            // OnRecordInsert of at least one
   bool isMade_ = false;
 };
 

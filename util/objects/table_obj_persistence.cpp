@@ -4,7 +4,7 @@
 
 #include "platform/framework/file.h"
 #include "platform/zorplatform/exception.h"
-#include "util/docs/structured_doc.h"
+#include "util/docs/element_internal.h"
 #include "util/i18n/localized_message.h"
 #include "util/i18n/message_ids.h"
 #include "util/objects/copying_internal.h"
@@ -183,19 +183,13 @@ int CTableObj::Save(CStructuredDoc* doc, void* parent, const char16_t* ns, bool 
     return 0;
   }
   CheckDepth();
-  struct element_t {
-    CStructuredDoc* doc;
-    void* handle;
-    ~element_t() {
-      if (handle != nullptr) doc->ReleaseElement(handle);
-    }
-  } const element{doc, doc->WriteElement(parent, ns, type.GetString(), false, u"")};
-  if (element.handle == nullptr) return 0;
-  if (doc->WriteElement(element.handle, ns, u"Name", true, CopyName()) == nullptr) return 0;
+  const CElement element(*doc, doc->WriteElement(parent, ns, type.GetString(), false, u""));
+  if (!element) return 0;
+  if (doc->WriteElement(element.Get(), ns, u"Name", true, CopyName()) == nullptr) return 0;
   int result = 0;
   {
     const serialization_scope_t scope(*this, single, true);
-    result = OnSave(doc, element.handle, ns);
+    result = OnSave(doc, element.Get(), ns);
   }
   if (result != 0 && !IsCopying()) SetFlags(kModified, false);
   return result;

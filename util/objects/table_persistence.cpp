@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "platform/framework/file.h"
-#include "util/docs/structured_doc.h"
+#include "util/docs/element_internal.h"
 #include "util/i18n/message_ids.h"
 #include "util/objects/load_errors.h"
 #include "util/objects/table_internal.h"
@@ -17,24 +17,6 @@ constexpr std::uint16_t kFormat = 1;
 constexpr unsigned kMaxGeneratedLength = 256;
 
 bool IsOpen(const CFile* file) { return file != nullptr && file->IsOpen(); }
-
-// An element that is released.
-class CElement {
- public:
-  CElement(CStructuredDoc& document, void* element) : document_(document), element_(element) {}
-  CElement(const CElement&) = delete;
-  CElement& operator=(const CElement&) = delete;
-  ~CElement() {
-    if (element_ != nullptr) document_.ReleaseElement(element_);
-  }
-  void* Get() const { return element_; }
-  void GoToNext() { element_ = document_.FindNext(std::exchange(element_, nullptr), true); }
-  void GoToNextOfName() { element_ = document_.GetNextElementByName(std::exchange(element_, nullptr), true); }
-
- private:
-  CStructuredDoc& document_;
-  void* element_;
-};
 
 }  // namespace
 

@@ -46,6 +46,7 @@ TEST_F(TableTest, KeepsRecordsInNameOrderAndNamesApart) {
   EXPECT_EQ(index, 6U);
   EXPECT_EQ(table.Insert(nullptr), CTable::invalid_index);
   EXPECT_EQ(table.Insert(table.GetRecord(0)), CTable::invalid_index) << "it is a record already";
+  EXPECT_TRUE(table.FindRecord(u"tag3") == nullptr && Add(table, "Beta") == 1);  // another than was looked for last
 }
 
 struct falling_t : CTable {
@@ -109,11 +110,13 @@ TEST_F(TableTest, MakesNamesFreeByCountingUp) {
   EXPECT_EQ(generated("ab9 ab", "ab9", 4), "ab10");
   EXPECT_EQ(generated("Abc Ab1 Ab2 Ab3 Ab4 Ab5 Ab6 Ab7 Ab8 Ab9", "Abc", 3), "A10");
   EXPECT_EQ(generated("x😀y", "x😀y", 3), "x1");
+  EXPECT_EQ(generated("x😀 x😀1 x😀2 x😀3 x😀4 x😀5 x😀6 x😀7 x😀8 x😀9", "x😀", 4), "x10");
+  EXPECT_EQ(generated("abc12", "abc12", 5), "abc2") << "the last unit is cut before the digits are split off";
   EXPECT_EQ(generated("a 1 2 3 4 5 6 7 8 9", "a", 1), "none, and still a");
   // The next one of the same text goes on behind the last, even when that was not used.
-  Add(table, "Tag Tag1 Tag2");
-  for (const char16_t* expected : {u"Tag3", u"Tag4", u"Tag5"}) {
-    CString name = u"Tag";
+  Add(table, "Tag Tag1 Tag2 New New1");
+  for (const char16_t* expected : {u"Tag3", u"Tag4", u"Tag5", u"New2"}) {
+    CString name = CString(expected).Left(3);
     EXPECT_EQ(table.GenerateName(name, 256), 1);
     EXPECT_EQ(name, expected);
   }
@@ -182,6 +185,11 @@ TEST_F(TableTest, ReadsBothFormatsAndRefusesWhateverIsCutOrFalse) {
   }
 }
 
+struct forgetful_t : CUnorderedTable {
+  forgetful_t() : CUnorderedTable(0, true, 1) {}
+  void OnRecordLoad(unsigned index) override { index == 1 ? Delete(GetRecord(0)) : void(); }
+};
+
 // Names that are equal by turns, names that are equal but for what does not count, and a text that gets shorter.
 TEST_F(TableTest, LoadsEqualNamesUnderNamesOfTheirOwn) {
   CUnorderedTable source(0, true, 16);
@@ -190,6 +198,7 @@ TEST_F(TableTest, LoadsEqualNamesUnderNamesOfTheirOwn) {
   const bytes_t bytes = Saved(source);
   ASSERT_EQ(Load(table, bytes), 1);
   EXPECT_EQ(table.GetCount(), 3000U);
+  EXPECT_NE(table.FindRecord(CString(lengthy + "1")), nullptr) << "of 256 units";
   ASSERT_EQ(Load(source, bytes), 1);
   EXPECT_EQ(source.GetRecord(3)->GetName(), u"Tag1");
   EXPECT_FALSE(source.GetRecord(3)->IsModified());
@@ -197,6 +206,11 @@ TEST_F(TableTest, LoadsEqualNamesUnderNamesOfTheirOwn) {
   Add(source, "Tag Tag Tag007 Tag007 Tag");
   ASSERT_EQ(Load(table, Saved(source)), 1);
   EXPECT_EQ(Names(table), "Tag Tag007 Tag008 Tag1 Tag9") << "one text, one last number";
+  source.Reset();
+  Add(source, "b b b");
+  forgetful_t forgetful;
+  ASSERT_EQ(Load(forgetful, Saved(source)), 1);
+  EXPECT_EQ(Names(forgetful), "b") << "the name of a record that a hook deleted is free";
 }
 
 TEST_F(TableTest, StandsHooksThatChangeIt) {
@@ -244,6 +258,8 @@ TEST_F(TableTest, MarksItselfAndItsOwnerForWhateverComesAndGoes) {
   EXPECT_EQ(marks([&] { table.Reset(); }), 0);
   table.SetTrackMods(false);
   EXPECT_EQ(marks([&] { Add(table, "e"); }), 0);
+  table.SetTrackMods(true), table.SetModified(true), table.SetTrackMods(false);
+  EXPECT_TRUE(Load(table, Saved(CHookedTable())) == 1 && table.IsModified()) << "the mark is what it was";
 }
 
 TEST_F(TableTest, RenamesInOneStepOrNotAtAll) {
@@ -275,11 +291,13 @@ TEST_F(TableTest, CarriesReferencesUpTheTree) {
   node->children.Remove(0U);
   EXPECT_EQ(root.GetRefCount(), 1);
   {
-    const CSurrogateTable lent(node, leaf);
+    CSurrogateTable lent(node, leaf);
     const CSurrogateTable second(nullptr, leaf);
     EXPECT_EQ(leaf->GetParent(), node);
     EXPECT_EQ(root.GetRefCount(), 4);
     EXPECT_EQ(second.GetCount(), 0U);
+    CLeaf other(u"other");
+    EXPECT_EQ(lent.Insert(&other), CTable::invalid_index) << "it would be destroyed with the table";
   }
   EXPECT_EQ(leaf->GetRefCount(), 3);
   node->children.Insert(leaf);

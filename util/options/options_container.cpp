@@ -7,7 +7,7 @@
 #include "platform/framework/file.h"
 #include "platform/framework/string_array.h"
 #include "platform/zorplatform/file_search.h"
-#include "util/docs/structured_doc.h"
+#include "util/docs/element_internal.h"
 #include "util/serialization/string_serialization.h"
 
 namespace {
@@ -17,30 +17,10 @@ constexpr const char16_t* kSection = u"Section";
 constexpr const char16_t* kValue = u"Value";
 constexpr const char16_t* kName = u"Name";
 
-// A handle to an element, given back in the end.
-class CElement {
- public:
-  CElement(CStructuredDoc& document, void* element) : document_(document), element_(element) {}
-  CElement(const CElement&) = delete;
-  CElement& operator=(const CElement&) = delete;
-  ~CElement() { document_.ReleaseElement(element_); }
-
-  void* Get() const { return element_; }
-  explicit operator bool() const { return element_ != nullptr; }
-  void MoveTo(void* element) {
-    document_.ReleaseElement(element_);
-    element_ = element;
-  }
-
- private:
-  CStructuredDoc& document_;
-  void* element_;
-};
-
 template <class Function>
 void ForEachChild(CStructuredDoc& document, const CElement& parent, Function function) {
   CElement child(document, document.FindFirstChild(parent.Get(), false));
-  for (; child; child.MoveTo(document.FindNext(child.Get(), false))) function(child);
+  for (; child; child.GoToNext()) function(child);
 }
 
 CString NameOf(CStructuredDoc& document, const CElement& element) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <thread>
 
@@ -76,6 +77,11 @@ TEST_F(ProductIdentity, WorksFoldersOutOnceAndAsksNobodyForTheCompanyOfPersonalO
   identity::Forget();
   GetSharedProfileDir();
   EXPECT_EQ(Rest(GetAppProfileDir()), "user\\C\\P\\V2\\") << "the company was asked for";
+  // A home that no path text names.
+  ::setenv("HOME", "/a\\b", 1), ::unsetenv("ZORUTIL_USER_DATA_DIR"), ::unsetenv("XDG_DATA_HOME");
+  zorplatform::SetKnownFolder(zorplatform::known_folder_t::userData, {});
+  identity::Forget();
+  EXPECT_EQ(Rest(GetAppProfileDir()), "bin\\") << "the application directory, with nothing behind it";
 }
 
 TEST_F(ProductIdentity, TakesTheSharedBaseFromTheProductFile) {

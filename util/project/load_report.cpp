@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/text/surrogates_internal.h"
 #include "util/i18n/message_ids.h"
 
 namespace zorutil::project {
@@ -12,6 +13,16 @@ namespace {
 // Whether a message of documents begins with its own place.
 bool NamesItsPlace(unsigned messageId) {
   return messageId >= i18n::IDS_XML_FAULT && messageId <= i18n::IDS_DOCUMENT_EMPTY;
+}
+
+// Names may have a million characters: the middle of a long text is left out.
+CString Shortened(const CString& text) {
+  constexpr std::size_t kHalf = 1000;
+  const std::u16string_view view = text;
+  if (view.size() <= 2 * kHalf) return text;
+  std::u16string_view tail = view.substr(view.size() - kHalf);
+  if (utf::IsLowSurrogate(tail.front())) tail.remove_prefix(1);
+  return CString(utf::CutBetweenCharacters(view, kHalf)) + u" ... " + CString(tail);
 }
 
 }  // namespace
@@ -81,9 +92,9 @@ CString load_report_t::ToString(const load_error_t& error, unsigned short langua
     appendPlace(i18n::IDS_LINE, error.line);
     appendPlace(i18n::IDS_COLUMN, error.column);
     if (!text.IsEmpty()) text += u": ";
-    if (!error.path.IsEmpty()) text += error.path + u": ";
+    if (!error.path.IsEmpty()) text += Shortened(error.path) + u": ";
   }
-  return text + error.message->GetMessageText(languageId);
+  return text + Shortened(error.message->GetMessageText(languageId));
 }
 
 CString load_report_t::ToString(unsigned short languageId) const {

@@ -46,7 +46,7 @@ class ZORUTIL_API load_report_t : public ILoadErrors {
   /// Whether anything was wrong.
   bool HasErrors() const noexcept { return count_ != 0; }
   /// A line for each error, in the language (0: the product's): file, line, column, path and message, as far as they
-  /// are known.
+  /// are known. Of paths and messages of more than 2,000 characters the middle is left out.
   CString ToString(unsigned short languageId = 0) const;
   CString ToString(const load_error_t& error, unsigned short languageId = 0) const;
 

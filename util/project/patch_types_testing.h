@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "util/i18n/message_exception.h"
 #include "util/objects/described_object.h"
@@ -61,12 +62,14 @@ class CParts final : public zorutil::CChildTable {
  public:
   explicit CParts(zorutil::CDescribedObj& recipe) : CChildTable(recipe, 1) {}
   int heard = 0;
-  static inline int insertionsLeft = -1;  ///< that do not throw; -1: all
+  static inline int insertionsLeft = -1;    ///< that do not throw; -1: all
+  static inline bool renamesFirst = false;  ///< calls the first part "X" before it throws
 
  private:
   void OnRecordInsert(unsigned) override {
     if (insertionsLeft == 0) {
       insertionsLeft = -1;
+      if (std::exchange(renamesFirst, false)) GetRecord(0)->SetName(u"X");
       throw std::runtime_error("no part comes in");
     }
     if (insertionsLeft > 0) --insertionsLeft;

@@ -217,6 +217,13 @@ TEST_F(ProjectPatch, LateRefusalsAreTakenBack) {
   EXPECT_TRUE(ApplyPatch(Patch(patch), *recipe));
   EXPECT_EQ(parts.heard, 4);
   EXPECT_TRUE(recipe->IsModified());
+  recipe->SetModified(false);
+  EXPECT_TRUE(ApplyPatch(Patch("remove /Steps/0"), *recipe) && recipe->IsModified());
+  patch_testing::CParts::insertionsLeft = 0;
+  patch_testing::CParts::renamesFirst = true;
+  EXPECT_FALSE(ApplyPatch(Patch("remove /Parts/N; remove /Parts/Y; add /Parts/M {'Type':'Step'}"), *recipe));
+  EXPECT_EQ(tree_testing::FindBroken(*recipe, [&](const CTableObj& o) { return &o == moved.get() ? 1 : 0; }), "")
+      << "N and Y come back between records that a hook moved";
 }
 
 TEST_F(ProjectPatch, ObjectsAreCheckedAsThePatchAsAWholeLeavesThem) {

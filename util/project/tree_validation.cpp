@@ -84,12 +84,4 @@ std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t ma
   return validation.Take();
 }
 
-std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures,
-                                             properties::CDefinitionStore* definitions) {
-  const object_lock_t lock(object);
-  CValidation validation(maxFailures, definitions);
-  validation.Check(object);
-  return validation.Take();
-}
-
 }  // namespace zorutil::project

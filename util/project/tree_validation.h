@@ -28,8 +28,5 @@ struct object_failure_t {
 /// (null).
 ZORUTIL_API std::vector<object_failure_t> ValidateTree(const CTableObj& root, std::size_t maxFailures = 1000,
                                                        properties::CDefinitionStore* definitions = nullptr);
-/// Those of one object alone.
-ZORUTIL_API std::vector<object_failure_t> ValidateObject(const CTableObj& object, std::size_t maxFailures = 1000,
-                                                         properties::CDefinitionStore* definitions = nullptr);
 
 }  // namespace zorutil::project
