@@ -41,7 +41,7 @@ TEST(TypeLibrary, RefusesWhatIsNoPlugInAndSaysWhy) {
     {folder.PathOf("text.so"), "text.so: cannot load the library: "},
     {folder.PathOf("cut.so"), "cut.so: cannot load the library: the file is cut off"},
     {folder.PathOf("none.so"), "none.so: cannot load the library: No such file"},
-    {folder.GetPath(), "cannot load the library"},
+    {folder.GetPath(), "cannot load the library: this is no file"},
     {NO_PLUGIN, ": this is no plug-in with object types"},
     {PathOf("odd_plugin_0.so"), "made for version 999 of the interface"},
     {PathOf("odd_plugin_1.so"), "offers no types"},

@@ -235,6 +235,9 @@ TEST_F(Utilctl, ExitsByWhatItFoundAndDescribesItself) {
     EXPECT_EQ(Run(output, "> /dev/full"), 3) << output;
     EXPECT_EQ(Run(output, ">&-"), 3) << output;
   }
+  Write("long.json", "\"" + std::string(9000, 'x') + '"');
+  EXPECT_EQ(ProgramTest::Run("json format long.json --in-place", "ulimit -f 1;"), 3);
+  EXPECT_TRUE(Holds(messages_, "long.json: ")) << messages_;
   EXPECT_EQ(Run("json check -", "< /"), 3);
   EXPECT_EQ(messages_, "utilctl: standard input: read: Is a directory\n");
   EXPECT_EQ(Run("json check \"$(printf 'a\\033[1m\\nb\\302\\233')\""), 3);

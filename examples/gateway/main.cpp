@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -206,6 +207,9 @@ int main(int argc, char** argv) {
 #ifdef SIGPIPE
   std::signal(SIGPIPE, SIG_IGN);  // a reader that went away is a write error, with a message
 #endif
+#ifdef SIGXFSZ
+  std::signal(SIGXFSZ, SIG_IGN);  // and so is a file that may not grow
+#endif
   std::string path, file;
   gateway::given_t given;
   settings_t settings;
@@ -262,6 +266,9 @@ int main(int argc, char** argv) {
     return Run(path, settings, live);
   } catch (const i18n::message_exception_t& error) {
     std::cerr << "gateway: " << error.GetMessageText(settings.languageId).ToUtf8() << '\n';
+    return EXIT_IO;
+  } catch (const std::bad_alloc&) {
+    std::cerr << "gateway: out of memory\n";
     return EXIT_IO;
   } catch (const std::exception& error) {
     std::cerr << "gateway: " << error.what() << '\n';

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "platform/framework/file.h"
@@ -49,7 +50,12 @@ bool IsWhole(const CString& path) {
 
 CSharedLibrary::CSharedLibrary(const CString& path) : path_(path) {
   // A pipe would keep the loader waiting.
-  if (!CheckFileExists(path)) throw CFileException(path, "cannot load the library", ENOENT);
+  if (!CheckFileExists(path)) {
+    std::error_code error;
+    if (std::filesystem::exists(ToNativePath(path), error))
+      throw CFileException(path, "cannot load the library: this is no file", 0);
+    throw CFileException(path, "cannot load the library", ENOENT);
+  }
   if (!IsWhole(path)) throw CFileException(path, "cannot load the library: the file is cut off", 0);
   // A path without folder would be looked for where the system keeps its libraries.
   const std::string file = std::filesystem::absolute(ToNativePath(path)).string();

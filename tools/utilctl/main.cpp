@@ -193,6 +193,9 @@ int main(int argc, char** argv) {
 #ifdef SIGPIPE
   std::signal(SIGPIPE, SIG_IGN);  // a reader that went away is a write error, with a message
 #endif
+#ifdef SIGXFSZ
+  std::signal(SIGXFSZ, SIG_IGN);  // and so is a file that may not grow
+#endif
   CLI::App app{std::string(GetIntroduction()) + "\n\n" + GetExitCodes(), "utilctl"};
   const auto formatter = std::make_shared<CHelpFormatter>();
   app.formatter(formatter);

@@ -41,12 +41,14 @@ class CCheck {
     for (const char16_t* reserved : {u"Name", u"Type", u"Description"}) names_.insert(reserved);
     std::set<int> ids{kObjectName, kObjectDescription, kObjectType, kObjectSubtype};
     for (const field_t& field : type_.fields) {
+      at_ = field.name;
       TakeName(field.name, field.since);
       Require(field.get != nullptr && field.set != nullptr, "a field has no functions");
       Require(properties::GetNamespaceNumber(field.id) != 0, "the id of a field belongs to no namespace");
       Require(ids.insert(field.id).second, "the id of a field is given twice");
     }
     for (const child_table_t& table : type_.tables) {
+      at_ = table.name;
       TakeName(table.name, table.since);
       Require(table.get != nullptr, "a table has no function");
     }
@@ -60,10 +62,13 @@ class CCheck {
   }
   void Require(bool holds, const char* fault) const {
     if (holds) return;
-    throw CInvalidArgException("the description of the type \"" + CString(type_.name).ToUtf8() + "\": " + fault);
+    const std::string member = at_ == nullptr ? "" : ", \"" + CString(at_).ToUtf8() + '"';
+    throw CInvalidArgException("the description of the type \"" + CString(type_.name).ToUtf8() + '"' + member + ": " +
+                               fault);
   }
 
   const type_description_t& type_;
+  const char16_t* at_ = nullptr;  // the field or table that is looked at
   std::set<std::u16string_view> names_;
 };
 

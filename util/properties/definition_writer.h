@@ -9,6 +9,7 @@
 #pragma once
 
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 #include "platform/export.h"
@@ -18,8 +19,15 @@
 
 namespace zorutil::properties {
 
-/// The id of a property: `number` lies in 0 to 2^21 - 1 and tells it from the others of its namespace.
+namespace detail {
+inline void IsNoPropertyId() noexcept {}  // not constexpr, so that a constant that calls it does not compile
+}  // namespace detail
+
+/// The id of a property: `namespaceNumber` lies in 0 to 1023, `number` in 0 to 2^21 - 1 and tells it from the others of
+/// its namespace. Of larger numbers the low bits count; in a constant they do not compile.
 constexpr int MakePropertyId(int namespaceNumber, int number) noexcept {
+  if (std::is_constant_evaluated() && ((namespaceNumber & ~0x3FF) != 0 || (number & ~0x1FFFFF) != 0))
+    detail::IsNoPropertyId();
   return static_cast<int>((static_cast<std::uint32_t>(namespaceNumber) & 0x3FF) << 21 |
                           (static_cast<std::uint32_t>(number) & 0x1FFFFF));
 }
