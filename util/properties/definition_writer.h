@@ -20,7 +20,8 @@
 namespace zorutil::properties {
 
 namespace detail {
-inline void IsNoPropertyId() noexcept {}  // not constexpr, so that a constant that calls it does not compile
+/// Not constexpr, so that a constant that calls it does not compile.
+inline void IsNoPropertyId() noexcept {}
 }  // namespace detail
 
 /// The id of a property: `namespaceNumber` lies in 0 to 1023, `number` in 0 to 2^21 - 1 and tells it from the others of
